@@ -1,0 +1,23 @@
+# cmake --install, find_package(earshot) and pkg-config.
+
+install(TARGETS earshot EXPORT earshot-targets)
+install(DIRECTORY include/earshot TYPE INCLUDE)
+install(FILES LICENSE TYPE DOC)
+
+set(EARSHOT_CMAKE_DIR ${CMAKE_INSTALL_LIBDIR}/cmake/earshot)
+install(EXPORT earshot-targets NAMESPACE earshot:: FILE earshot-config.cmake
+  DESTINATION ${EARSHOT_CMAKE_DIR})
+write_basic_package_version_file(${PROJECT_BINARY_DIR}/earshot-config-version.cmake
+  COMPATIBILITY SameMinorVersion)
+install(FILES ${PROJECT_BINARY_DIR}/earshot-config-version.cmake DESTINATION ${EARSHOT_CMAKE_DIR})
+
+# Absolute directories are allowed in GNUInstallDirs; the file must name them as they are.
+foreach(dir INCLUDEDIR LIBDIR)
+  if(IS_ABSOLUTE "${CMAKE_INSTALL_${dir}}")
+    set(EARSHOT_PC_${dir} "${CMAKE_INSTALL_${dir}}")
+  else()
+    set(EARSHOT_PC_${dir} "\${prefix}/${CMAKE_INSTALL_${dir}}")
+  endif()
+endforeach()
+configure_file(cmake/earshot.pc.in earshot.pc @ONLY)
+install(FILES ${PROJECT_BINARY_DIR}/earshot.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)

@@ -1,0 +1,139 @@
+/*
+ * Fixed-point mathematics: trigonometry by table, division and reciprocals.
+ *
+ * All functions are pure and reentrant (but for the overflow flag where a line says so), run in
+ * bounded time and accept every operand.
+ */
+#ifndef EARSHOT_MATH_H
+#define EARSHOT_MATH_H
+
+#include <earshot/types.h>
+
+EARSHOT_BEGIN_C
+
+/* --- Trigonometry ------------------------------------------------------------------------------
+ *
+ * The high_precision functions work on radians as s64 in Q31 (pi = 6746518852) and interpolate
+ * linearly between the neighbours of 4097-entry tables. The dsplib functions are smaller and work
+ * on binary fractions of a turn.
+ */
+
+#define EARSHOT_PI_Q31 INT64_C(6746518852)
+#define EARSHOT_HALF_PI_Q31 INT64_C(3373259426)
+
+/* round(sin(k pi / 8192) 2^31), k = 0 to 4096, saturated to 0x7FFFFFFF. */
+extern EARSHOT_API const s32 SIN_TABLE[4097];
+/* The weight k / 2048 in Q31, k = 0 to 2048, saturated to 0x7FFFFFFF. */
+extern EARSHOT_API const s32 INTERP_TABLE[2049];
+/* round(acos(k / 4096) 2^31), k = 0 to 4096. */
+extern EARSHOT_API const u32 ACOS_TABLE[4097];
+/* round(acos(0.9766 + k 0.0234 / 4096) 2^31), k = 0 to 4096. */
+extern EARSHOT_API const u32 ACOS_TABLE_HIGH_RES[4097];
+/* round(atan(k / 1024) 2^31), k = 0 to 4096. */
+extern EARSHOT_API const u32 ATAN_TABLE[4097];
+/* round(atan(k / 128) 2^31), k = 0 to 4096. */
+extern EARSHOT_API const u32 ATAN_TABLE_LOW_RES[4097];
+/* Pairs (cos, sin) of 2 pi k / 512 in Q15, k = 0 to 256, saturated to 32767. */
+extern EARSHOT_API const s16 COSSINTAB[257][2];
+
+/* Sine of an angle (radians, Q31, any value), Q31 in [-0x7FFFFFFF, 0x7FFFFFFF]. */
+EARSHOT_API s32 high_precision_sin(s64 angle);
+
+/*
+ * Arc cosine of x (Q31), radians in Q31 in [0, pi]. x = -2^31 counts as -0x7FFFFFFF and raises the
+ * overflow flag.
+ */
+EARSHOT_API s64 high_precision_acos(s32 x);
+
+/*
+ * Angle of the point (x, y), both in the same scale, radians in Q31 in (-pi, pi]; (0, 0) gives 0.
+ * Ratios |y| / |x| of 32 and more give atan 32. An operand of -2^31 counts as -0x7FFFFFFF and
+ * raises the overflow flag.
+ */
+EARSHOT_API s64 high_precision_atan2(s32 y, s32 x);
+
+/*
+ * Linear interpolation from a (f = 0) to b (f = 2048 and above), rounded half up. For f in between
+ * the low 32 bits of (INTERP_TABLE[f] b + INTERP_TABLE[2048 - f] a + 2^30) >> 31.
+ */
+EARSHOT_API u32 high_precision_calculate_interpolation_2048(u32 f, u32 a, u32 b);
+
+/* Sine and cosine, Q31, of an angle in 2^-24 turns; bits above bit 23 of its magnitude are ignored. */
+EARSHOT_API s32 dsplib_sin(s32 angle);
+EARSHOT_API s32 dsplib_cos(s32 angle);
+
+/*
+ * Arc tangent of the Q15 value in the low half of x, Q30 in units of pi (0x10000000 = pi / 4); an
+ * odd polynomial of degree 5, error below 0.0004 pi.
+ */
+EARSHOT_API s32 dsplib_atan(s32 x);
+
+/* --- Division ----------------------------------------------------------------------------------*/
+
+/*
+ * Knots of 1 / m for m = 1 + k / 8, Q15, k = 0 to 8, used by dsplib_approx_invert and
+ * dsplib_approx_divide. The table is writable data: it may be tuned before the first use.
+ */
+extern EARSHOT_API s16 invTable[9];
+
+/*
+ * num / den in Qq, q from 0 to 31, truncated toward zero and saturated to +-0x7FFFFFFF. Equal
+ * magnitudes give exactly +-2^q (0x7FFFFFFF for q = 31). num = 0 gives 0; a zero den gives -1 for
+ * num > 0 and +1 for num < 0 (sic: the sign is inverted).
+ */
+EARSHOT_API s32 divide_qx(s32 num, s32 den, u32 q);
+
+/* The same without the case of equal magnitudes; a zero den gives -1 for either sign of num. */
+EARSHOT_API s32 divide_int32_qx(s32 num, s32 den, u32 q);
+
+/*
+ * Integer quotient, truncated toward zero, saturated to +-0x7FFFFFFF. A zero den gives 1 for
+ * num = 0, +-1 by its sign for |num| >= 2^30, else 0.
+ */
+EARSHOT_API s32 divide_int32(s32 num, s32 den);
+
+/*
+ * num / den in Q(29 + q), saturated to 32 bits and sign-extended; 0 for a zero den. Newton-Raphson
+ * on the reciprocal of the normalised denominator: the 30-bit mantissa of the quotient is within
+ * 6.5 units of its last place.
+ */
+EARSHOT_API s64 divide_dp(s64 num, s64 den, s16 q);
+
+/*
+ * num / den in Q(31 - q), saturated to 32 bits, relative error below 2^-26; a zero den gives
+ * 0x7FFFFFFF for num >= 0 and -0x80000000 for num < 0.
+ */
+EARSHOT_API s32 audio_divide_sp(s32 num, s32 den, s32 q);
+
+/*
+ * Quotient as mantissa and exponent: num / den is about mantissa 2^(*exp - 15), where *exp is
+ * a signed 16-bit number stored in a u16. num = 0 gives 0 and *exp = 0; a zero den gives +-65535 by
+ * the sign of num and *exp = 15.
+ */
+EARSHOT_API s32 s32_div_s32_s32_normalized(s32 num, s32 den, u16 *exp);
+
+/*
+ * num / den in Q(31 - q), saturated, with 15 significant bits. num = 0 gives 0; a zero den gives
+ * (32768 >> q) << 16 for q > 0, else 32767 << 16, for either sign of num.
+ */
+EARSHOT_API s32 s32_div_s32_s32_sat(s32 num, s32 den, s32 q);
+
+/*
+ * Reciprocal of x > 0 by linear interpolation in invTable, about 6 bits... as a pair: low word the mantissa m,
+ * high word the exponent e; 1 / x is about m 2^(e - 30). Relative error below 0.4 %. x < 1 gives
+ * -1 in both words.
+ */
+EARSHOT_API s64 dsplib_approx_invert(s32 x);
+
+/* num / den for den > 0 as a pair like dsplib_approx_invert's; den < 1 gives -1 in both words. */
+EARSHOT_API s64 dsplib_approx_divide(s32 num, s32 den);
+
+/*
+ * Reciprocal of x > 0 by Newton-Raphson as a pair: low word the mantissa m of 1 / (x 2^n / 2^31) in
+ * Q14, high word n, the left shift that normalises x. x <= 0 gives 0 in both words.
+ */
+EARSHOT_API s64 dsplib_newtons_invert(s32 x);
+
+EARSHOT_END_C
+
+#endif

@@ -1,0 +1,51 @@
+// NEON form of the vector layer: four lanes. See kernel/vec_scalar.hpp for what each operation is.
+#ifndef EARSHOT_KERNEL_VEC_NEON_HPP
+#define EARSHOT_KERNEL_VEC_NEON_HPP
+
+#include <earshot/types.h>
+
+#include <arm_neon.h>
+
+namespace earshot {
+namespace {
+
+struct vec_neon {
+    static constexpr s32 width = 4;
+    using s32v = int32x4_t;
+    struct s64v {
+        int64x2_t low, high;
+    };
+
+    static s32v load(const s32 *p) { return vld1q_s32(p); }
+    static s32v load(const s16 *p) { return vmovl_s16(vld1_s16(p)); }
+    static void store(s32 *p, s32v v) { vst1q_s32(p, v); }
+    static void store(s16 *p, s32v v) { vst1_s16(p, vqmovn_s32(v)); }
+    static s32v splat(s32 x) { return vdupq_n_s32(x); }
+    static s32v add(s32v a, s32v b) { return vaddq_s32(a, b); }
+
+    static s32v mul_q31(s32v a, s32v b) {
+        return vcombine_s32(vshrn_n_s64(low_product(a, b), 31),
+                            vshrn_n_s64(high_product(a, b), 31));
+    }
+    template <int n> static s64v sum_of() { return {vdupq_n_s64(0), vdupq_n_s64(0)}; }
+    static s64v mac_q31(s64v sum, s32v a, s32v b) {
+        return {vsraq_n_s64(sum.low, low_product(a, b), 31),
+                vsraq_n_s64(sum.high, high_product(a, b), 31)};
+    }
+    static s32v narrow_sat(s64v sum) {
+        return vcombine_s32(vqmovn_s64(sum.low), vqmovn_s64(sum.high));
+    }
+
+  private:
+    static int64x2_t low_product(s32v a, s32v b) {
+        return vmull_s32(vget_low_s32(a), vget_low_s32(b));
+    }
+    static int64x2_t high_product(s32v a, s32v b) {
+        return vmull_s32(vget_high_s32(a), vget_high_s32(b));
+    }
+};
+
+} // namespace
+} // namespace earshot
+
+#endif

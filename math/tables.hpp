@@ -1,0 +1,17 @@
+// The trigonometric tables under their internal names; include/earshot/math.h gives their rules.
+#ifndef EARSHOT_MATH_TABLES_HPP
+#define EARSHOT_MATH_TABLES_HPP
+
+#include "kernel/export_table.hpp"
+
+#include <earshot/math.h>
+
+EARSHOT_DECLARE_TABLE(s32, SIN_TABLE, [4097])
+EARSHOT_DECLARE_TABLE(s32, INTERP_TABLE, [2049])
+EARSHOT_DECLARE_TABLE(u32, ACOS_TABLE, [4097])
+EARSHOT_DECLARE_TABLE(u32, ACOS_TABLE_HIGH_RES, [4097])
+EARSHOT_DECLARE_TABLE(u32, ATAN_TABLE, [4097])
+EARSHOT_DECLARE_TABLE(u32, ATAN_TABLE_LOW_RES, [4097])
+EARSHOT_DECLARE_TABLE(s16, COSSINTAB, [257][2])
+
+#endif

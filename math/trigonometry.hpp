@@ -1,0 +1,18 @@
+// Trigonometry for the rest of the library; exported from math/trigonometry.cpp.
+#ifndef EARSHOT_MATH_TRIGONOMETRY_HPP
+#define EARSHOT_MATH_TRIGONOMETRY_HPP
+
+#include <earshot/math.h>
+
+namespace earshot {
+
+inline constexpr s64 pi_q31 = EARSHOT_PI_Q31;
+inline constexpr s64 half_pi_q31 = EARSHOT_HALF_PI_Q31;
+
+s32 high_precision_sin(s64 angle);
+s64 high_precision_acos(s32 x);
+s64 high_precision_atan2(s32 y, s32 x);
+
+} // namespace earshot
+
+#endif
