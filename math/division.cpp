@@ -32,15 +32,10 @@ constexpr bool signs_differ(s32 a, s32 b) { return (a ^ b) < 0; }
 
 // --- Newton-Raphson -----------------------------------------------------------------------------
 
-// a x b >> (32 - scale) with the product of the two low halves left out, rounded, saturated.
-s32 mul_high_lp(s32 a, s32 b, s32 scale) {
-    const s64 high = s64_mult_s16_s16_shift(ARM_s16_extract_s32_h(a), ARM_s16_extract_s32_h(b), 16);
-    const s64 cross_1 =
-        s64_mult_s16_u16_shift(ARM_s16_extract_s32_h(a), static_cast<u16>(b & 0xFFFF), 0);
-    const s64 cross_2 =
-        s64_mult_s16_u16_shift(ARM_s16_extract_s32_h(b), static_cast<u16>(a & 0xFFFF), 0);
-    const s64 sum = shift_left(high + cross_1 + cross_2, scale);
-    return ARM_s32_saturate_s64((sum + 32768) >> 16);
+// a x b >> (32 - scale), rounded after the low 16 bits of the product are dropped, saturated.
+s32 mul_high(s32 a, s32 b, s32 scale) {
+    const s64 product = shift_left(s64{a} * b >> 16, scale);
+    return ARM_s32_saturate_s64((product + 32768) >> 16);
 }
 
 // 1 / d in Q30 for d in [0.5, 1), Q31. The start, 4/3, is wrong by a third at most; every step
@@ -48,8 +43,8 @@ s32 mul_high_lp(s32 a, s32 b, s32 scale) {
 s32 reciprocal_q30(s32 d) {
     s32 x = s32_deposit_s16_h(21845);
     for (int step = 0; step < 5; ++step) {
-        const s32 two_minus_dx = low_s32((s64{1} << 30) - mul_high_lp(d, x, 0)); // Q29
-        x = mul_high_lp(x, two_minus_dx, 3);
+        const s32 two_minus_dx = low_s32((s64{1} << 30) - mul_high(d, x, 0)); // Q29
+        x = mul_high(x, two_minus_dx, 3);
     }
     return x;
 }
@@ -103,7 +98,7 @@ s64 divide_dp(s64 num, s64 den, s16 q) {
     const s32 nd = std::countl_zero(den_magnitude) - 33;
     const u64 d = nd >= 0 ? den_magnitude << nd : den_magnitude >> -nd;
     const s32 reciprocal = reciprocal_q30(static_cast<s32>(d));
-    const s32 mantissa = mul_high_lp(reciprocal, low_s32(shift(num, nn)), 0); // Q29
+    const s32 mantissa = mul_high(reciprocal, low_s32(shift(num, nn)), 0); // Q29
     const s16 count = low_s16(q - nn + nd);
     const s32 signed_mantissa = with_sign(mantissa, den < 0);
     return ARM_s32_shl_s32_sat(signed_mantissa, count);

@@ -102,24 +102,24 @@ typedef struct hoa_effect_state {
     hoa_effect_config config;
     void *scratch_ptr; /* as attached; not used */
     u32 scratch_size;
-    u32 num_channels;   /* N = (order + 1)^2 */
-    s32 rotation_yaw;   /* degrees in Q16, as are all four angles */
+    u32 num_channels; /* N = (order + 1)^2 */
+    s32 rotation_yaw; /* degrees in Q16, as are all four angles */
     s32 rotation_pitch;
     s32 focus_yaw;
     s32 focus_pitch;
-    u32 focus_enable;   /* 0 or 1 */
-    s32 ramp_pos;       /* samples of the current glide already played, 0 to 1024 */
-    s32 ramp_step_q31;  /* 1/1024 in Q31; not used */
-    s32 ramp_len;       /* 1024 */
-    s32 **target;       /* in force once the glide is over */
-    s32 **current;      /* in force during the glide */
-    s32 **step;         /* what current gains with every sample */
-    s32 **rot_main;     /* rotation by the rotation angles */
-    s32 **rot_focus;    /* rotation by the focus angles */
-    s32 **rot_focus_t;  /* its transpose */
-    s32 **focus_x_rot;  /* focus x rot_focus */
-    s32 **rot_x_rot_t;  /* rot_main x rot_focus_t */
-    s32 **focus;        /* FOCUS_MATRIX_1_0_0 */
+    u32 focus_enable;  /* 0 or 1 */
+    s32 ramp_pos;      /* samples of the current glide already played, 0 to 1024 */
+    s32 ramp_step_q31; /* 1/1024 in Q31; not used */
+    s32 ramp_len;      /* 1024 */
+    s32 **target;      /* in force once the glide is over */
+    s32 **current;     /* in force during the glide */
+    s32 **step;        /* what current gains with every sample */
+    s32 **rot_main;    /* rotation by the rotation angles */
+    s32 **rot_focus;   /* rotation by the focus angles */
+    s32 **rot_focus_t; /* its transpose */
+    s32 **focus_x_rot; /* focus x rot_focus */
+    s32 **rot_x_rot_t; /* rot_main x rot_focus_t */
+    s32 **focus;       /* FOCUS_MATRIX_1_0_0 */
     u32 reserved_26;
     u32 reserved_27;
 } hoa_effect_state;

@@ -149,7 +149,8 @@ EARSHOT_API s16 s16_msu_s32_s16_s16_sat_rnd(s32 acc, s16 a, s16 b);
 EARSHOT_API s32 s32_mac_s32_s32_s1_sat(s32 acc, s32 a, s32 b);
 EARSHOT_API s32 s32_mac_s32_s32_s1_rnd_sat(s32 acc, s32 a, s32 b);
 
-/* With h = x >> 16 and l = x & 0xFFFF: sat32((l x y >> 15) + h x y); the high half is not doubled. */
+/* With h = x >> 16 and l = x & 0xFFFF: sat32((l x y >> 15) + h x y); the high half is not doubled.
+ */
 EARSHOT_API s32 s32_mls_s32_s16_sat(s32 x, s16 y);
 
 /* acc + (a >> n) for n < 32, else acc; wrapping. A negative n counts as 32. */

@@ -40,9 +40,9 @@ typedef uint64_t u64;
 #endif
 
 /* Status words of the modules. */
-#define EARSHOT_OK 0u               /* done */
-#define EARSHOT_BAD_VALUE 2u        /* invalid or unsupported value, unknown parameter, wrong count */
-#define EARSHOT_BAD_MEMORY 3u       /* missing pointer, wrong record size, too little memory */
+#define EARSHOT_OK 0u         /* done */
+#define EARSHOT_BAD_VALUE 2u  /* invalid or unsupported value, unknown parameter, wrong count */
+#define EARSHOT_BAD_MEMORY 3u /* missing pointer, wrong record size, too little memory */
 #define EARSHOT_BAD_CHANNEL_COUNT 4u /* buffers do not have the module's number of channels */
 
 #endif
