@@ -22,7 +22,7 @@ using earshot::level;
 // of what is timed; whatever the block length, only ramp samples are processed.
 class effect_run {
   public:
-    effect_run(u32 bits, u32 frames) : bits_(bits), frames_(frames) {
+    effect_run(u32 bits, u32 frames) : frames_(frames) {
         const hoa_effect_config config = {48000, 1, 0, 0, bits, 0};
         hoa_effect_requirement need{};
         hoa_effect_get_req(0, &need, sizeof need, 1, &config, sizeof config);
@@ -50,7 +50,7 @@ class effect_run {
     }
 
   private:
-    u32 bits_, frames_;
+    u32 frames_;
     s32 angle_ = 0;
     std::vector<s64> memory_;
     std::vector<s32> samples_;
@@ -110,10 +110,9 @@ int main(int argc, char **argv) {
             for (const u32 frames : {64u, 256u, 1024u})
                 for (const level l : earshot::all_levels) {
                     if (!earshot::is_available(l)) continue;
-                    const std::string name = std::string(earshot::name_of(l)) + " " +
-                                             std::to_string(bits) + " bits, " +
-                                             (glide ? "ramp, " : "steady, ") +
-                                             std::to_string(frames);
+                    const std::string name =
+                        std::string(earshot::name_of(l)) + " " + std::to_string(bits) + " bits, " +
+                        (glide ? "ramp, " : "steady, ") + std::to_string(frames);
                     benchmark::RegisterBenchmark(name.c_str(), [=](benchmark::State &state) {
                         process(state, l, bits, frames, glide);
                     });

@@ -50,9 +50,9 @@ EARSHOT_API s32 high_precision_sin(s64 angle);
 EARSHOT_API s64 high_precision_acos(s32 x);
 
 /*
- * Angle of the point (x, y), both in the same scale, radians in Q31 in (-pi, pi]; (0, 0) gives 0.
- * Error below 4e-7, but ratios |y| / |x| of 32 and more give atan 32. An operand of -2^31 counts as
- * -0x7FFFFFFF and raises the overflow flag.
+ * Angle of the point (x, y), both in the same scale, radians in Q31 in [-pi, pi]; (0, 0) gives 0.
+ * Error below 4e-7, but ratios |y| / |x| of 32 and more with x != 0 give atan 32. An operand of
+ * -2^31 counts as -0x7FFFFFFF and raises the overflow flag, except that x = 0 needs no magnitude.
  */
 EARSHOT_API s64 high_precision_atan2(s32 y, s32 x);
 

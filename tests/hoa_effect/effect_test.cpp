@@ -56,9 +56,9 @@ template <class Sample> u64 run_against_model(operand_source &draw) {
         const auto input = x;
         EXPECT_EQ(0u, host.process(x));
         for (std::size_t t = 0; t < frames; ++t) {
-            const auto y = model.mix({input[0][t], input[1][t], input[2][t], input[3][t]},
-                                     std::numeric_limits<Sample>::min(),
-                                     std::numeric_limits<Sample>::max());
+            const auto y =
+                model.mix({input[0][t], input[1][t], input[2][t], input[3][t]},
+                          std::numeric_limits<Sample>::min(), std::numeric_limits<Sample>::max());
             for (std::size_t i = 0; i < 4; ++i) {
                 if (x[i][t] != y[i]) {
                     ADD_FAILURE() << "block " << block << " sample " << t << " channel " << i
@@ -80,7 +80,8 @@ TEST(HoaEffect, MatchesThePlainModel) {
     }
 }
 
-/* The same on every target and level. When one differs, CONTRIBUTING.md says how to find out why. */
+/* The same on every target and level. When one differs, CONTRIBUTING.md says how to find out why.
+ */
 TEST(HoaEffect, GoldenDigests) {
     const level before = active_level();
     for (const level l : all_levels) {

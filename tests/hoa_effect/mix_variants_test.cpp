@@ -22,7 +22,7 @@ template <class Sample> struct arena {
     explicit arena(operand_source &draw) {
         for (Sample &s : memory) s = draw.next<Sample>();
     }
-    Sample *channel(int c, s32 offset) { return &memory[c * room + widest + offset]; }
+    Sample *channel(int c, s32 offset) { return memory.data() + c * room + widest + offset; }
 };
 
 struct mix_case {
@@ -40,8 +40,10 @@ void run(const mix_kernels<Sample> &kernels, const mix_case &c, arena<Sample> &a
         // In place, with the channels in another order.
         out[i] = a.channel(c.in_place ? (i + 1) % 4 : i + 4, c.offset);
     }
-    if (step != nullptr) kernels.ramp(m, *step, out, in, c.begin, c.end);
-    else kernels.steady(m, out, in, c.begin, c.end);
+    if (step != nullptr)
+        kernels.ramp(m, *step, out, in, c.begin, c.end);
+    else
+        kernels.steady(m, out, in, c.begin, c.end);
 }
 
 template <class Sample>

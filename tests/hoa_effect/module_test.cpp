@@ -42,8 +42,8 @@ TEST(HoaEffectModule, ConfigurationsAreChecked) {
         hoa_effect_state *state = nullptr;
         EXPECT_EQ(c.checked, hoa_effect_check_config_ranges(&c.config, c.size));
         EXPECT_EQ(c.required, hoa_effect_get_req(0, &need, 16, 1, &c.config, c.size));
-        EXPECT_EQ(c.required, hoa_effect_init(&state, 1, &c.config, c.size, memory.data(),
-                                              required_size()));
+        EXPECT_EQ(c.required,
+                  hoa_effect_init(&state, 1, &c.config, c.size, memory.data(), required_size()));
         EXPECT_EQ(c.required == ok, state != nullptr);
         EXPECT_EQ(c.required == ok ? required_size() : 1, need.static_size);
     }
@@ -90,10 +90,9 @@ TEST(HoaEffectModule, InitLaysOutItsBlockAndNothingElse) {
     EXPECT_EQ(1024, state->ramp_pos);
     EXPECT_EQ(1024, state->ramp_len);
     EXPECT_EQ(0x200000, state->ramp_step_q31);
-    s32 **const in_memory[] = {state->target,      state->step,  state->current,
-                               state->rot_focus,   state->rot_focus_t,
-                               state->focus,       state->rot_main,
-                               state->focus_x_rot, state->rot_x_rot_t};
+    s32 **const in_memory[] = {state->target,    state->step,        state->current,
+                               state->rot_focus, state->rot_focus_t, state->focus,
+                               state->rot_main,  state->focus_x_rot, state->rot_x_rot_t};
     auto *piece = reinterpret_cast<unsigned char *>(state + 1);
     for (s32 **const m : in_memory) {
         EXPECT_EQ(static_cast<void *>(piece), m);
@@ -159,9 +158,8 @@ TEST(HoaEffectModule, ParametersAreCheckedInOrder) {
         u32 id, size;
         s32 words[4];
     } const accepted[] = {
-        {7, 8, {11796480, -5898240}}, {7, 4, {-11796480, 5898240}},
-        {7, 0, {1, 2}},               {8, 16, {11796480, 5898240, 1}},
-        {8, 12, {-3, 4, 0}},          {9, 1000, {}},
+        {7, 8, {11796480, -5898240}},    {7, 4, {-11796480, 5898240}}, {7, 0, {1, 2}},
+        {8, 16, {11796480, 5898240, 1}}, {8, 12, {-3, 4, 0}},          {9, 1000, {}},
     };
     for (const auto &c : accepted) {
         SCOPED_TRACE(&c - accepted);

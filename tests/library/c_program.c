@@ -68,7 +68,8 @@ static void use_the_effect(void) {
     memory = malloc(need.static_size);
     expect(hoa_effect_init(&effect, 1, &config, sizeof config, memory, need.static_size) == 0,
            "init");
-    expect(hoa_effect_set(effect, HOA_EFFECT_PARAM_ROTATION, rotation, sizeof rotation) == 0, "set");
+    expect(hoa_effect_set(effect, HOA_EFFECT_PARAM_ROTATION, rotation, sizeof rotation) == 0,
+           "set");
     expect(hoa_effect_process(effect, HOA_EFFECT_OUT_TAG, &out, sizeof out, HOA_EFFECT_IN_TAG, &in,
                               sizeof in) == 0,
            "process");
