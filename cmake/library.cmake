@@ -41,6 +41,8 @@ endfunction()
 
 if(CMAKE_SYSTEM_PROCESSOR MATCHES "^(x86_64|AMD64|i.86)$")
   earshot_add_instruction_set(avx2 -mavx2)
+elseif(CMAKE_SYSTEM_PROCESSOR MATCHES "^(aarch64|arm64)$")
+  earshot_add_instruction_set(neon -march=armv8-a)
 elseif(CMAKE_SYSTEM_PROCESSOR MATCHES "^arm")
   earshot_add_instruction_set(neon -mfpu=neon)
 endif()
