@@ -1,0 +1,29 @@
+#include "commands.hpp"
+
+#include "error.hpp"
+
+namespace earshot_tool {
+
+output_format format_for(const output_options &options, const audio_input &in, int channels,
+                         int rate) {
+    const int width = options.bits != 0 ? options.bits : in.width();
+    const output_format format{choose_container(options.path, options.raw), width, channels, rate};
+    check_format(options.path, format);
+    return format;
+}
+
+void require_channels(const audio_input &in, int channels, const std::string &reason) {
+    if (in.channels() != channels)
+        throw processing_error(in.name(), "has " +
+                                              counted(static_cast<u64>(in.channels()), "channel") +
+                                              ", " + reason + " has " + std::to_string(channels));
+}
+
+void report(const console &out, const audio_input &in, const audio_output &written) {
+    out.clipped(in.name(), in.clipped(), "at full scale on reading");
+    out.clipped(written.name(), written.clipped(), "at full scale on writing");
+    out.detail(written.name() + ": " + counted(static_cast<u64>(written.frames()), "frame") +
+               " written");
+}
+
+} // namespace earshot_tool

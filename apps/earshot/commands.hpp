@@ -1,0 +1,24 @@
+// The commands. Each add_ function describes its command to the parser; when the command line names
+// it, `chosen` becomes the work to do.
+#pragma once
+
+#include "options.hpp"
+
+namespace earshot_tool {
+
+void add_rotate(CLI::App &app, action &chosen);
+void add_encode(CLI::App &app, action &chosen);
+void add_info(CLI::App &app, action &chosen);
+
+// The format of an output made from an input: its width unless the options say otherwise. Throws
+// usage_error for what cannot be written.
+output_format format_for(const output_options &options, const audio_input &in, int channels,
+                         int rate);
+
+// Throws processing_error unless the input has so many channels; `reason` tells what they are.
+void require_channels(const audio_input &in, int channels, const std::string &reason);
+
+// "this is what was done" at the end of a command that wrote a file.
+void report(const console &out, const audio_input &in, const audio_output &written);
+
+} // namespace earshot_tool

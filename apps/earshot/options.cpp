@@ -1,0 +1,86 @@
+#include "options.hpp"
+
+#include <map>
+
+#include "error.hpp"
+
+namespace earshot_tool {
+
+CLI::App *add_command(CLI::App &app, const std::string &name, const std::string &description) {
+    CLI::App *command = app.add_subcommand(name, description);
+    command->set_help_flag("-h,--help", "Print this help and exit");
+    command->footer("");
+    return command;
+}
+
+void add_input(CLI::App &command, std::string &path, const std::string &description) {
+    command.add_option("IN", path, description)->required()->type_name("");
+}
+
+void add_output_options(CLI::App &command, output_options &options) {
+    command
+        .add_option("-o,--output", options.path,
+                    "File to write (.wav .flac .caf .au .w64); - for standard output, as AU")
+        ->required()
+        ->type_name("OUT");
+    add_choice(command, "--bits", {16, 24, 32}, options.bits,
+               "Bits of an output sample: 16, 24 or 32 (default: as IN)");
+    command.add_flag("--raw", options.raw, "Write little-endian samples without a header");
+    command.add_flag("--no-dither", options.no_dither, "Round to the output width without dither");
+    command.add_flag("--digest", options.digest, "Print the SHA-256 of the output samples");
+}
+
+void add_choice(CLI::App &command, const std::string &name, const std::vector<int> &choices,
+                int &target, const std::string &description) {
+    auto store = [&target, name, choices](const std::string &text) {
+        std::string list;
+        for (const int choice : choices) {
+            if (text == std::to_string(choice)) {
+                target = choice;
+                return;
+            }
+            list += list.empty() ? "" : ", ";
+            list += std::to_string(choice);
+        }
+        throw usage_error(name + ": '" + text + "' is none of " + list);
+    };
+    command.add_option_function<std::string>(name, store, description)->type_name("N");
+}
+
+void add_input_format(CLI::App &command, channel_layout &layout) {
+    static const std::map<std::string, channel_layout> names = {
+        {"ambix", channel_layout::ambix},
+        {"fuma", channel_layout::fuma},
+        {"n3d", channel_layout::n3d},
+    };
+    command
+        .add_option_function<std::string>(
+            "--input-format",
+            [&layout](const std::string &text) {
+                const auto found = names.find(text);
+                if (found == names.end())
+                    throw usage_error("--input-format: '" + text + "' is not ambix, fuma or n3d");
+                layout = found->second;
+            },
+            "Channels of IN: ambix (ACN, SN3D; the default), fuma or n3d")
+        ->type_name("NAME");
+}
+
+void add_verbosity(CLI::App &command, verbosity &level) {
+    command.add_flag("-q,--quiet", level.quiet, "Print errors only");
+    command.add_flag("-v,--verbose", level.verbose, "Say what is done");
+}
+
+void add_number(CLI::App &command, const std::string &name, double &target,
+                const number_range &range, const std::string &value_name,
+                const std::string &description) {
+    auto store = [&target, name, range](const std::string &text) {
+        const auto value = parse_number(text);
+        if (!value) throw usage_error(name + ": '" + text + "' is not a number");
+        if (!range.contains(*value)) throw usage_error(name + ": " + range.violation(*value));
+        target = *value;
+    };
+    command.add_option_function<std::string>(name, store, description)->type_name(value_name);
+}
+
+} // namespace earshot_tool

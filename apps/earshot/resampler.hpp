@@ -1,0 +1,45 @@
+// Conversion to another sample rate with libsoxr.
+#pragma once
+
+#include <vector>
+
+#include <soxr.h>
+
+#include "frame_source.hpp"
+
+namespace earshot_tool {
+
+// The frame that begins at the same time at another rate, to the nearest frame (halves up).
+s64 frames_at_rate(s64 frames, int from_rate, int to_rate);
+
+// Yields frames_at_rate(length) frames, aligned with the source.
+class resampler : public frame_source {
+  public:
+    resampler(frame_source &source, int rate);
+    ~resampler() override;
+    resampler(const resampler &) = delete;
+    resampler &operator=(const resampler &) = delete;
+
+    int channels() const override { return source_.channels(); }
+    int rate() const override { return rate_; }
+    std::optional<s64> frames() const override;
+    std::size_t read(s32 *interleaved, std::size_t frames) override;
+
+    u64 clipped() const;
+
+  private:
+    std::size_t convert(s32 *interleaved, std::size_t frames);
+    std::size_t complete(s32 *interleaved, std::size_t got, std::size_t frames);
+
+    frame_source &source_;
+    int rate_;
+    soxr_t engine_ = nullptr;
+    std::vector<s32> block_;
+    std::size_t block_used_ = 0;
+    std::size_t block_filled_ = 0;
+    s64 source_frames_ = 0;
+    s64 produced_ = 0;
+    bool source_ended_ = false;
+};
+
+} // namespace earshot_tool

@@ -1,0 +1,44 @@
+// Gains that place a source in an ambisonic field: real spherical harmonics in ACN order and SN3D
+// normalisation, orders 1 to 4, in Q30 so that 1.0 is exact.
+#pragma once
+
+#include <array>
+
+#include <earshot/types.h>
+
+namespace earshot_tool {
+
+inline constexpr int highest_order = 4;
+inline constexpr int most_channels = (highest_order + 1) * (highest_order + 1);
+
+constexpr int channels_of_order(int order) { return (order + 1) * (order + 1); }
+
+// The order of a field with so many channels, or 0 if there is none.
+constexpr int order_of_channels(int channels) {
+    for (int order = 1; order <= 7; ++order)
+        if (channels_of_order(order) == channels) return order;
+    return 0;
+}
+
+// An angle as a fraction of a turn, Q32; it wraps like the angle itself. Degrees are in Q16.
+u32 turn_of_degrees(s64 degrees_q16);
+
+// Sine and cosine, Q30, exact at multiples of a quarter turn.
+s32 sine(u32 turn);
+s32 cosine(u32 turn);
+
+// The gains of all directions at one elevation.
+class source_gains {
+  public:
+    // elevation: a fraction of a turn, Q32.
+    source_gains(int order, u32 elevation);
+
+    // Gains for channels 0 to (order + 1)^2 - 1 at an azimuth (fraction of a turn, Q32).
+    void at(u32 azimuth, std::array<s32, most_channels> &gains) const;
+
+  private:
+    int order_;
+    std::array<s64, most_channels> elevation_part_{}; // Q30, by channel; the same for m and -m
+};
+
+} // namespace earshot_tool

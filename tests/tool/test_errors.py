@@ -1,0 +1,218 @@
+"""What cannot be done: one line that says which and why, the exit code, and no file left."""
+
+import os
+import resource
+import signal
+import struct
+import subprocess
+import time
+
+from harness import EARSHOT, ToolTest, au, main, noise, wav
+
+FIELD = wav(noise(4 * 100, 16, 1), 4)
+MONO = wav(noise(100, 16, 2), 1)
+FLOATS = [0.25] * 400
+TRUNCATED = "truncated: the header announces 800 bytes of data, the file holds 500"
+
+
+def float_field(index, value):
+    samples = list(FLOATS)
+    samples[index] = value
+    return wav(samples, 4, "float")
+
+
+class UsageErrors(ToolTest):
+    CASES = [
+        ("no command; 'earshot --help' lists them",),
+        ("The following argument was not expected: shout", "shout"),
+        ("--output is required", "rotate", "in.wav"),
+        ("IN is required", "rotate", "-o", "out.wav"),
+        ("The following argument was not expected: --jaw", "rotate", "in.wav", "-o", "out.wav",
+         "--jaw"),
+        ("info: name either a file or --library", "info"),
+        ("info: name either a file or --library", "info", "in.wav", "--library"),
+        ("--directions: 0 is outside 0.001 to 1000000", "info", "in.wav", "--directions", "0"),
+    ]
+    ROTATE = [
+        ("--yaw: 180.001 is outside -180 to 180", "--yaw", "180.001"),
+        ("--yaw: 1e+300 is outside -180 to 180", "--yaw", "1e300"),
+        ("--yaw: -181 is outside -180 to 180", "--yaw=-181"),
+        ("--yaw: '30x' is not a number", "--yaw", "30x"),
+        ("--yaw: 'nan' is not a number", "--yaw", "nan"),
+        ("--yaw: '0,5' is not a number", "--yaw", "0,5"),
+        ("--pitch: 90.5 is outside -90 to 90", "--pitch", "90.5"),
+        ("--pitch: 'inf' is not a number", "--pitch", "inf"),
+        ("--focus: '10' is not YAW,PITCH", "--focus", "10"),
+        ("--focus: '10,20,30' is not YAW,PITCH", "--focus", "10,20,30"),
+        ("--focus: yaw 190 is outside -180 to 180", "--focus", "190,0"),
+        ("--focus: pitch -91 is outside -90 to 90", "--focus", "0,-91"),
+        ("--bits: '20' is none of 16, 24, 32", "--bits", "20"),
+        ("--input-format: 'b' is not ambix, fuma or n3d", "--input-format", "b"),
+        ("--keyframes and IN cannot both be standard input", "--keyframes", "-"),
+        ("--quiet and --verbose contradict each other", "-q", "-v"),
+    ]
+    ENCODE = [
+        ("--order: '5' is none of 1, 2, 3, 4", "--order", "5"),
+        ("--elevation: 91 is outside -90 to 90", "--elevation", "91"),
+        ("--azimuth: 'left' is not a number", "--azimuth", "left"),
+        ("--orbit: 0 is not 0.01 to 1000000 seconds either way", "--orbit", "0"),
+    ]
+
+    def test_command_line(self):
+        self.write("in.wav", FIELD)
+        self.write("mono.wav", MONO)
+        cases = self.CASES
+        cases = cases + [(c[0], "rotate", "-", "-o", "out.wav", *c[1:]) for c in self.ROTATE]
+        cases = cases + [(c[0], "encode", "mono.wav", "-o", "out.wav", *c[1:])
+                         for c in self.ENCODE]
+        for message, *args in cases:
+            with self.subTest(args=args):
+                self.fails(1, message, *args, data=FIELD)
+
+    def test_formats_that_cannot_hold_the_output(self):
+        self.write("in.wav", FIELD)
+        self.write("mono.wav", MONO)
+        known = ".wav, .flac, .caf, .au or .w64"
+        self.fails(1, "out.mp3: unknown extension; use " + known, "rotate", "in.wav", "-o",
+                   "out.mp3")
+        self.fails(1, "a.wav/out: unknown extension; use " + known, "rotate", "in.wav", "-o",
+                   "a.wav/out")
+        self.fails(1, "out.flac: FLAC holds at most 24 bits here; use --bits 24", "rotate",
+                   "in.wav", "-o", "out.flac", "--bits", "32")
+        self.fails(1, "out.flac: FLAC holds at most 8 channels, this has 9", "encode", "mono.wav",
+                   "-o", "out.flac", "--order", "2")
+
+
+class BadInput(ToolTest):
+    def test_files(self):
+        riff = bytearray(FIELD)
+        riff[24:28] = struct.pack("<I", 10)
+        pipe = "standard input: "
+        ends = "truncated: ends after 62 of 100 frames"
+        cases = [
+            ("in.wav: No such file or directory", None),
+            ("in.wav: not readable as audio: Format not recognised", b"RUFF" + bytes(100)),
+            ("in.wav: has 1 channel, a first-order field has 4", MONO),
+            ("in.wav: has 5 channels, a first-order field has 4", wav([0] * 50, 5)),
+            ("in.wav: " + TRUNCATED, FIELD[:544]),
+            ("in.wav: " + TRUNCATED, au([7] * 400, 4, claimed=800)[:524]),
+            ("in.wav: unfinished: the header does not tell the length",
+             FIELD[:4] + bytes(4) + FIELD[8:40] + bytes(4) + FIELD[44:]),
+            ("in.wav: sample rate 10 Hz is outside 1000 to 768000", bytes(riff)),
+            ("in.wav: frame 2, channel 4 is not a finite number", float_field(11, float("nan"))),
+            ("in.wav: frame 99, channel 1 is not a finite number", float_field(396, -1e39 * 1e300)),
+        ]
+        for message, data in cases:
+            with self.subTest(message=message):
+                if data is not None:
+                    self.write("in.wav", data)
+                self.fails(2, message, "rotate", "in.wav", "-o", "out.wav")
+        for data in FIELD[:544], au([7] * 400, 4, claimed=800)[:524]:
+            self.fails(2, pipe + ends, "rotate", "-", "-o", "out.wav", data=data)
+        self.fails(2, ".: Is a directory", "rotate", ".", "-o", "out.wav")
+        self.write("in.wav", FIELD)
+        for message, *args in [("has 4 channels: name one of them with --channel",),
+                               ("has 4 channels, no number 5", "--channel=5")]:
+            self.fails(2, "in.wav: " + message, "encode", "in.wav", "-o", "out.wav", *args)
+
+    def test_truncation_in_every_format(self):
+        """Whatever the format, a file without its last third is refused and leaves nothing."""
+        self.write("in.wav", wav(noise(4 * 9000, 24, 3), 4, 24))
+        for name in "in.wav", "a.flac", "a.caf", "a.au", "a.w64":
+            with self.subTest(name=name):
+                if name != "in.wav":
+                    self.tool("rotate", "in.wav", "-o", name)
+                whole = self.read(name)
+                self.write("cut", whole[:2 * len(whole) // 3])
+                result = self.run_tool("rotate", "cut", "-o", "out.wav")
+                self.assertEqual(result.returncode, 2)
+                self.assertRegex(result.stderr, rb"^earshot: cut: (damaged or )?truncated.*\n$")
+                self.assertFalse(os.path.exists("out.wav"))
+        self.fails(2, "standard input: CAF cannot be read from a pipe; WAV and AU can", "rotate",
+                   "-", "-o", "out.wav", data=self.read("a.caf"))
+
+    def test_keyframes(self):
+        self.write("in.wav", FIELD)
+        columns = ", needs 3 or 5 (seconds,yaw,pitch[,focus yaw,focus pitch])"
+        cases = [
+            (1, "has 2 columns" + columns, b"0,10"),
+            (3, "has 4 columns" + columns, b"# a\r\n\r\n0,10,20,30\r\n"),
+            (2, "yaw 'x' is not a number", b"seconds,yaw,pitch\n0,x,0\n"),
+            (2, "has 1 column" + columns, b"seconds,yaw,pitch\nseconds\n"),
+            (1, "time '' is not a number", b",1,1\n"),
+            (1, "time 'nan' is not a number", b"nan,1,1\n"),
+            (1, "time -0.1 is outside 0 to 1000000000", b"-0.1,1,1\n"),
+            (1, "pitch 91 is outside -90 to 90", b"0,1,91\n"),
+            (1, "focus yaw -200 is outside -180 to 180", b"0,1,1,-200,0\n"),
+            (3, "is earlier than the row before", b"1,0,0\n\n0.5,0,0\n"),
+            (2, "is 1023 samples after the row before, needs at least 1024",
+             b"0,0,0\n0.0213125,0,0\n"),
+        ]
+        for line, reason, table in cases:
+            with self.subTest(reason=reason):
+                self.write("keys.csv", table)
+                self.fails(2, "keys.csv:%d: %s" % (line, reason), "rotate", "in.wav", "-o",
+                           "out.wav", "--keyframes", "keys.csv")
+        self.fails(2, "none.csv: No such file or directory", "rotate", "in.wav", "-o", "out.wav",
+                   "--keyframes", "none.csv")
+
+
+class OutputFailures(ToolTest):
+    def test_places(self):
+        self.write("in.wav", FIELD)
+        self.write("old.wav", b"old")
+        os.symlink("in.wav", "link.wav")
+        self.fails(2, "none/out.wav: No such file or directory", "rotate", "in.wav", "-o",
+                   "none/out.wav")
+        self.fails(2, "/dev/full: No space left on device", "rotate", "in.wav", "-o", "/dev/full")
+        self.fails(2, "link.wav: is also the input and cannot be written in place", "rotate",
+                   "in.wav", "-o", "link.wav")
+        self.assertEqual(self.read("in.wav"), FIELD)
+        os.mkfifo("pipe.wav")
+        reader = subprocess.Popen(["cat", "pipe.wav"], stdout=subprocess.PIPE)
+        self.fails(1, "pipe.wav: only AU (.au) and --raw can be written to a pipe", "rotate",
+                   "in.wav", "-o", "pipe.wav")
+        self.assertEqual(reader.communicate()[0], b"")
+
+    def test_results_that_cannot_be_printed(self):
+        self.write("in.wav", FIELD)
+        for args in ["--help"], ["info", "in.wav"], ["rotate", "in.wav", "-o", "-"]:
+            with self.subTest(args=args), open("/dev/full", "wb") as full:
+                result = subprocess.run([EARSHOT, *args], stdout=full, stderr=subprocess.PIPE)
+                self.assertEqual((result.returncode, result.stderr),
+                                 (2, b"earshot: standard output: No space left on device\n"))
+
+    def test_full_disk(self):
+        """A limit on the file size stands for the disk, at the start and at the very end."""
+        self.write("in.wav", wav(noise(4 * 20000, 16, 4), 4))
+        self.tool("rotate", "in.wav", "-o", "old.flac")
+        old = self.read("old.flac")
+        for name, limit in ("old.flac", 4096), ("old.flac", len(old) - 1), ("new.wav", 159000), \
+                           ("new.au", 1000), ("new.caf", 100000):
+            with self.subTest(name=name, limit=limit):
+                self.fails(2, name + ": File too large", "rotate", "in.wav", "-o", name,
+                           preexec_fn=lambda: resource.setrlimit(resource.RLIMIT_FSIZE,
+                                                                 (limit, limit)))
+        self.assertEqual(self.read("old.flac"), old)
+
+    def test_signals_remove_the_unfinished_file(self):
+        self.write("old.wav", b"old")
+        for number in signal.SIGINT, signal.SIGTERM, signal.SIGHUP:
+            with self.subTest(number=number):
+                # A shell's background jobs ignore some signals, and the tool respects that.
+                process = subprocess.Popen(
+                    [EARSHOT, "rotate", "-", "-o", "old.wav"], stdin=subprocess.PIPE,
+                    preexec_fn=lambda: signal.signal(number, signal.SIG_DFL))
+                process.stdin.write(FIELD[:540])
+                process.stdin.flush()
+                deadline = time.monotonic() + 60
+                while len(os.listdir()) < 2 and time.monotonic() < deadline:
+                    time.sleep(0.01)
+                self.assertEqual(len(os.listdir()), 2)
+                process.send_signal(number)
+                self.assertEqual(process.wait(60), -number)
+                process.stdin.close()
+                self.assertEqual((os.listdir(), self.read("old.wav")), (["old.wav"], b"old"))
+
+
+main()
