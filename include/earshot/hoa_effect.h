@@ -94,9 +94,13 @@ typedef struct hoa_effect_buffer {
 } hoa_effect_buffer;
 
 /*
- * The head of an instance's static block. It is described so that debuggers and tests can look at
- * it; programs use the functions. A matrix is an array of row pointers, m[row][column] in Q31,
- * where row is the output and column the input channel.
+ * The head of an instance's static block. A matrix is an array of row pointers, m[row][column] in
+ * Q31, where row is the output and column the input channel.
+ *
+ * Programs use the functions below and leave the record alone, with one exception: rotation and
+ * focus are two parameters, and setting the second starts its glide from where the glide of the
+ * first would end. To change both in one glide, store the five words rotation_yaw to focus_enable
+ * (in range: nothing checks them), set ramp_pos to 0 and call hoa_effect_calculate_effect_matrix.
  */
 typedef struct hoa_effect_state {
     hoa_effect_config config;
