@@ -1,12 +1,25 @@
 # libearshot.so, and its objects for the tests and benchmarks that look inside.
 
 add_library(earshot_objects OBJECT
+  fft/complex.cpp
+  fft/kernels.cpp
+  fft/kernels_scalar.cpp
+  fft/real.cpp
+  fft/tables.cpp
   hoa_effect/layout.cpp
   hoa_effect/matrices.cpp
   hoa_effect/mix.cpp
   hoa_effect/mix_scalar.cpp
   hoa_effect/module.cpp
   hoa_effect/process.cpp
+  hrtf/back.cpp
+  hrtf/crossfade.cpp
+  hrtf/front.cpp
+  hrtf/module.cpp
+  hrtf/select.cpp
+  hrtf/spectral_product.cpp
+  hrtf/table_groups.cpp
+  hrtf/tables.S
   kernel/exports.cpp
   kernel/level.cpp
   kernel/memory.cpp
@@ -15,26 +28,31 @@ add_library(earshot_objects OBJECT
   math/tables.cpp
   math/trigonometry.cpp)
 
+# The assembler takes the binary tables in; it must look for them from the root of the sources.
+set_source_files_properties(hrtf/tables.S PROPERTIES OBJECT_DEPENDS
+  "${PROJECT_SOURCE_DIR}/hrtf/generated/amb.bin;${PROJECT_SOURCE_DIR}/hrtf/generated/diffuse.bin")
+
 target_include_directories(earshot_objects
   PUBLIC $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include>
   PRIVATE ${PROJECT_SOURCE_DIR})
 target_compile_definitions(earshot_objects PRIVATE EARSHOT_VERSION="${PROJECT_VERSION}")
 # Nothing throws and nothing needs type information, so that libc is all that is left to need.
 target_compile_options(earshot_objects PRIVATE
-  -fno-exceptions -fno-rtti -fno-threadsafe-statics
-  $<$<CONFIG:Release>:-O2>)
+  $<$<COMPILE_LANGUAGE:CXX>:-fno-exceptions;-fno-rtti;-fno-threadsafe-statics>
+  $<$<AND:$<CONFIG:Release>,$<COMPILE_LANGUAGE:CXX>>:-O2>)
 set_target_properties(earshot_objects PROPERTIES
   POSITION_INDEPENDENT_CODE ON
   CXX_VISIBILITY_PRESET hidden
   VISIBILITY_INLINES_HIDDEN ON)
 target_link_libraries(earshot_objects PRIVATE $<BUILD_INTERFACE:earshot_options>)
 
-# The vectorised kernels, one file per instruction set, each compiled for its own: the rest of the
+# The vectorised kernels, a file each per instruction set, compiled for its own: the rest of the
 # library runs on any processor of the target.
 function(earshot_add_instruction_set name flag)
-  set(source hoa_effect/mix_${name}.cpp)
-  target_sources(earshot_objects PRIVATE ${source})
-  set_source_files_properties(${source} PROPERTIES COMPILE_OPTIONS "${flag};-O3")
+  foreach(source fft/kernels_${name}.cpp hoa_effect/mix_${name}.cpp)
+    target_sources(earshot_objects PRIVATE ${source})
+    set_source_files_properties(${source} PROPERTIES COMPILE_OPTIONS "${flag};-O3")
+  endforeach()
   string(TOUPPER ${name} upper)
   target_compile_definitions(earshot_objects PRIVATE EARSHOT_HAVE_${upper})
 endfunction()

@@ -1,6 +1,6 @@
-// The scalar operations under their exported names. Nothing is computed here, and nothing in the
-// library calls these: a program may define functions of the same names.
-#include "kernel/scalar.hpp"
+// The scalar, complex and packed operations under their exported names. Nothing is computed here,
+// and nothing in the library calls these: a program may define functions of the same names.
+#include "kernel/complex.hpp"
 
 extern "C" {
 
@@ -106,5 +106,54 @@ s32 s32_cl1_s32(s32 a) { return earshot::s32_cl1_s32(a); }
 s32 s32_cl0_s64(s64 x) { return earshot::s32_cl0_s64(x); }
 s32 s32_cl1_s64(s64 x) { return earshot::s32_cl1_s64(x); }
 s16 s16_norm_s64(s64 x) { return earshot::s16_norm_s64(x); }
+
+s32 c32_complex_s16_s16(s16 re, s16 im) { return earshot::c32_complex_s16_s16(re, im); }
+s32 s32_complex_s16_s16(s16 re, s16 im) { return earshot::c32_complex_s16_s16(re, im); }
+s32 c32_add_c32_c32_sat(s32 a, s32 b) { return earshot::c32_add_c32_c32_sat(a, b); }
+s32 c32_sub_c32_c32_sat(s32 a, s32 b) { return earshot::c32_sub_c32_c32_sat(a, b); }
+s32 c32_avrg_c32_c32_rnd(s32 a, s32 b) { return earshot::c32_avrg_c32_c32_rnd(a, b); }
+s32 c32_avrg_c32_c32neg_rnd(s32 a, s32 b) { return earshot::c32_avrg_c32_c32neg_rnd(a, b); }
+s32 s32_complex_conjugate_sat_s32(s32 a) { return earshot::s32_complex_conjugate_sat_s32(a); }
+s32 c32_mult_c32_c32(s32 a, s32 b) { return earshot::c32_mult_c32_c32(a, b); }
+s32 c32_mult_c32_c32conj(s32 a, s32 b) { return earshot::c32_mult_c32_c32conj(a, b); }
+s32 s32_complex_mult_rnd_sat_s32_s32(s32 a, s32 b) {
+    return earshot::s32_complex_mult_rnd_sat_s32_s32(a, b);
+}
+s32 c32_mult_c32_s16_shift_sat(s32 a, s16 s, s32 n) {
+    return earshot::c32_mult_c32_s16_shift_sat(a, s, n);
+}
+s32 c32_mult_c32_s32_shift_sat(s32 a, s32 w, s32 n) {
+    return earshot::c32_mult_c32_s32_shift_sat(a, w, n);
+}
+s64 c64_mult_c32_c32(s32 a, s32 b) { return earshot::c64_mult_c32_c32(a, b); }
+s64 c64_mult_c32_s16_sat(s32 a, s16 s) { return earshot::c64_mult_c32_s16_sat(a, s); }
+s64 c64_mult_c64_s16_shift_sat(s64 x, s16 s, s32 n) {
+    return earshot::c64_mult_c64_s16_shift_sat(x, s, n);
+}
+s64 c64_mult_c64_c32_rnd_sat(s64 x, s32 w) { return earshot::c64_mult_c64_c32_rnd_sat(x, w); }
+s64 c64_mult_c64_c32_rnd_sat_q6(s64 x, s32 w) { return earshot::c64_mult_c64_c32_rnd_sat_q6(x, w); }
+s64 s64_complex_mult_rnd_sat_s64_s32(s64 x, s32 w) {
+    return earshot::s64_complex_mult_rnd_sat_s64_s32(x, w);
+}
+s64 c64_mult_c64_c64_shift(s64 a, s64 b, s32 n) { return earshot::c64_mult_c64_c64_shift(a, b, n); }
+s64 s64_complex_average_s64_s64(s64 a, s64 b) { return earshot::s64_complex_average_s64_s64(a, b); }
+s64 s64_complex_neg_average_s64_s64_sat(s64 a, s64 b) {
+    return earshot::s64_complex_neg_average_s64_s64_sat(a, b);
+}
+s32 s32_bitrev_s32(s32 x, s32 n) { return earshot::s32_bitrev_s32(x, n); }
+s64 v64_vaddh_v64_v64_sat(s64 a, s64 b) { return earshot::v64_vaddh_v64_v64_sat(a, b); }
+s64 v64_vsubh_v64_v64_sat(s64 a, s64 b) { return earshot::v64_vsubh_v64_v64_sat(a, b); }
+s64 v64_vasrh_v64(s64 v, s32 n) { return earshot::v64_vasrh_v64(v, n); }
+s64 v64_vsplath_s32(s32 x) { return earshot::v64_vsplath_s32(x); }
+s64 v64_vmpyh_v32_v32_sat(s32 a, s32 b) { return earshot::v64_vmpyh_v32_v32_sat(a, b); }
+s64 s64_vrmpyhacc_v64_v64(s64 acc, s64 a, s64 b) {
+    return earshot::s64_vrmpyhacc_v64_v64(acc, a, b);
+}
+s64 s64_vrmpywehacc_v64_v64(s64 acc, s64 a, s64 b) {
+    return earshot::s64_vrmpywehacc_v64_v64(acc, a, b);
+}
+s64 s64_vrmpywohacc_v64_v64(s64 acc, s64 a, s64 b) {
+    return earshot::s64_vrmpywohacc_v64_v64(acc, a, b);
+}
 
 } // extern "C"

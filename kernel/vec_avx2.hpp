@@ -2,7 +2,7 @@
 #ifndef EARSHOT_KERNEL_VEC_AVX2_HPP
 #define EARSHOT_KERNEL_VEC_AVX2_HPP
 
-#include <earshot/types.h>
+#include "kernel/vec_sse41.hpp"
 
 #include <immintrin.h>
 
@@ -12,6 +12,10 @@ namespace {
 struct vec_avx2 {
     static constexpr s32 width = 8;
     using s32v = __m256i;
+    using half = vec_sse41;
+    struct pair {
+        s32v first, second;
+    };
 
     // The 32 x 32-bit multiply takes every other lane, so sums are kept that way.
     struct s64v {
@@ -32,6 +36,56 @@ struct vec_avx2 {
     }
     static s32v splat(s32 x) { return _mm256_set1_epi32(x); }
     static s32v add(s32v a, s32v b) { return _mm256_add_epi32(a, b); }
+
+    static s32v sub(s32v a, s32v b) { return _mm256_sub_epi32(a, b); }
+    static pair load_pairs(const s32 *p) {
+        const __m256 low = _mm256_castsi256_ps(load(p));
+        const __m256 high = _mm256_castsi256_ps(load(p + width));
+        return {in_order(_mm256_shuffle_ps(low, high, 0x88)),
+                in_order(_mm256_shuffle_ps(low, high, 0xDD))};
+    }
+    static void store_pairs(s32 *p, s32v first, s32v second) {
+        const __m256i a = _mm256_permute4x64_epi64(first, 0xD8);
+        const __m256i b = _mm256_permute4x64_epi64(second, 0xD8);
+        store(p, _mm256_unpacklo_epi32(a, b));
+        store(p + width, _mm256_unpackhi_epi32(a, b));
+    }
+    static s32v gather(const s32 *p, const s32 *offsets) {
+        return _mm256_i32gather_epi32(p, load(offsets), 4);
+    }
+    static s32v reverse(s32v v) {
+        return _mm256_permutevar8x32_epi32(v, _mm256_setr_epi32(7, 6, 5, 4, 3, 2, 1, 0));
+    }
+    static s32v add_sat(s32v a, s32v b) {
+        const s32v sum = add(a, b);
+        // Overflowed: both operands differ from the sum in sign.
+        return saturate_where(_mm256_and_si256(_mm256_xor_si256(a, sum), _mm256_xor_si256(b, sum)),
+                              sum, a);
+    }
+    static s32v sub_sat(s32v a, s32v b) {
+        const s32v difference = sub(a, b);
+        return saturate_where(
+            _mm256_and_si256(_mm256_xor_si256(a, b), _mm256_xor_si256(a, difference)), difference,
+            a);
+    }
+    static s32v neg_sat(s32v a) {
+        return add(sub(_mm256_setzero_si256(), a), _mm256_cmpeq_epi32(a, splat(INT32_MIN)));
+    }
+    static s32v half_add(s32v a, s32v b) {
+        return add(_mm256_and_si256(a, b), _mm256_srai_epi32(_mm256_xor_si256(a, b), 1));
+    }
+    // a - b = (a xor b) - 2 (b without a)
+    static s32v half_sub(s32v a, s32v b) {
+        return sub(_mm256_srai_epi32(_mm256_xor_si256(a, b), 1), _mm256_andnot_si256(a, b));
+    }
+    static s32v mul_q31_rnd_sat(s32v a, s32v b) {
+        const s64v p = product(a, b);
+        const __m256i half_unit = _mm256_set1_epi64x(s64{1} << 30);
+        const s32v q = take_odd(_mm256_srli_epi64(_mm256_add_epi64(p.even, half_unit), 31),
+                                _mm256_slli_epi64(_mm256_add_epi64(p.odd, half_unit), 1));
+        // No other product gives -2^31 than the one that should give 2^31.
+        return add(q, _mm256_cmpeq_epi32(q, splat(INT32_MIN)));
+    }
 
     static s32v mul_q31(s32v a, s32v b) {
         const s64v p = product(a, b);
@@ -58,6 +112,15 @@ struct vec_avx2 {
     }
 
   private:
+    static s32v in_order(__m256 v) {
+        return _mm256_permute4x64_epi64(_mm256_castps_si256(v), 0xD8);
+    }
+    // The bound of a's sign in the lanes whose mask is negative, v in the others.
+    static s32v saturate_where(s32v mask, s32v v, s32v a) {
+        const s32v bound = _mm256_xor_si256(_mm256_srai_epi32(a, 31), splat(INT32_MAX));
+        return _mm256_castps_si256(_mm256_blendv_ps(
+            _mm256_castsi256_ps(v), _mm256_castsi256_ps(bound), _mm256_castsi256_ps(mask)));
+    }
     static s64v product(s32v a, s32v b) {
         const __m256i odd = _mm256_mul_epi32(_mm256_srli_epi64(a, 32), _mm256_srli_epi64(b, 32));
         return {_mm256_mul_epi32(a, b), odd};

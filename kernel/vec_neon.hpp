@@ -2,7 +2,7 @@
 #ifndef EARSHOT_KERNEL_VEC_NEON_HPP
 #define EARSHOT_KERNEL_VEC_NEON_HPP
 
-#include <earshot/types.h>
+#include "kernel/vec_scalar.hpp"
 
 #include <arm_neon.h>
 
@@ -12,6 +12,10 @@ namespace {
 struct vec_neon {
     static constexpr s32 width = 4;
     using s32v = int32x4_t;
+    using half = vec_neon; // four lanes are the least
+    struct pair {
+        s32v first, second;
+    };
     struct s64v {
         int64x2_t low, high;
     };
@@ -22,6 +26,31 @@ struct vec_neon {
     static void store(s16 *p, s32v v) { vst1_s16(p, vqmovn_s32(v)); }
     static s32v splat(s32 x) { return vdupq_n_s32(x); }
     static s32v add(s32v a, s32v b) { return vaddq_s32(a, b); }
+
+    static s32v sub(s32v a, s32v b) { return vsubq_s32(a, b); }
+    static pair load_pairs(const s32 *p) {
+        const int32x4x2_t v = vld2q_s32(p);
+        return {v.val[0], v.val[1]};
+    }
+    static void store_pairs(s32 *p, s32v first, s32v second) {
+        vst2q_s32(p, int32x4x2_t{{first, second}});
+    }
+    static s32v gather(const s32 *p, const s32 *offsets) {
+        s32v v = vdupq_n_s32(p[offsets[0]]);
+        v = vld1q_lane_s32(p + offsets[1], v, 1);
+        v = vld1q_lane_s32(p + offsets[2], v, 2);
+        return vld1q_lane_s32(p + offsets[3], v, 3);
+    }
+    static s32v reverse(s32v v) {
+        const s32v swapped = vrev64q_s32(v);
+        return vcombine_s32(vget_high_s32(swapped), vget_low_s32(swapped));
+    }
+    static s32v add_sat(s32v a, s32v b) { return vqaddq_s32(a, b); }
+    static s32v sub_sat(s32v a, s32v b) { return vqsubq_s32(a, b); }
+    static s32v neg_sat(s32v a) { return vqnegq_s32(a); }
+    static s32v half_add(s32v a, s32v b) { return vhaddq_s32(a, b); }
+    static s32v half_sub(s32v a, s32v b) { return vhsubq_s32(a, b); }
+    static s32v mul_q31_rnd_sat(s32v a, s32v b) { return vqrdmulhq_s32(a, b); }
 
     static s32v mul_q31(s32v a, s32v b) {
         return vcombine_s32(vshrn_n_s64(low_product(a, b), 31),

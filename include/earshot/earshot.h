@@ -4,7 +4,9 @@
 #ifndef EARSHOT_EARSHOT_H
 #define EARSHOT_EARSHOT_H
 
+#include <earshot/fft.h>
 #include <earshot/hoa_effect.h>
+#include <earshot/hrtf.h>
 #include <earshot/kernel.h>
 #include <earshot/math.h>
 #include <earshot/types.h>

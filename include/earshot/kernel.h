@@ -1,5 +1,6 @@
 /*
- * Arithmetic kernel: saturating scalar operations, the overflow flag and memory helpers.
+ * Arithmetic kernel: saturating scalar, complex and packed operations, the overflow flag and memory
+ * helpers.
  *
  * Names spell the result type, the operation, the operand types and modifiers:
  *
@@ -200,6 +201,86 @@ EARSHOT_API s32 s32_cl1_s64(s64 x);
  * differ: redundant sign bits of the 64-bit value minus 32; 0 for 0.
  */
 EARSHOT_API s16 s16_norm_s64(s64 x);
+
+/* --- Complex and packed operands ---------------------------------------------------------------
+ *
+ * c32 (an s32): two signed 16-bit parts, real in the low half, imaginary in the high half.
+ * c64 (an s64): two signed 32-bit parts, real in the low word, imaginary in the high word.
+ * v64 (an s64) and v32 (an s32): four and two signed 16-bit lanes, lane 0 lowest.
+ *
+ * Below, ar and ai are the parts of a, likewise for b, x and w; m(a, b) is
+ * ARM_s32_mult_s32_s16_rnd_sat; shl shifts left and saturates; round16 takes the high half of
+ * sat32(v + 0x8000). Averages round exact halves to the even neighbour: (s + bit 1 of s) >> 1.
+ */
+
+/* (re, im) packed; the same under two names. */
+EARSHOT_API s32 c32_complex_s16_s16(s16 re, s16 im);
+EARSHOT_API s32 s32_complex_s16_s16(s16 re, s16 im);
+
+/* sat16(a + b) and sat16(a - b), part by part. */
+EARSHOT_API s32 c32_add_c32_c32_sat(s32 a, s32 b);
+EARSHOT_API s32 c32_sub_c32_c32_sat(s32 a, s32 b);
+
+/* Averages (a + b) / 2 and sat16((a - b) / 2), part by part. */
+EARSHOT_API s32 c32_avrg_c32_c32_rnd(s32 a, s32 b);
+EARSHOT_API s32 c32_avrg_c32_c32neg_rnd(s32 a, s32 b);
+
+/* (ar, sat16(-ai)). */
+EARSHOT_API s32 s32_complex_conjugate_sat_s32(s32 a);
+
+/* Q15 product: round16(shl(sat32(ar br - ai bi), 1)), round16(shl(sat32(ar bi + ai br), 1)); conj
+ * takes the conjugate of b (saturating) first. */
+EARSHOT_API s32 c32_mult_c32_c32(s32 a, s32 b);
+EARSHOT_API s32 c32_mult_c32_c32conj(s32 a, s32 b);
+/* The same product with one saturation: high halves of sat32(2 (ar br - ai bi) + 0x8000), ... */
+EARSHOT_API s32 s32_complex_mult_rnd_sat_s32_s32(s32 a, s32 b);
+
+/* round16(shl(sat32(2 part s), n)) and round16(shl(m(w, part), n)) for each part of a. */
+EARSHOT_API s32 c32_mult_c32_s16_shift_sat(s32 a, s16 s, s32 n);
+EARSHOT_API s32 c32_mult_c32_s32_shift_sat(s32 a, s32 w, s32 n);
+
+/* Q15 x Q15 to Q31: shl(sat32(ar br - ai bi), 1), shl(sat32(ar bi + ai br), 1); and each part of a
+ * times a real factor: sat32(2 part s). */
+EARSHOT_API s64 c64_mult_c32_c32(s32 a, s32 b);
+EARSHOT_API s64 c64_mult_c32_s16_sat(s32 a, s16 s);
+
+/* shl(m(part, s), n) for each part of x. */
+EARSHOT_API s64 c64_mult_c64_s16_shift_sat(s64 x, s16 s, s32 n);
+
+/*
+ * Q31 x Q15 to Q31. The first: sat32(m(xr, wr) - m(xi, wi)), sat32(m(xr, wi) + m(xi, wr)). The
+ * others add m(sat32(-xi), wi) instead, _q6 saturating, the last wrapping; for xr = -2^31 and
+ * wi = -32768 their imaginary part is sat32(m(xi, wr) + 2^31).
+ */
+EARSHOT_API s64 c64_mult_c64_c32_rnd_sat(s64 x, s32 w);
+EARSHOT_API s64 c64_mult_c64_c32_rnd_sat_q6(s64 x, s32 w);
+EARSHOT_API s64 s64_complex_mult_rnd_sat_s64_s32(s64 x, s32 w);
+
+/* The 64-bit products (wrapping) divided by 2^(32 - n), rounded half up, saturated to 32 bits. */
+EARSHOT_API s64 c64_mult_c64_c64_shift(s64 a, s64 b, s32 n);
+
+/* Averages (a + b) / 2 and sat32((a - b) / 2), part by part, formed in 64 bits. */
+EARSHOT_API s64 s64_complex_average_s64_s64(s64 a, s64 b);
+EARSHOT_API s64 s64_complex_neg_average_s64_s64_sat(s64 a, s64 b);
+
+/* The low n bits of x in reverse order; 0 for n < 1, and n above 32 counts as 32. */
+EARSHOT_API s32 s32_bitrev_s32(s32 x, s32 n);
+
+/* Lane by lane: sat16(a + b), sat16(a - b), and a shift to the right by n (n < 0: to the left,
+ * keeping the low 16 bits). */
+EARSHOT_API s64 v64_vaddh_v64_v64_sat(s64 a, s64 b);
+EARSHOT_API s64 v64_vsubh_v64_v64_sat(s64 a, s64 b);
+EARSHOT_API s64 v64_vasrh_v64(s64 v, s32 n);
+/* The low 16 bits of x in all lanes. */
+EARSHOT_API s64 v64_vsplath_s32(s32 x);
+/* The exact products of lanes 0 (low word) and of lanes 1 (high word). */
+EARSHOT_API s64 v64_vmpyh_v32_v32_sat(s32 a, s32 b);
+/* acc + the sum of the four lane products, wrapping. */
+EARSHOT_API s64 s64_vrmpyhacc_v64_v64(s64 acc, s64 a, s64 b);
+/* acc + word 0 of a x lane 0 of b + word 1 of a x lane 2 of b (o: lanes 1 and 3), each product cut
+ * to its low 32 bits; wrapping. */
+EARSHOT_API s64 s64_vrmpywehacc_v64_v64(s64 acc, s64 a, s64 b);
+EARSHOT_API s64 s64_vrmpywohacc_v64_v64(s64 acc, s64 a, s64 b);
 
 /* --- Memory ------------------------------------------------------------------------------------*/
 

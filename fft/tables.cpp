@@ -1,0 +1,17 @@
+// The twiddle tables. fft/generated is written by tools/fft_tables.cpp:
+//     cmake --build build --target fft_tables && build/fft_tables fft/generated
+#include "fft/tables.hpp"
+
+// The tables are generated flat, entry after entry.
+#pragma GCC diagnostic ignored "-Wmissing-braces"
+
+namespace earshot {
+
+const s32 fft_twiddles[256][6] = {
+#include "fft/generated/twiddles.inc"
+};
+const s32 fft_split_twiddles[256][2] = {
+#include "fft/generated/split_twiddles.inc"
+};
+
+} // namespace earshot

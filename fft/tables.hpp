@@ -1,0 +1,15 @@
+// The renderer's own twiddle tables; include/earshot/fft.h gives their rules. They are not
+// exported: callers of the transforms bring their own.
+#ifndef EARSHOT_FFT_TABLES_HPP
+#define EARSHOT_FFT_TABLES_HPP
+
+#include <earshot/types.h>
+
+namespace earshot {
+
+extern const s32 fft_twiddles[256][6];
+extern const s32 fft_split_twiddles[256][2];
+
+} // namespace earshot
+
+#endif

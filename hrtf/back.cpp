@@ -1,0 +1,258 @@
+// The back end: from two ear spectra to the samples of two ears.
+#include "fft/real.hpp"
+#include "fft/tables.hpp"
+#include "hrtf/crossfade.hpp"
+#include "hrtf/module.hpp"
+#include "kernel/memory.hpp"
+#include "kernel/saturate.hpp"
+
+namespace earshot {
+namespace {
+
+using instance_t = hrtf_filt_back_instance;
+using state_t = hrtf_filt_back_state;
+using config_t = hrtf_filt_back_config;
+
+constexpr u32 static_size = sizeof(instance_t) + sizeof(state_t);
+
+#if UINTPTR_MAX == UINT32_MAX
+static_assert(sizeof(config_t) == 24);
+static_assert(sizeof(instance_t) == 16);
+static_assert(static_size == 312);
+#endif
+
+constexpr u32 second_requirement = 1024;
+constexpr u32 version_word = 0;
+constexpr u32 fade = HRTF_CROSSFADE_FRAMES;
+constexpr u32 format_s16 = 2;
+
+// The samples of ear 0, then those of ear 1.
+constexpr u32 scratch_size_for(u32 fft_size) { return 2 * fft_size * u32{sizeof(s32)}; }
+
+bool is_ready(const instance_t *instance) {
+    return instance != nullptr && instance->state != nullptr;
+}
+
+// --- Requirements and instances -----------------------------------------------------------------
+
+bool is_supported(const config_t &config) {
+    return config.fft_size == 256 && (config.frame_length == 96 || config.frame_length == 128);
+}
+
+u32 get_req(u32 handle, hrtf_requirement *requirement, u32 count, const config_t *config) {
+    if (handle != 0 || count != 1) return EARSHOT_BAD_VALUE;
+    if (config == nullptr) return EARSHOT_NO_CONFIG;
+    if (!is_supported(*config)) return EARSHOT_BAD_VALUE;
+    *requirement = {static_size, second_requirement, scratch_size_for(config->fft_size)};
+    return EARSHOT_OK;
+}
+
+u32 reset(instance_t *instance) {
+    if (!is_ready(instance)) return EARSHOT_BAD_MEMORY;
+    memset(instance->state->tail, 0, sizeof instance->state->tail);
+    return EARSHOT_OK;
+}
+
+u32 initialize(instance_t *instance) {
+    if (!is_ready(instance)) return EARSHOT_BAD_MEMORY;
+    state_t *state = instance->state;
+    const s32 log2 = log2_of_fft_size(state->config.fft_size);
+    if (log2 == 0) return EARSHOT_BAD_VALUE;
+    state->level_shift = static_cast<u32>(log2) + 1;
+    state->stride = 1024 >> log2;
+    state->changed = 0;
+    return reset(instance);
+}
+
+u32 lay_out(instance_t **handle_out, const config_t *config, void *memory, u32 block_size) {
+    if (block_size < static_size) return EARSHOT_BAD_MEMORY;
+    instance_t *instance = static_cast<instance_t *>(memory);
+    state_t *state = reinterpret_cast<state_t *>(instance + 1);
+    instance->state = state;
+    memscpy(&state->config, sizeof state->config, config, sizeof *config);
+    const u32 status = initialize(instance);
+    if (status != EARSHOT_OK) return status;
+    state->reserved = 0;
+    instance->static_size = static_size;
+    instance->scratch_ptr = nullptr;
+    instance->scratch_size = scratch_size_for(config->fft_size);
+    *handle_out = instance;
+    return EARSHOT_OK;
+}
+
+u32 static_get_init(instance_t **handle_out, u32 *requirement, const config_t *config, void *memory,
+                    u32 memory_size, u32 mode) {
+    if (mode != 1) {
+        *requirement = static_size;
+        return EARSHOT_OK;
+    }
+    const u32 status = lay_out(handle_out, config, memory, memory_size);
+    if (status != EARSHOT_OK) {
+        clear_pointer(memory, memory_size, offsetof(instance_t, state));
+        clear_pointer(memory, memory_size, offsetof(instance_t, scratch_ptr));
+    }
+    return status;
+}
+
+u32 init(instance_t **handle_out, u32 count, const config_t *config, void *memory,
+         u32 memory_size) {
+    if (config == nullptr || count != 1 || memory == nullptr || !is_supported(*config))
+        return EARSHOT_BAD_VALUE;
+    return static_get_init(handle_out, nullptr, config, memory, memory_size, 1);
+}
+
+u32 scratch_get_init(instance_t *instance, void *value, u32 mode) {
+    if (instance == nullptr) return EARSHOT_BAD_MEMORY;
+    if (mode > 1) return EARSHOT_BAD_VALUE;
+    if (mode == 1) {
+        instance->scratch_ptr = value;
+        return EARSHOT_OK;
+    }
+    if (instance->state == nullptr) return EARSHOT_BAD_MEMORY;
+    instance->scratch_size = scratch_size_for(instance->state->config.fft_size);
+    return EARSHOT_OK;
+}
+
+// --- Parameters ---------------------------------------------------------------------------------
+
+u32 set_changed(state_t *state, const hrtf_word_payload *payload) {
+    if (has_room_for<hrtf_word_payload>(payload)) state->changed = payload->value;
+    return EARSHOT_OK;
+}
+
+u32 set(instance_t *instance, u32 id, const void *payload) {
+    if (!is_ready(instance)) return EARSHOT_BAD_MEMORY;
+    if (id == HRTF_FILT_BACK_PARAM_RESET) return reset(instance);
+    if (id != HRTF_FILT_BACK_PARAM_CHANGED && id != HRTF_FILT_BACK_PARAM_SCRATCH)
+        return EARSHOT_BAD_VALUE;
+    if (payload == nullptr) return EARSHOT_BAD_MEMORY;
+    if (id == HRTF_FILT_BACK_PARAM_CHANGED)
+        return set_changed(instance->state, static_cast<const hrtf_word_payload *>(payload));
+    instance->scratch_ptr = static_cast<const hrtf_scratch_payload *>(payload)->address;
+    return EARSHOT_OK;
+}
+
+u32 get(const instance_t *instance, u32 id, void *payload) {
+    if (!is_ready(instance) || payload == nullptr) return EARSHOT_BAD_MEMORY;
+    switch (id) {
+    case HRTF_FILT_BACK_PARAM_SCRATCH:
+        return answer_scratch(payload, instance->scratch_ptr);
+    case HRTF_FILT_BACK_PARAM_VERSION:
+        return answer_version(payload, version_word);
+    case HRTF_FILT_BACK_PARAM_ZERO_QUERY:
+        return answer_word(payload, 0);
+    default:
+        return EARSHOT_BAD_VALUE;
+    }
+}
+
+// --- Processing ---------------------------------------------------------------------------------
+
+constexpr u32 at_most(u32 count, u32 limit) { return count < limit ? count : limit; }
+
+// The second half of the block is the frame and then, for the tail, what it would go on with. Both
+// end with the block, however long the frame is; samples beyond count as zeros.
+struct extent {
+    u32 frame, tail;
+};
+
+constexpr extent extent_of(const config_t &config) {
+    const u32 half = config.fft_size / 2, frame = at_most(config.frame_length, half);
+    return {frame, at_most(fade, half - frame)};
+}
+
+void restore_level(s32 *samples, u32 count, u32 shift) {
+    for (u32 i = 0; i < count; ++i) samples[i] = ARM_s32_shl_s32_sat(samples[i], shift);
+}
+
+void fade_and_save_tails(state_t *state, s32 *const *ears, const extent &present) {
+    constexpr u32 tail_size = sizeof state->tail[0];
+    for (u32 c = 0; c < 2; ++c) {
+        s32 *tail = state->tail[c];
+        if (state->changed == 1) crossfade(ears[c], tail, ears[c]);
+        memset(tail, 0, tail_size);
+        memscpy(tail, tail_size, ears[c] + present.frame, present.tail * u32{sizeof *tail});
+    }
+    if (state->changed == 1) state->changed = 0;
+}
+
+constexpr void convert(s32 &out, s32 sample) { out = sample; }
+constexpr void convert(s16 &out, s32 sample) { out = ARM_s16_saturate_s32(sample); }
+
+template <class Sample>
+void write_ears(const hrtf_ear_outputs *outputs, s32 *const *ears, const config_t &config) {
+    const u32 present = extent_of(config).frame;
+    const size_t step = config.interleaved != 0 ? 2 : 1;
+    for (u32 c = 0; c < 2; ++c) {
+        Sample *out = static_cast<Sample *>(outputs->ear[step == 2 ? 0 : c]);
+        if (step == 2) out += c;
+        for (u32 i = 0; i < present; ++i) convert(out[i * step], ears[c][i]);
+        for (u32 i = present; i < config.frame_length; ++i) convert(out[i * step], 0);
+    }
+}
+
+u32 process(instance_t *instance, u32 sample_count, const hrtf_ear_outputs *outputs, u32 bin_count,
+            const hrtf_ear_spectra *spectra) {
+    if (!is_ready(instance) || outputs == nullptr || spectra == nullptr) return EARSHOT_BAD_MEMORY;
+    state_t *state = instance->state;
+    const config_t &config = state->config;
+    const u32 n = config.fft_size, half = n / 2;
+    if (sample_count != config.frame_length || bin_count != half + 1) return EARSHOT_BAD_VALUE;
+    if (instance->scratch_ptr == nullptr) return EARSHOT_BAD_MEMORY;
+
+    const extent present = extent_of(config);
+    s32 *ears[2];
+    for (u32 c = 0; c < 2; ++c) {
+        s32 *block = static_cast<s32 *>(instance->scratch_ptr) + c * n;
+        rifft_32x32_scaled(spectra->ear[c], static_cast<s32>(n), &fft_twiddles[0][0],
+                           &fft_split_twiddles[0][0], state->stride, block);
+        ears[c] = block + half;
+        restore_level(ears[c], present.frame + present.tail, state->level_shift);
+    }
+    if (config.crossfade == 1) fade_and_save_tails(state, ears, present);
+    if (config.format == format_s16)
+        write_ears<s16>(outputs, ears, config);
+    else
+        write_ears<s32>(outputs, ears, config);
+    return EARSHOT_OK;
+}
+
+} // namespace
+} // namespace earshot
+
+extern "C" {
+
+u32 hrtf_filt_back_get_req(u32 handle, hrtf_requirement *requirement, u32 count,
+                           const hrtf_filt_back_config *config) {
+    return earshot::get_req(handle, requirement, count, config);
+}
+u32 hrtf_filt_back_init(hrtf_filt_back_instance **handle_out, u32 count,
+                        const hrtf_filt_back_config *config, void *memory, u32 memory_size) {
+    return earshot::init(handle_out, count, config, memory, memory_size);
+}
+u32 hrtf_filt_back_static_get_init(hrtf_filt_back_instance **handle_out, u32 *requirement,
+                                   const hrtf_filt_back_config *config, void *memory,
+                                   u32 memory_size, u32 mode) {
+    return earshot::static_get_init(handle_out, requirement, config, memory, memory_size, mode);
+}
+u32 hrtf_filt_back_scratch_get_init(hrtf_filt_back_instance *instance,
+                                    const hrtf_filt_back_config *, void *value, u32 mode) {
+    return earshot::scratch_get_init(instance, value, mode);
+}
+u32 hrtf_filt_back_initialize(hrtf_filt_back_instance *instance) {
+    return earshot::initialize(instance);
+}
+u32 hrtf_filt_back_reset(hrtf_filt_back_instance *instance) { return earshot::reset(instance); }
+u32 hrtf_filt_back_set(hrtf_filt_back_instance *instance, u32 param_id, const void *payload) {
+    return earshot::set(instance, param_id, payload);
+}
+u32 hrtf_filt_back_get(hrtf_filt_back_instance *instance, u32 param_id, void *payload) {
+    return earshot::get(instance, param_id, payload);
+}
+u32 hrtf_filt_back_process(hrtf_filt_back_instance *instance, u32 sample_count,
+                           const hrtf_ear_outputs *outputs, u32 bin_count,
+                           const hrtf_ear_spectra *spectra) {
+    return earshot::process(instance, sample_count, outputs, bin_count, spectra);
+}
+
+} // extern "C"

@@ -1,0 +1,391 @@
+/*
+ * Binaural renderer: head-related filters, their selection by direction, and the two ends that
+ * filter sources in the frequency domain and make two ear signals.
+ *
+ * One frame: for every source that moved, hrtf_filt_front_set selects its filter pair; the caller
+ * clears two ear spectra; hrtf_filt_front_process adds every source, an N-sample frame each, to
+ * them; hrtf_filt_back_process turns them into L samples per ear. N is 256, L 96 or 128. Frames
+ * overlap: the input frame advances by L samples. When any filter pair changed,
+ * hrtf_filt_back_set (HRTF_FILT_BACK_PARAM_CHANGED) makes the next frame fade over in 32 samples;
+ * that needs L = 96, because with L = 128 the 32 samples that would be faded from lie past the
+ * transformed block and are taken as zeros.
+ *
+ * Azimuth grows counter-clockwise (towards the left), elevation upwards, both in degrees, Q16.
+ * Channel and ear 0 is the left ear.
+ *
+ * Modules live in memory of the caller: get_req tells how much, init makes the instance there, its
+ * handle is the address of the block (aligned for pointers). One thread at a time may use an
+ * instance. Status: 0 done; 1 no configuration or wrong sample rate; 2 invalid or unsupported
+ * value; 3 missing pointer (every function refuses a null instance) or too little memory. Only the
+ * pointers that a function's description names are tested for null.
+ *
+ * Parameter payloads are records whose word 0 is their size in bytes, as the caller sees it: a get
+ * whose payload is too small returns 0 and writes nothing.
+ */
+#ifndef EARSHOT_HRTF_H
+#define EARSHOT_HRTF_H
+
+#include <earshot/types.h>
+
+EARSHOT_BEGIN_C
+
+#define EARSHOT_NO_CONFIG 1u /* no configuration, or a sample rate other than 48000 */
+
+/* --- Tables ------------------------------------------------------------------------------------
+ *
+ * Two sets of filters: diffuse (set 0), by direction, and amb (set 1), by ambisonic channel (ACN,
+ * SN3D, 25 channels of a fourth-order field). A filter is the spectrum of a 256-point real
+ * transform: 128 complex entries in Q29, where entry 0 holds the gains of DC (real word) and
+ * Nyquist (imaginary word). An azimuth record is two filters, for ear 0 and ear 1, of an azimuth of
+ * the half circle from 0 to 180 degrees; the other half is served by the mirrored record with the
+ * ears exchanged.
+ */
+
+/* A row of a table set: the records of one elevation, azimuth_step apart. */
+typedef struct hrtf_table_row {
+    s32 elevation;    /* degrees, Q16 */
+    s32 offset;       /* of the first azimuth record, in complex entries */
+    s32 azimuth_step; /* degrees, Q16 */
+} hrtf_table_row;
+
+extern EARSHOT_API const s32 hrtf_kemar_diffuse_rfft256[125952][2];
+extern EARSHOT_API const s32 hrtf_kemar_amb_rfft256[6400][2];
+extern EARSHOT_API const hrtf_table_row hrtf_kemar_diffuse_table_info[18];
+extern EARSHOT_API const hrtf_table_row hrtf_kemar_amb_table_info[1];
+
+/* Per set {diffuse, amb}: complex entries, rows, transform size, entries of an azimuth record,
+ * fraction bits of the filters; and the tables above. */
+extern EARSHOT_API const s32 hrtf_len_grp[2];
+extern EARSHOT_API const s32 hrtf_num_elevation_grp[2];
+extern EARSHOT_API const s32 hrtf_fft_size_grp[2];
+extern EARSHOT_API const s32 hrtf_azimuth_offset_grp[2];
+extern EARSHOT_API const s32 hrtf_q_format_grp[2];
+extern EARSHOT_API const s32 (*const hrtf_fft_filter[2])[2];
+extern EARSHOT_API const hrtf_table_row *const hrtf_table_info[2];
+
+/* The parameters of a table set. */
+typedef struct hrtf_filter_info {
+    u32 table_selector; /* 0, 1 and from 4 on: diffuse; 2: amb; 3: refused */
+    s32 q_format;
+    s32 fft_size;
+    s32 azimuth_offset;
+    s32 length;
+    s32 num_elevations;
+    const hrtf_table_row *table_info;
+    const s32 (*filters)[2];
+} hrtf_filter_info;
+
+/* Fills the record *info points to from its table_selector; 2 for selector 3 (nothing is written).
+ * No pointer is tested. */
+EARSHOT_API u32 get_filter_info(hrtf_filter_info **info);
+
+/* --- hrtf module: from a direction to a filter pair --------------------------------------------*/
+
+#define HRTF_PARAM_SCRATCH 4u
+#define HRTF_PARAM_VERSION 5u
+#define HRTF_PARAM_Q_FORMAT 6u
+#define HRTF_PARAM_FFT_SIZE 7u
+
+/* What any module of this header needs. */
+typedef struct hrtf_requirement {
+    u32 static_size;  /* bytes */
+    u32 second;       /* 200 (hrtf), 1024 (front and back end) */
+    u32 scratch_size; /* bytes */
+} hrtf_requirement;
+
+typedef struct hrtf_config {
+    u32 table_selector;
+} hrtf_config;
+
+/* The instance, 48 bytes where addresses are 32 bits wide. */
+typedef struct hrtf_instance {
+    hrtf_filter_info *info; /* the record below; null: not initialised */
+    u32 static_size;
+    void *scratch_ptr; /* as attached; not used */
+    u32 scratch_size;  /* 0 */
+    hrtf_filter_info filter_info;
+} hrtf_instance;
+
+typedef struct hrtf_position {
+    s32 unused;
+    s32 azimuth;   /* any value; amb set: channel k as k x 65536 */
+    s32 elevation; /* clamped in place to -40 to 90 degrees by the selection */
+} hrtf_position;
+
+/* The filters of ear 0 and ear 1: 128 complex entries each. */
+typedef struct hrtf_filter_pair {
+    const s32 *ear[2];
+} hrtf_filter_pair;
+
+/* Payloads of set and get. */
+typedef struct hrtf_scratch_payload { /* parameter 4 of all modules */
+    u32 size;
+    u32 unused;
+    void *address;
+} hrtf_scratch_payload;
+typedef struct hrtf_word_payload { /* one value */
+    u32 size;
+    u32 value;
+} hrtf_word_payload;
+typedef struct hrtf_version_payload { /* parameter 5 of all modules */
+    u32 size;
+    u32 unused;
+    u32 version[2];
+} hrtf_version_payload;
+
+/* handle 0 and count 1, else 2; config null: 1. Writes {sizeof(hrtf_instance), 200, 0}; the
+ * selector is not looked at. */
+EARSHOT_API u32 hrtf_get_req(u32 handle, hrtf_requirement *requirement, u32 count,
+                             const hrtf_config *config);
+/* config null, count not 1 or memory null: 2; memory_size too small: 3, with info and the scratch
+ * pointer cleared where they lie inside; selector 3: 2. On success *handle_out is the instance,
+ * without scratch memory. */
+EARSHOT_API u32 hrtf_init(hrtf_instance **handle_out, u32 count, const hrtf_config *config,
+                          void *memory, u32 memory_size);
+/* mode 1: hrtf_init without its argument checks; other modes write sizeof(hrtf_instance) into
+ * word 1 of the requirement. */
+EARSHOT_API u32 hrtf_static_get_init(hrtf_instance **handle_out, hrtf_requirement *requirement,
+                                     const hrtf_config *config, void *memory, u32 memory_size,
+                                     u32 mode);
+/* mode 1 stores the scratch pointer, mode 0 the scratch size 0; other modes: 2. */
+EARSHOT_API u32 hrtf_scratch_get_init(hrtf_instance *instance, void *value, u32 mode);
+/* Refreshes the table parameters from the stored selector; 3 when not initialised. */
+EARSHOT_API u32 hrtf_initialize(hrtf_instance *instance);
+
+/* Parameter 4 only (payload hrtf_scratch_payload, its size is not looked at). Checked in this
+ * order: instance and its info 3, identifier 2, payload 3. */
+EARSHOT_API u32 hrtf_set(hrtf_instance *instance, u32 param_id, const void *payload);
+/* 4: hrtf_scratch_payload; 5: hrtf_version_payload {0x01000000, 0x01000200}; 6 and 7:
+ * hrtf_word_payload. Checked as in hrtf_set, identifiers outside 4 to 7: 2. */
+EARSHOT_API u32 hrtf_get(hrtf_instance *instance, u32 param_id, void *payload);
+
+/* Selects a filter pair: instance, info, pair or position null: 3; input_count not 3 or
+ * output_count not 2: 2; then hrtf_selection. */
+EARSHOT_API u32 hrtf_process(hrtf_instance *instance, u32 input_count, hrtf_filter_pair *pair,
+                             u32 output_count, hrtf_position *position);
+/*
+ * Nearest row (ties: the lower), nearest azimuth record of it (halves up). Azimuths count within 0
+ * to 360 degrees; above 180 the record of 360 less the azimuth serves with the ears exchanged, at
+ * 360 itself too. Where rounding leads one record past a row it is the next record in memory; a
+ * record that does not lie wholly inside the diffuse filters, the amb filters and the diffuse rows,
+ * which are adjacent in this order, gives 2 and keeps *pair. Not initialised: 3.
+ */
+EARSHOT_API u32 hrtf_selection(hrtf_instance *instance, hrtf_position *position,
+                               hrtf_filter_pair *pair);
+/* Index of the row nearest to an elevation (any value; differences wrap), its low 16 bits; 0 for
+ * count below 1. */
+EARSHOT_API u16 find_nearest_elevation(s32 elevation, s32 count, const hrtf_table_row *rows);
+/* The selection within a given row, whatever the elevation; a row past the last gives 2 and writes
+ * nothing. */
+EARSHOT_API u32 find_nearest_filt(hrtf_instance *instance, hrtf_position *position, u32 row,
+                                  hrtf_filter_pair *pair);
+
+/* --- Front end: sources to ear spectra ---------------------------------------------------------*/
+
+#define HRTF_FILT_FRONT_PARAM_SCRATCH 4u
+#define HRTF_FILT_FRONT_PARAM_VERSION 5u
+#define HRTF_FILT_FRONT_PARAM_RESET 6u
+#define HRTF_FILT_FRONT_PARAM_DIRECTION 7u
+#define HRTF_FILT_FRONT_PARAM_SELECT 8u
+#define HRTF_FILT_FRONT_PARAM_ZERO_QUERY 9u
+#define HRTF_FILT_FRONT_PARAM_ACTIVE 10u
+
+typedef struct hrtf_filt_front_config {
+    u32 table_selector; /* 0 to 2 */
+    u32 sample_rate;    /* 48000 */
+    u32 max_sources;
+    u32 reserved_3; /* any value, as is the next */
+    u32 reserved_4;
+} hrtf_filt_front_config;
+
+/* One source. The records of an instance are adjacent; for each, the size of a record rounded up to
+ * a multiple of 8 is reserved. */
+typedef struct hrtf_filt_front_source {
+    const s32 *filter[2]; /* null until selected */
+    s32 third;            /* 65536 at first; not used */
+    s32 azimuth;
+    s32 elevation; /* as given, not as clamped */
+} hrtf_filt_front_source;
+
+typedef struct hrtf_filt_front_state {
+    hrtf_filt_front_config config;
+    u32 active; /* sources that are processed, the first ones */
+    s32 fft_size;
+    s32 input_shift; /* log2(fft_size) + 1 */
+    s32 stride;      /* 1024 / fft_size */
+    s32 q_format;
+    hrtf_instance *hrtf;
+    hrtf_filt_front_source *sources;
+} hrtf_filt_front_state;
+
+/* Header of the instance; the state, the hrtf instance and the sources follow it: with addresses of
+ * 32 bits, 64 bytes, 48 bytes and 24 bytes for each source. */
+typedef struct hrtf_filt_front_instance {
+    u32 static_size;
+    hrtf_filt_front_state *state;
+    void *scratch_ptr;
+    u32 scratch_size; /* 3088 */
+} hrtf_filt_front_instance;
+
+/* Payload of parameters 7 and 8. */
+typedef struct hrtf_filt_front_direction {
+    u32 size;
+    u32 source;
+    hrtf_position position;
+} hrtf_filt_front_direction;
+
+/* Two spectra of fft_size / 2 + 1 complex bins; alignment of an s32. */
+typedef struct hrtf_ear_spectra {
+    s32 *ear[2];
+} hrtf_ear_spectra;
+
+/* handle 0 and count 1, else 2; config null or not for 48000 Hz: 1; selector above 2, or so many
+ * sources that the size passes 32 bits: 2. Writes {static size, 1024, 3088}. */
+EARSHOT_API u32 hrtf_filt_front_get_req(u32 handle, hrtf_requirement *requirement, u32 count,
+                                        const hrtf_filt_front_config *config);
+/* config null, count not 1 or memory null: 2; not for 48000 Hz: 1; memory_size too small: 3;
+ * selector above 2 or too many sources: 2. The last two clear the state and the scratch pointer
+ * where they lie inside. On success *handle_out is the instance: all sources
+ * active, none with filters, no scratch memory. */
+EARSHOT_API u32 hrtf_filt_front_init(hrtf_filt_front_instance **handle_out, u32 count,
+                                     const hrtf_filt_front_config *config, void *memory,
+                                     u32 memory_size);
+/* mode 1: the init above after its checks; other modes write the static size to *requirement. */
+EARSHOT_API u32 hrtf_filt_front_static_get_init(hrtf_filt_front_instance **handle_out,
+                                                u32 *requirement,
+                                                const hrtf_filt_front_config *config, void *memory,
+                                                u32 memory_size, u32 mode);
+/* mode 1: attaches the scratch memory (3088 bytes, alignment of an s32); mode 0: stores the scratch
+ * size, or 2 for a config with a selector above 2; other modes: 2. */
+EARSHOT_API u32 hrtf_filt_front_scratch_get_init(hrtf_filt_front_instance *instance,
+                                                 const hrtf_filt_front_config *config, void *value,
+                                                 u32 mode);
+/* Reads transform size and format from the hrtf instance, makes all sources active and resets them;
+ * 3 without a state, 2 for a transform size other than 256, 512 and 1024. */
+EARSHOT_API u32 hrtf_filt_front_initialize(hrtf_filt_front_instance *instance);
+/* Forgets the filters and directions of all sources; 3 without a state. */
+EARSHOT_API u32 hrtf_filt_front_reset(hrtf_filt_front_instance *instance);
+/*
+ * 4: scratch pointer (hrtf_scratch_payload); 6: reset (no payload); 7: stores a direction
+ * (hrtf_filt_front_direction) without selecting; 8: stores it and selects the source's filter pair,
+ * which clamps the elevation in the payload, or gives 2 as hrtf_selection and keeps the pair; 10:
+ * number of active sources (hrtf_word_payload), 2 above the maximum. Others: 2. Sizes of payloads
+ * are not looked at. A source whose record would lie outside the instance gives 2; what is reserved
+ * beyond the records can hold one more, which may be set. Checked in this order: instance and state
+ * 3, identifier 2, payload 3.
+ */
+EARSHOT_API u32 hrtf_filt_front_set(hrtf_filt_front_instance *instance, u32 param_id,
+                                    void *payload);
+/* 4; 5 {0, 0x1000200}; 7 (the source in word 1; 2 above the maximum; at the maximum, one past the
+ * last, what does not lie inside the instance reads as 0); 9 {0}; 10. 6 and 8 give 0 and write
+ * nothing. Checked as in set, identifiers outside 4 to 10: 2. */
+EARSHOT_API u32 hrtf_filt_front_get(hrtf_filt_front_instance *instance, u32 param_id,
+                                    void *payload);
+/*
+ * Adds the active sources to the ear spectra, which the caller has cleared: every input (fft_size
+ * samples, Q31) is shifted right by log2(fft_size) + 1, transformed and multiplied by its two
+ * filters; sums wrap. bin_count must be fft_size / 2 + 1 and sample_count fft_size, else 2;
+ * spectra and inputs non-null, else 3; an active source without filters or a missing scratch
+ * pointer gives 3. With no active source, 0 before either of these is looked at. On failure nothing
+ * is written. The products of bin 0 and the last bin are truncated and saturate, their imaginary
+ * words stay; the others are rounded and wrap.
+ */
+EARSHOT_API u32 hrtf_filt_front_process(hrtf_filt_front_instance *instance, u32 bin_count,
+                                        const hrtf_ear_spectra *spectra, u32 sample_count,
+                                        const s32 *const *inputs);
+
+/* --- Back end: ear spectra to ear signals ------------------------------------------------------*/
+
+#define HRTF_FILT_BACK_PARAM_SCRATCH 4u
+#define HRTF_FILT_BACK_PARAM_VERSION 5u
+#define HRTF_FILT_BACK_PARAM_RESET 6u
+#define HRTF_FILT_BACK_PARAM_ZERO_QUERY 7u
+#define HRTF_FILT_BACK_PARAM_CHANGED 8u
+
+#define HRTF_CROSSFADE_FRAMES 32
+
+typedef struct hrtf_filt_back_config {
+    u32 crossfade;    /* 1: fade when a filter changes; else never */
+    u32 frame_length; /* L: 96 or 128 */
+    u32 fft_size;     /* N: 256 */
+    u32 reserved_3;   /* any value */
+    u32 format;       /* 2: 16-bit output, else 32-bit */
+    u32 interleaved;  /* 0: one buffer per ear, else one buffer of pairs */
+} hrtf_filt_back_config;
+
+typedef struct hrtf_filt_back_state {
+    hrtf_filt_back_config config;
+    u32 level_shift; /* log2(fft_size) + 1 */
+    s32 stride;      /* 1024 / fft_size */
+    u32 changed;     /* 1: a filter changed since the last frame */
+    s32 tail[2][HRTF_CROSSFADE_FRAMES];
+    u32 reserved;
+} hrtf_filt_back_state;
+
+/* Header of the instance, followed by its state; 312 bytes where addresses are 32 bits wide. */
+typedef struct hrtf_filt_back_instance {
+    u32 static_size;
+    hrtf_filt_back_state *state;
+    void *scratch_ptr;
+    u32 scratch_size; /* 2048 */
+} hrtf_filt_back_instance;
+
+/* Buffers of ear 0 and ear 1, s16 or s32; interleaved output goes to the first. */
+typedef struct hrtf_ear_outputs {
+    void *ear[2];
+} hrtf_ear_outputs;
+
+/* handle 0 and count 1, else 2; config null: 1; fft_size not 256 or frame_length not 96 or 128: 2.
+ * Writes {static size, 1024, 2048}. */
+EARSHOT_API u32 hrtf_filt_back_get_req(u32 handle, hrtf_requirement *requirement, u32 count,
+                                       const hrtf_filt_back_config *config);
+/* config null, count not 1, memory null or the sizes not as above: 2; memory_size too small: 3,
+ * with state and scratch pointer cleared where they lie inside. On success *handle_out is the
+ * instance, without scratch memory. */
+EARSHOT_API u32 hrtf_filt_back_init(hrtf_filt_back_instance **handle_out, u32 count,
+                                    const hrtf_filt_back_config *config, void *memory,
+                                    u32 memory_size);
+/* mode 1: the init above without its argument checks, for any frame_length (samples past the block
+ * come out as 0) and transforms of 256, 512 and 1024, else 2; other modes write the static size to
+ * *requirement. */
+EARSHOT_API u32 hrtf_filt_back_static_get_init(hrtf_filt_back_instance **handle_out,
+                                               u32 *requirement,
+                                               const hrtf_filt_back_config *config, void *memory,
+                                               u32 memory_size, u32 mode);
+/* mode 1: attaches the scratch memory (8 bytes per point of the transform, alignment of an s32);
+ * mode 0: stores the scratch size; other modes: 2. config is not looked at. */
+EARSHOT_API u32 hrtf_filt_back_scratch_get_init(hrtf_filt_back_instance *instance,
+                                                const hrtf_filt_back_config *config, void *value,
+                                                u32 mode);
+/* Derives shift and stride from the stored fft_size (256, 512 or 1024, else 2), clears the changed
+ * flag and resets; 3 without a state. */
+EARSHOT_API u32 hrtf_filt_back_initialize(hrtf_filt_back_instance *instance);
+/* Clears the tails of the crossfade, not the flag; 3 without a state. */
+EARSHOT_API u32 hrtf_filt_back_reset(hrtf_filt_back_instance *instance);
+/* 4: scratch pointer; 6: reset (no payload); 8: changed flag (hrtf_word_payload; a smaller one
+ * changes nothing). Others: 2. Checked in this order: instance and state 3, identifier 2, payload
+ * 3. */
+EARSHOT_API u32 hrtf_filt_back_set(hrtf_filt_back_instance *instance, u32 param_id,
+                                   const void *payload);
+/* 4; 5 {0, 0x01000200}; 7 {0}. Others: 2. The payload is checked (3) before the identifier. */
+EARSHOT_API u32 hrtf_filt_back_get(hrtf_filt_back_instance *instance, u32 param_id, void *payload);
+/*
+ * Transforms the ear spectra back (which overwrites them), restores the level with saturation and
+ * writes samples N/2 to N/2 + L - 1 of the block, 16-bit ones saturated. With crossfade 1 and a
+ * changed flag of 1, the first 32 fade over from what the previous filters would have gone on with,
+ * and the flag is cleared. outputs and spectra non-null, else 3; sample_count must be L and
+ * bin_count N/2 + 1, else 2; no scratch pointer: 3. On failure nothing is written.
+ */
+EARSHOT_API u32 hrtf_filt_back_process(hrtf_filt_back_instance *instance, u32 sample_count,
+                                       const hrtf_ear_outputs *outputs, u32 bin_count,
+                                       const hrtf_ear_spectra *spectra);
+
+/*
+ * Fades 32 samples linearly from old to new (sample i: (32 - i) / 32 old + i / 32 new, each term
+ * truncated); out may be either of them. Returns the last output sample.
+ */
+EARSHOT_API s32 a3d_crossfade(s32 *out, const s32 *old_samples, const s32 *new_samples);
+
+EARSHOT_END_C
+
+#endif
