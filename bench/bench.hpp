@@ -35,6 +35,7 @@ inline std::vector<s32> noise(std::size_t words, int headroom_bits) {
 }
 
 void register_hoa_effect();
+void register_renderer();
 void register_transforms();
 
 } // namespace earshot_bench

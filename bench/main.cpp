@@ -44,6 +44,7 @@ class ratio_reporter : public benchmark::ConsoleReporter {
 int main(int argc, char **argv) {
     earshot_bench::register_hoa_effect();
     earshot_bench::register_transforms();
+    earshot_bench::register_renderer();
     benchmark::Initialize(&argc, argv);
     if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 1;
     ratio_reporter reporter;

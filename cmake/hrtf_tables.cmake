@@ -9,8 +9,9 @@ find_package(Eigen3 QUIET NO_MODULE)
 find_file(EARSHOT_KEMAR MIT_KEMAR_normal_pinna.sofa PATHS /usr/share /usr/local/share
   PATH_SUFFIXES libmysofa)
 
+# Sanitizers would make minutes of the seconds that the design takes.
 if(EARSHOT_MYSOFA_FOUND AND EARSHOT_FFTW_FOUND AND TARGET Eigen3::Eigen AND EARSHOT_KEMAR
-    AND NOT CMAKE_CROSSCOMPILING)
+    AND NOT CMAKE_CROSSCOMPILING AND NOT CMAKE_CXX_FLAGS MATCHES "-fsanitize")
   set(tools ${PROJECT_SOURCE_DIR}/tools/hrtf_tables)
   add_library(hrtf_tool_parts STATIC
     ${tools}/amb_set.cpp
@@ -21,7 +22,7 @@ if(EARSHOT_MYSOFA_FOUND AND EARSHOT_FFTW_FOUND AND TARGET Eigen3::Eigen AND EARS
     ${tools}/measurement.cpp
     ${tools}/shorten.cpp
     ${tools}/spectrum.cpp)
-  # Seconds instead of minutes in a build for debugging.
+  # In a build for debugging too.
   target_compile_options(hrtf_tool_parts PRIVATE -O2)
   target_link_libraries(hrtf_tool_parts
     PUBLIC earshot_options

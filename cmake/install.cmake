@@ -2,7 +2,7 @@
 
 install(TARGETS earshot EXPORT earshot-targets)
 install(DIRECTORY include/earshot TYPE INCLUDE)
-install(FILES LICENSE TYPE DOC)
+install(FILES LICENSE NOTICE TYPE DOC)
 
 set(EARSHOT_CMAKE_DIR ${CMAKE_INSTALL_LIBDIR}/cmake/earshot)
 install(EXPORT earshot-targets NAMESPACE earshot:: FILE earshot-config.cmake

@@ -1,0 +1,43 @@
+// The measured responses: MIT Media Laboratory, KEMAR with the normal pinna, 1994.
+#ifndef EARSHOT_TOOLS_HRTF_MEASUREMENT_HPP
+#define EARSHOT_TOOLS_HRTF_MEASUREMENT_HPP
+
+#include "spectrum.hpp"
+
+#include <array>
+#include <string>
+#include <vector>
+
+namespace hrtf {
+
+struct direction {
+    double azimuth;   // degrees, counter-clockwise (0 in front, 90 left)
+    double elevation; // degrees, upwards
+};
+
+constexpr std::size_t left = 0, right = 1;
+
+struct measured_direction {
+    direction where;
+    std::array<signal, 2> ears; // 512 samples each
+    double weight;              // share of the sphere; all weights sum to 1
+};
+
+struct measurement {
+    double rate; // Hz
+    std::vector<measured_direction> directions;
+
+    // The index of the direction within a hundredth of a degree of the wanted one; ends the program
+    // when there is none.
+    std::size_t find(direction wanted) const;
+};
+
+// Reads an AES69 file with libmysofa. Ends the program when the file is not the expected one, or
+// when its azimuths or ears turn out to be exchanged.
+measurement read_measurement(const std::string &path);
+
+[[noreturn]] void fail(const std::string &what);
+
+} // namespace hrtf
+
+#endif
