@@ -35,10 +35,11 @@ class audio_input : public frame_source {
 
     const std::string &name() const { return name_; }
     file_identity identity() const { return identity_; }
-    s64 position() const { return position_; } // frames read so far
-    int width() const;                         // bits of a sample; 8-bit formats count as 16
-    bool is_float() const;                     // floating point, or a lossy format that decodes so
-    u64 clipped() const { return clipped_; }   // floating-point samples beyond full scale
+    bool is_seekable() const { return seekable_; } // and so can be read once more
+    s64 position() const { return position_; }     // frames read so far
+    int width() const;                             // bits of a sample; 8-bit formats count as 16
+    bool is_float() const;                   // floating point, or a lossy format that decodes so
+    u64 clipped() const { return clipped_; } // floating-point samples beyond full scale
 
     std::string format_text() const; // "WAV, 24-bit"
     std::string description() const; // the format, channels, rate and length

@@ -8,7 +8,8 @@ namespace {
 
 // Factors in Q30.
 constexpr s64 sqrt_2 = 1518500250;
-constexpr s64 one_over_sqrt_3 = 619925131;
+// 1 / sqrt(2 n + 1) of the orders n from 0 on.
+constexpr s64 n3d_to_sn3d[] = {1 << 30, 619925131, 480191942, 405836263, 357913941};
 
 s32 scaled(s32 sample, s64 factor_q30, int width, u64 &clipped) {
     const int dropped = 32 - width;
@@ -31,8 +32,10 @@ u64 convert_to_ambix(channel_layout from, s32 *interleaved, std::size_t frames, 
             frame[2] = frame[3];
             frame[3] = x;
         } else {
-            for (int k = 1; k < first_order_channels; ++k)
-                frame[k] = scaled(frame[k], one_over_sqrt_3, width, clipped);
+            for (int order = 1, k = 1; k < channels; ++k) {
+                if (k == (order + 1) * (order + 1)) ++order;
+                frame[k] = scaled(frame[k], n3d_to_sn3d[order], width, clipped);
+            }
         }
     }
     return clipped;

@@ -19,8 +19,17 @@ void require_channels(const audio_input &in, int channels, const std::string &re
                                               ", " + reason + " has " + std::to_string(channels));
 }
 
+void note_conversion(const console &out, const audio_input &in, int rate) {
+    out.note(in.name() + ": converting the sample rate from " + std::to_string(in.rate()) + " to " +
+             std::to_string(rate) + " Hz");
+}
+
 void report(const console &out, const audio_input &in, const audio_output &written) {
     out.clipped(in.name(), in.clipped(), "at full scale on reading");
+    report(out, written);
+}
+
+void report(const console &out, const audio_output &written) {
     out.clipped(written.name(), written.clipped(), "at full scale on writing");
     out.detail(written.name() + ": " + counted(static_cast<u64>(written.frames()), "frame") +
                " written");

@@ -8,6 +8,8 @@ namespace earshot_tool {
 
 void add_rotate(CLI::App &app, action &chosen);
 void add_encode(CLI::App &app, action &chosen);
+void add_render(CLI::App &app, action &chosen);
+void add_binauralize(CLI::App &app, action &chosen);
 void add_info(CLI::App &app, action &chosen);
 
 // The format of an output made from an input: its width unless the options say otherwise. Throws
@@ -18,7 +20,11 @@ output_format format_for(const output_options &options, const audio_input &in, i
 // Throws processing_error unless the input has so many channels; `reason` tells what they are.
 void require_channels(const audio_input &in, int channels, const std::string &reason);
 
+// "the input is converted to another rate".
+void note_conversion(const console &out, const audio_input &in, int rate);
+
 // "this is what was done" at the end of a command that wrote a file.
+void report(const console &out, const audio_output &written);
 void report(const console &out, const audio_input &in, const audio_output &written);
 
 } // namespace earshot_tool

@@ -44,17 +44,6 @@ int parse_channel(const std::string &text) {
     return static_cast<int>(*channel);
 }
 
-double parse_orbit(const std::string &text) {
-    const auto seconds = parse_number(text);
-    if (!seconds) throw usage_error("--orbit: '" + text + "' is not a number");
-    const number_range magnitude{shortest_orbit, longest_orbit};
-    if (!magnitude.contains(std::fabs(*seconds)))
-        throw usage_error("--orbit: " + number_text(*seconds) + " is not " +
-                          number_text(shortest_orbit) + " to " + number_text(longest_orbit) +
-                          " seconds either way");
-    return *seconds;
-}
-
 // Writes the field of one source that moves along a path.
 class field_encoder {
   public:
@@ -135,12 +124,7 @@ void add_encode(CLI::App &app, action &chosen) {
                "Direction around the listener, counter-clockwise: 0 front, 90 left (default 0)");
     add_number(*command, "--elevation", options->elevation, elevation_range, "DEG",
                "Direction above the listener, -90 to 90 (default 0)");
-    command
-        ->add_option_function<std::string>(
-            "--orbit",
-            [options](const std::string &text) { options->orbit_seconds = parse_orbit(text); },
-            "Go round once in so many seconds, counter-clockwise; negative: clockwise")
-        ->type_name("SECONDS");
+    add_orbit(*command, options->orbit_seconds);
     add_choice(*command, "--order", {1, 2, 3, 4}, options->order,
                "Ambisonic order, 1 to 4 (default 1)");
     add_verbosity(*command, options->level);

@@ -4,20 +4,14 @@
 #include <limits>
 
 #include "channel_layout.hpp"
-#include "error.hpp"
 #include "frame_source.hpp"
+#include "library_status.hpp"
 
 namespace earshot_tool {
 
 namespace {
 
 constexpr std::size_t channel_count = first_order_channels;
-
-void require(u32 status, const char *call) {
-    if (status != EARSHOT_OK)
-        throw processing_error(std::string("internal error: ") + call + " returned " +
-                               std::to_string(status));
-}
 
 } // namespace
 

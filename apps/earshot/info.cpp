@@ -6,6 +6,7 @@
 #include <memory>
 
 #include "commands.hpp"
+#include "ear_differences.hpp"
 #include "error.hpp"
 #include "library_info.hpp"
 #include "sound_direction.hpp"
@@ -18,7 +19,8 @@ namespace {
 struct info_options {
     std::string input;
     channel_layout layout = channel_layout::ambix;
-    double step = 0; // seconds between rows; 0 for the summary
+    double direction_step = 0; // seconds between rows; 0 for no table
+    double ear_step = 0;
     bool library = false;
     verbosity level;
 };
@@ -33,12 +35,22 @@ std::string fixed(double value, int decimals) {
                : result;
 }
 
+std::string level_text(double decibels) {
+    return std::isfinite(decibels) ? fixed(decibels, 2) : "";
+}
+
 // "SECONDS,AZIMUTH,ELEVATION,LEVEL"; what does not exist, as in silence, is left empty.
 std::string direction_row(double seconds, const sound_direction &sound) {
     std::string row = fixed(seconds, 3) + ",";
     row += sound.exists() ? fixed(sound.azimuth(), 2) + "," + fixed(sound.elevation(), 2) : ",";
-    const double level = sound.level_db();
-    return row + "," + (std::isfinite(level) ? fixed(level, 2) : "") + "\n";
+    return row + "," + level_text(sound.level_db()) + "\n";
+}
+
+// "SECONDS,LEFT,RIGHT,MICROSECONDS", with empty cells likewise.
+std::string ear_row(double seconds, const ear_differences &ears) {
+    const auto difference = ears.time_difference();
+    return fixed(seconds, 3) + "," + level_text(ears.level_db(0)) + "," +
+           level_text(ears.level_db(1)) + "," + (difference ? fixed(*difference, 1) : "") + "\n";
 }
 
 // Reads the file in pieces and hands every frame to `visit`.
@@ -52,28 +64,41 @@ template <class Visit> void for_each_frame(audio_input &in, const console &out, 
     }
 }
 
+// A row for every step, made by `row_text` of what `sums` has collected since the row before.
+template <class Sums, class RowText>
+void print_rows(audio_input &in, const console &out, double step, Sums &sums, RowText row_text) {
+    // Steps begin at the frame nearest to their time, so that they do not drift.
+    const double step_frames = step * in.rate();
+    s64 row = 0;
+    s64 position = 0;
+    const auto finish_row = [&] {
+        print(row_text(static_cast<double>(row) * step, sums));
+        ++row;
+        sums.clear();
+    };
+    for_each_frame(in, out, [&](const s32 *frame) {
+        if (position == std::llround(static_cast<double>(row + 1) * step_frames)) finish_row();
+        sums.add(frame);
+        ++position;
+    });
+    if (sums.frames() > 0) finish_row();
+}
+
 void print_directions(audio_input &in, const info_options &options, const console &out) {
     if (order_of_channels(in.channels()) == 0)
         throw processing_error(in.name(), "has " +
                                               counted(static_cast<u64>(in.channels()), "channel") +
                                               " and is not an ambisonic field");
     print("seconds,azimuth,elevation,level_db\n");
-    // Steps begin at the frame nearest to their time, so that they do not drift.
-    const double step_frames = options.step * in.rate();
-    s64 row = 0;
-    s64 position = 0;
     sound_direction sound(options.layout);
-    const auto finish_row = [&] {
-        print(direction_row(static_cast<double>(row) * options.step, sound));
-        ++row;
-        sound.clear();
-    };
-    for_each_frame(in, out, [&](const s32 *frame) {
-        if (position == std::llround(static_cast<double>(row + 1) * step_frames)) finish_row();
-        sound.add(frame);
-        ++position;
-    });
-    if (sound.frames() > 0) finish_row();
+    print_rows(in, out, options.direction_step, sound, direction_row);
+}
+
+void print_ears(audio_input &in, const info_options &options, const console &out) {
+    require_channels(in, 2, "a recording for two ears");
+    print("seconds,level_left_db,level_right_db,time_difference_us\n");
+    ear_differences ears(in.rate());
+    print_rows(in, out, options.ear_step, ears, ear_row);
 }
 
 std::string line(const char *label, const std::string &text) {
@@ -125,17 +150,23 @@ void print_summary(audio_input &in, const info_options &options, const console &
 void info(const info_options &options) {
     if (options.library != options.input.empty())
         throw usage_error("info: name either a file or --library");
-    if (options.library && options.step > 0)
-        throw usage_error("--directions needs a file, not --library");
+    const bool has_table = options.direction_step > 0 || options.ear_step > 0;
+    if (options.direction_step > 0 && options.ear_step > 0)
+        throw usage_error("--directions and --ears exclude each other");
+    if (options.library && has_table)
+        throw usage_error((options.ear_step > 0 ? "--ears" : "--directions") +
+                          std::string(" needs a file, not --library"));
     if (options.library) {
         print(library_info());
         return;
     }
     // Rows appear while the file is read: a line of progress would run into them.
-    const console out(options.step > 0 ? verbosity{true, false} : options.level);
+    const console out(has_table ? verbosity{true, false} : options.level);
     audio_input in(options.input);
-    if (options.step > 0)
+    if (options.direction_step > 0)
         print_directions(in, options, out);
+    else if (options.ear_step > 0)
+        print_ears(in, options, out);
     else
         print_summary(in, options, out);
 }
@@ -148,8 +179,10 @@ void add_info(CLI::App &app, action &chosen) {
     command->add_option("FILE", options->input, "Audio file; - for standard input")->type_name("");
     command->add_flag("--library", options->library,
                       "Version, instruction set and module sizes of this build");
-    add_number(*command, "--directions", options->step, {0.001, 1e6}, "STEP",
+    add_number(*command, "--directions", options->direction_step, {0.001, 1e6}, "STEP",
                "Print a table of directions, a row every STEP seconds");
+    add_number(*command, "--ears", options->ear_step, {0.001, 1e6}, "STEP",
+               "Print a table of levels and time difference of two ears, likewise");
     add_input_format(*command, options->layout);
     command->add_flag("-q,--quiet", options->level.quiet, "Print results and errors only");
     command->callback([options, &chosen] { chosen = [options] { info(*options); }; });

@@ -34,7 +34,7 @@ void occupy_standard_descriptors() {
 }
 
 int run(int argc, char **argv) {
-    CLI::App app("Spatial audio in fixed point: rotate, encode and inspect ambisonic recordings",
+    CLI::App app("Spatial audio in fixed point: ambisonic fields, and sound for two ears",
                  "earshot");
     app.set_help_flag("-h,--help", "Print this help and exit");
     app.set_version_flag("--version", std::string("earshot ") + earshot_version(),
@@ -45,6 +45,8 @@ int run(int argc, char **argv) {
     action chosen;
     add_rotate(app, chosen);
     add_encode(app, chosen);
+    add_render(app, chosen);
+    add_binauralize(app, chosen);
     add_info(app, chosen);
     try {
         app.parse(argc, argv);

@@ -1,10 +1,27 @@
 #include "options.hpp"
 
+#include <cmath>
 #include <map>
 
 #include "error.hpp"
+#include "orbit.hpp"
 
 namespace earshot_tool {
+
+namespace {
+
+double parse_orbit(const std::string &text) {
+    const auto seconds = parse_number(text);
+    if (!seconds) throw usage_error("--orbit: '" + text + "' is not a number");
+    const number_range magnitude{shortest_orbit, longest_orbit};
+    if (!magnitude.contains(std::fabs(*seconds)))
+        throw usage_error("--orbit: " + number_text(*seconds) + " is not " +
+                          number_text(shortest_orbit) + " to " + number_text(longest_orbit) +
+                          " seconds either way");
+    return *seconds;
+}
+
+} // namespace
 
 CLI::App *add_command(CLI::App &app, const std::string &name, const std::string &description) {
     CLI::App *command = app.add_subcommand(name, description);
@@ -23,8 +40,9 @@ void add_output_options(CLI::App &command, output_options &options) {
                     "File to write (.wav .flac .caf .au .w64); - for standard output, as AU")
         ->required()
         ->type_name("OUT");
+    const std::string bits = options.bits == 0 ? ": as IN" : " " + std::to_string(options.bits);
     add_choice(command, "--bits", {16, 24, 32}, options.bits,
-               "Bits of an output sample: 16, 24 or 32 (default: as IN)");
+               "Bits of an output sample: 16, 24 or 32 (default" + bits + ")");
     command.add_flag("--raw", options.raw, "Write little-endian samples without a header");
     command.add_flag("--no-dither", options.no_dither, "Round to the output width without dither");
     command.add_flag("--digest", options.digest, "Print the SHA-256 of the output samples");
@@ -81,6 +99,14 @@ void add_number(CLI::App &command, const std::string &name, double &target,
         target = *value;
     };
     command.add_option_function<std::string>(name, store, description)->type_name(value_name);
+}
+
+void add_orbit(CLI::App &command, double &seconds) {
+    command
+        .add_option_function<std::string>(
+            "--orbit", [&seconds](const std::string &text) { seconds = parse_orbit(text); },
+            "Go round once in so many seconds, counter-clockwise; negative: clockwise")
+        ->type_name("SECONDS");
 }
 
 } // namespace earshot_tool

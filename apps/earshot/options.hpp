@@ -28,6 +28,9 @@ void add_number(CLI::App &command, const std::string &name, double &target,
                 const number_range &range, const std::string &value_name,
                 const std::string &description);
 
+// "--orbit": seconds of a turn, not 0, negative for clockwise.
+void add_orbit(CLI::App &command, double &seconds);
+
 // An option with one of a few whole numbers.
 void add_choice(CLI::App &command, const std::string &name, const std::vector<int> &choices,
                 int &target, const std::string &description);

@@ -65,6 +65,39 @@ class Files(ToolTest):
                    "--directions=1")
 
 
+class Ears(ToolTest):
+    def rows(self, left, right, step, rate=48000):
+        stereo = wav([s for pair in zip(left, right) for s in pair], 2, 24, rate)
+        lines = self.tool("info", "-", "--ears", str(step), data=stereo).decode().splitlines()
+        self.assertEqual(lines[0], "seconds,level_left_db,level_right_db,time_difference_us")
+        return [[float(cell) if cell else None for cell in line.split(",")] for line in lines[1:]]
+
+    def test_delay_and_level(self):
+        """The left ear is half as loud and later by 17 samples, then earlier by 40."""
+        sound = noise(48100, 24, 40)
+        left = ([0] * 17 + [s // 2 for s in sound])[:24000] + [s // 2 for s in sound[24040:48040]]
+        for number, row in enumerate(self.rows(left, sound[:48000], 0.1)):
+            self.assertEqual(row[0], round(number * 0.1, 3))
+            self.assertAlmostEqual(row[2] - row[1], 6.02, delta=0.05)
+            self.assertAlmostEqual(row[2], 20 * math.log10(0.5 / math.sqrt(3)), delta=0.2)
+            exact = 17 if number < 5 else -40
+            self.assertAlmostEqual(row[3], exact / 48000 * 1e6, delta=1)
+
+    def test_between_samples(self):
+        wave = [[math.floor(2e6 * math.sin((i - delay) * 0.05) + 0.5) for i in range(8000)]
+                for delay in (0.3, 0)]
+        (row,) = self.rows(*wave, 1, rate=44100)
+        self.assertAlmostEqual(row[3], 0.3 / 44100 * 1e6, delta=0.5)
+
+    def test_silence(self):
+        self.assertEqual(self.rows([0] * 100, [0] * 100, 1), [[0, None, None, None]])
+        self.write("mono.wav", wav([1], 1))
+        self.fails(2, "mono.wav: has 1 channel, a recording for two ears has 2", "info",
+                   "mono.wav", "--ears=1")
+        self.fails(1, "--directions and --ears exclude each other", "info", "mono.wav",
+                   "--ears=1", "--directions=1")
+
+
 class Build(ToolTest):
     def test_library(self):
         lines = self.tool("info", "--library").decode().splitlines()
@@ -75,6 +108,7 @@ class Build(ToolTest):
         self.assertEqual(found["interface version"], "0x01000100")
         size = {"64 bits": "1592 bytes", "32 bits": "1552 bytes"}[found["addresses"]]
         self.assertEqual(found["ambisonic effect"], size)
+        self.assertEqual(found["binaural interface"], "0x01000200")
 
 
 main()

@@ -1,0 +1,71 @@
+// What the commands have in common that render for two ears.
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "binaural_stream.hpp"
+#include "channel_picker.hpp"
+#include "options.hpp"
+#include "resampler.hpp"
+
+namespace earshot_tool {
+
+struct binaural_options {
+    binaural_options() { output.bits = 24; }
+
+    output_options output;
+    std::optional<int> guard; // bits; nothing: as many as are safe
+    std::optional<s32> gain;  // thousandths of a decibel
+    bool normalize = false;
+    verbosity level;
+};
+
+void add_binaural_options(CLI::App &command, binaural_options &options);
+
+// The guard for so many sources. Throws usage_error where the options ask for more than is safe.
+int guard_for(const binaural_options &options, filter_set set, std::size_t sources);
+
+// A file, one channel of it or all, at 48000 Hz.
+class binaural_input {
+  public:
+    explicit binaural_input(const std::string &path) : file_(path) {}
+
+    // Before the first read: one channel, counted from 1, instead of all.
+    void pick(int channel) { picked_.emplace(file_, channel); }
+
+    // At 48000 Hz, from the first call on.
+    frame_source &source();
+
+    const audio_input &file() const { return file_; }
+
+    void describe(const console &out) const;
+    void report(const console &out) const; // samples clipped on the way
+
+  private:
+    audio_input file_;
+    std::optional<channel_picker> picked_;
+    std::optional<resampler> converted_;
+};
+
+// Everything from the files to the ears, opened and not yet read.
+struct rendering {
+    virtual ~rendering() = default;
+
+    // What to tell at the end besides what the inputs have to tell.
+    virtual void report(const console &) const {}
+
+    std::vector<std::unique_ptr<binaural_input>> inputs;
+    std::optional<binaural_engine> engine;
+    std::optional<binaural_stream> stream;
+};
+
+// Renders to the output that the options name; opens the rendering twice where its peak has to be
+// known first.
+void run_binaural(const binaural_options &options,
+                  const std::function<std::unique_ptr<rendering>()> &open);
+
+} // namespace earshot_tool

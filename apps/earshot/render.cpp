@@ -1,0 +1,123 @@
+// earshot render: sources around the listener, for two ears.
+
+#include <cmath>
+
+#include "binaural_command.hpp"
+#include "commands.hpp"
+#include "error.hpp"
+#include "orbit.hpp"
+#include "source_argument.hpp"
+
+namespace earshot_tool {
+
+namespace {
+
+struct render_options : binaural_options {
+    std::vector<source_argument> sources;
+    double orbit_seconds = 0; // 0: the sources stand still
+    int frame = 0;            // 0: the longest that is possible
+};
+
+// The nearest angle in degrees, Q16, from 0 to 360.
+s32 degrees_of_turn(u32 turn) {
+    constexpr u64 whole_turn = u64{360} << 16;
+    return static_cast<s32>((turn * whole_turn + (u64{1} << 31)) >> 32);
+}
+
+std::size_t frame_length(const render_options &options) {
+    const bool moves = options.orbit_seconds != 0;
+    if (moves && options.frame == 128)
+        throw usage_error("--frame: 128 leaves no room to fade between filters; --orbit needs 96");
+    if (options.frame != 0) return static_cast<std::size_t>(options.frame);
+    return moves ? 96 : 128;
+}
+
+void check_sources(const render_options &options) {
+    if (options.sources.size() > most_sources)
+        throw usage_error("-s: " + std::to_string(options.sources.size()) +
+                          " sources, there can be " + std::to_string(most_sources));
+    std::size_t streams = 0;
+    for (const source_argument &source : options.sources) streams += source.file == "-" ? 1 : 0;
+    if (streams > 1) throw usage_error("-s: only one source can be standard input");
+    if (streams > 0 && options.normalize)
+        throw usage_error("--normalize reads the input twice, which standard input cannot");
+}
+
+void check_channel(const source_argument &source, const audio_input &file) {
+    const std::string has = "has " + counted(static_cast<u64>(file.channels()), "channel");
+    if (source.channel > file.channels())
+        throw processing_error(file.name(), has + ", no number " + std::to_string(source.channel));
+    if (source.channel == 0 && file.channels() != 1)
+        throw processing_error(file.name(), has + ": name one of them as FILE:CHANNEL@AZ,EL");
+}
+
+// All sources keep their angles to each other and go round together.
+class turning_sources {
+  public:
+    turning_sources(const render_options &options, std::size_t frame_length)
+        : sources_(options.sources), turn_(0, std::llround(options.orbit_seconds * 1e6),
+                                           binaural_rate / static_cast<int>(frame_length)) {}
+
+    // To where they are at the beginning of the next frame.
+    void operator()(binaural_engine &engine) {
+        if (placed_ && !turn_.moves()) return;
+        placed_ = true;
+        const u32 turn = turn_.next();
+        for (std::size_t k = 0; k < sources_.size(); ++k)
+            engine.place(k, degrees_of_turn(sources_[k].azimuth + turn), sources_[k].elevation);
+    }
+
+  private:
+    std::vector<source_argument> sources_;
+    orbit turn_;
+    bool placed_ = false;
+};
+
+std::unique_ptr<rendering> open_rendering(const render_options &options) {
+    auto work = std::make_unique<rendering>();
+    std::vector<frame_source *> sources;
+    for (const source_argument &source : options.sources) {
+        auto input = std::make_unique<binaural_input>(source.file);
+        check_channel(source, input->file());
+        input->pick(std::max(source.channel, 1));
+        sources.push_back(&input->source());
+        work->inputs.push_back(std::move(input));
+    }
+    const std::size_t length = frame_length(options);
+    work->engine.emplace(filter_set::directions, sources.size(), length,
+                         guard_for(options, filter_set::directions, sources.size()));
+    work->stream.emplace(*work->engine, sources, turning_sources(options, length));
+    return work;
+}
+
+void render(const render_options &options) {
+    check_sources(options);
+    frame_length(options);
+    guard_for(options, filter_set::directions, options.sources.size());
+    run_binaural(options, [&options] { return open_rendering(options); });
+}
+
+} // namespace
+
+void add_render(CLI::App &app, action &chosen) {
+    auto *command = add_command(app, "render", "Render sources around the listener for two ears");
+    auto options = std::make_shared<render_options>();
+    command
+        ->add_option_function<std::vector<std::string>>(
+            "-s,--source",
+            [options](const std::vector<std::string> &texts) {
+                for (const std::string &text : texts)
+                    options->sources.push_back(parse_source(text));
+            },
+            "A source and its direction, once for each; - for standard input")
+        ->required()
+        ->allow_extra_args(false)
+        ->type_name("FILE[:CHANNEL]@AZ,EL");
+    add_orbit(*command, options->orbit_seconds);
+    add_choice(*command, "--frame", {96, 128}, options->frame,
+               "Samples of a frame: 96, or 128 with sources that stand still");
+    add_binaural_options(*command, *options);
+    command->callback([options, &chosen] { chosen = [options] { render(*options); }; });
+}
+
+} // namespace earshot_tool
