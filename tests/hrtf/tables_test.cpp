@@ -5,7 +5,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <array>
 #include <cmath>
 #include <complex>
 #include <vector>
@@ -13,7 +12,11 @@
 namespace earshot::test {
 namespace {
 
-using bins = std::array<std::complex<double>, 129>;
+struct bins {
+    std::complex<double> value[129];
+    std::complex<double> &operator[](int k) { return value[k]; }
+    const std::complex<double> &operator[](int k) const { return value[k]; }
+};
 constexpr double pi = 3.14159265358979323846;
 constexpr int entries = 128; /* of a filter */
 
@@ -70,7 +73,11 @@ template <typename function> void for_each_record(function visit) {
 }
 
 TEST(hrtf_tables, lie_one_after_the_other) {
-    const auto address = [](const void *at) { return reinterpret_cast<std::uintptr_t>(at); };
+    /* Compilers take two names for two objects unless they lose sight of them. */
+    const auto address = [](const void *at) {
+        const void *volatile hidden = at;
+        return reinterpret_cast<std::uintptr_t>(hidden);
+    };
     const auto filters = address(hrtf_kemar_diffuse_rfft256);
     EXPECT_EQ(filters % 16, 0u);
     EXPECT_EQ(address(hrtf_kemar_amb_rfft256), filters + 1007616);
@@ -107,7 +114,7 @@ TEST(hrtf_tables, have_rows_that_fill_them) {
 
 /* 128 taps, the rest silent; the scale; and what no input below 1 can exceed: eight. */
 TEST(hrtf_tables, hold_short_responses) {
-    std::array<std::complex<double>, 256> circle;
+    std::complex<double> circle[256];
     for (int k = 0; k < 256; ++k) circle[k] = std::polar(1.0, 2 * pi * k / 256);
     double inside = 0, outside = 0, largest_sum = 0, largest_word = 0;
     const auto look_at = [&](const s32(*filter)[2]) {
@@ -193,7 +200,10 @@ double encode(int channel, double azimuth, double elevation) {
     const int m = std::abs(degree_of(channel)), n = order_of(channel);
     const double scale = (m == 0 ? 1 : 2) * std::tgamma(n - m + 1) / std::tgamma(n + m + 1);
     const double turn = degree_of(channel) < 0 ? std::sin(m * azimuth) : std::cos(m * azimuth);
-    return std::sqrt(scale) * std::assoc_legendre(n, m, std::sin(elevation)) * turn;
+    return std::sqrt(scale) *
+           std::assoc_legendre(static_cast<unsigned>(n), static_cast<unsigned>(m),
+                               std::sin(elevation)) *
+           turn;
 }
 
 TEST(hrtf_tables, have_symmetric_ambisonic_channels) {
