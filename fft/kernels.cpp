@@ -1,21 +1,11 @@
 #include "fft/kernels.hpp"
 
+#include "kernel/level_table.hpp"
+
 namespace earshot {
 
 const fft_stages &fft_stages_of(variant v) {
-    static constexpr const fft_set *sets[] = {
-        &fft_scalar,
-#if defined(EARSHOT_HAVE_AVX2)
-        &fft_avx2,
-#else
-        nullptr,
-#endif
-#if defined(EARSHOT_HAVE_NEON)
-        &fft_neon,
-#else
-        nullptr,
-#endif
-    };
+    static constexpr const fft_set *sets[] = EARSHOT_LEVEL_TABLE(fft);
     return sets[static_cast<u32>(active_level())]->of[v];
 }
 

@@ -1,21 +1,11 @@
 #include "hoa_effect/mix.hpp"
 
+#include "kernel/level_table.hpp"
+
 namespace earshot {
 
 const mix_set &mix_at(level l) {
-    static constexpr const mix_set *sets[] = {
-        &mix_scalar,
-#if defined(EARSHOT_HAVE_AVX2)
-        &mix_avx2,
-#else
-        nullptr,
-#endif
-#if defined(EARSHOT_HAVE_NEON)
-        &mix_neon,
-#else
-        nullptr,
-#endif
-    };
+    static constexpr const mix_set *sets[] = EARSHOT_LEVEL_TABLE(mix);
     return *sets[static_cast<u32>(l)];
 }
 

@@ -29,10 +29,6 @@ constexpr u32 format_s16 = 2;
 // The samples of ear 0, then those of ear 1.
 constexpr u32 scratch_size_for(u32 fft_size) { return 2 * fft_size * u32{sizeof(s32)}; }
 
-bool is_ready(const instance_t *instance) {
-    return instance != nullptr && instance->state != nullptr;
-}
-
 // --- Requirements and instances -----------------------------------------------------------------
 
 bool is_supported(const config_t &config) {
@@ -48,13 +44,13 @@ u32 get_req(u32 handle, hrtf_requirement *requirement, u32 count, const config_t
 }
 
 u32 reset(instance_t *instance) {
-    if (!is_ready(instance)) return EARSHOT_BAD_MEMORY;
+    if (!has_state(instance)) return EARSHOT_BAD_MEMORY;
     memset(instance->state->tail, 0, sizeof instance->state->tail);
     return EARSHOT_OK;
 }
 
 u32 initialize(instance_t *instance) {
-    if (!is_ready(instance)) return EARSHOT_BAD_MEMORY;
+    if (!has_state(instance)) return EARSHOT_BAD_MEMORY;
     state_t *state = instance->state;
     const s32 log2 = log2_of_fft_size(state->config.fft_size);
     if (log2 == 0) return EARSHOT_BAD_VALUE;
@@ -87,10 +83,7 @@ u32 static_get_init(instance_t **handle_out, u32 *requirement, const config_t *c
         return EARSHOT_OK;
     }
     const u32 status = lay_out(handle_out, config, memory, memory_size);
-    if (status != EARSHOT_OK) {
-        clear_pointer(memory, memory_size, offsetof(instance_t, state));
-        clear_pointer(memory, memory_size, offsetof(instance_t, scratch_ptr));
-    }
+    if (status != EARSHOT_OK) clear_pointers<instance_t>(memory, memory_size);
     return status;
 }
 
@@ -121,7 +114,7 @@ u32 set_changed(state_t *state, const hrtf_word_payload *payload) {
 }
 
 u32 set(instance_t *instance, u32 id, const void *payload) {
-    if (!is_ready(instance)) return EARSHOT_BAD_MEMORY;
+    if (!has_state(instance)) return EARSHOT_BAD_MEMORY;
     if (id == HRTF_FILT_BACK_PARAM_RESET) return reset(instance);
     if (id != HRTF_FILT_BACK_PARAM_CHANGED && id != HRTF_FILT_BACK_PARAM_SCRATCH)
         return EARSHOT_BAD_VALUE;
@@ -133,7 +126,7 @@ u32 set(instance_t *instance, u32 id, const void *payload) {
 }
 
 u32 get(const instance_t *instance, u32 id, void *payload) {
-    if (!is_ready(instance) || payload == nullptr) return EARSHOT_BAD_MEMORY;
+    if (!has_state(instance) || payload == nullptr) return EARSHOT_BAD_MEMORY;
     switch (id) {
     case HRTF_FILT_BACK_PARAM_SCRATCH:
         return answer_scratch(payload, instance->scratch_ptr);
@@ -193,7 +186,7 @@ void write_ears(const hrtf_ear_outputs *outputs, s32 *const *ears, const config_
 
 u32 process(instance_t *instance, u32 sample_count, const hrtf_ear_outputs *outputs, u32 bin_count,
             const hrtf_ear_spectra *spectra) {
-    if (!is_ready(instance) || outputs == nullptr || spectra == nullptr) return EARSHOT_BAD_MEMORY;
+    if (!has_state(instance) || outputs == nullptr || spectra == nullptr) return EARSHOT_BAD_MEMORY;
     state_t *state = instance->state;
     const config_t &config = state->config;
     const u32 n = config.fft_size, half = n / 2;

@@ -44,10 +44,6 @@ constexpr u64 static_size_for(u32 sources) {
     return sources_offset + u64{room_per_source} * sources;
 }
 
-bool is_ready(const instance_t *instance) {
-    return instance != nullptr && instance->state != nullptr;
-}
-
 // --- Requirements and instances -----------------------------------------------------------------
 
 u32 get_req(u32 handle, hrtf_requirement *requirement, u32 count, const config_t *config) {
@@ -60,7 +56,7 @@ u32 get_req(u32 handle, hrtf_requirement *requirement, u32 count, const config_t
 }
 
 u32 reset(instance_t *instance) {
-    if (!is_ready(instance)) return EARSHOT_BAD_MEMORY;
+    if (!has_state(instance)) return EARSHOT_BAD_MEMORY;
     const state_t *state = instance->state;
     for (u32 i = 0; i < state->config.max_sources; ++i)
         state->sources[i] = {{nullptr, nullptr}, neutral_third, 0, 0};
@@ -68,7 +64,7 @@ u32 reset(instance_t *instance) {
 }
 
 u32 initialize(instance_t *instance) {
-    if (!is_ready(instance)) return EARSHOT_BAD_MEMORY;
+    if (!has_state(instance)) return EARSHOT_BAD_MEMORY;
     state_t *state = instance->state;
     const hrtf_filter_info &info = *state->hrtf->info;
     const s32 log2 = log2_of_fft_size(info.fft_size);
@@ -115,10 +111,7 @@ u32 static_get_init(instance_t **handle_out, u32 *requirement, const config_t *c
         return EARSHOT_OK;
     }
     const u32 status = lay_out(handle_out, config, memory, memory_size);
-    if (status != EARSHOT_OK) {
-        clear_pointer(memory, memory_size, offsetof(instance_t, state));
-        clear_pointer(memory, memory_size, offsetof(instance_t, scratch_ptr));
-    }
+    if (status != EARSHOT_OK) clear_pointers<instance_t>(memory, memory_size);
     return status;
 }
 
@@ -178,7 +171,7 @@ u32 set_active(state_t *state, u32 active) {
 }
 
 u32 set(instance_t *instance, u32 id, void *payload) {
-    if (!is_ready(instance)) return EARSHOT_BAD_MEMORY;
+    if (!has_state(instance)) return EARSHOT_BAD_MEMORY;
     if (id == HRTF_FILT_FRONT_PARAM_RESET) return reset(instance);
     const bool known = id == HRTF_FILT_FRONT_PARAM_SCRATCH ||
                        id == HRTF_FILT_FRONT_PARAM_DIRECTION ||
@@ -213,7 +206,7 @@ u32 get_direction(const instance_t *instance, hrtf_filt_front_direction *payload
 }
 
 u32 get(const instance_t *instance, u32 id, void *payload) {
-    if (!is_ready(instance)) return EARSHOT_BAD_MEMORY;
+    if (!has_state(instance)) return EARSHOT_BAD_MEMORY;
     if (id < HRTF_FILT_FRONT_PARAM_SCRATCH || id > HRTF_FILT_FRONT_PARAM_ACTIVE)
         return EARSHOT_BAD_VALUE;
     if (id == HRTF_FILT_FRONT_PARAM_RESET || id == HRTF_FILT_FRONT_PARAM_SELECT) return EARSHOT_OK;
@@ -250,7 +243,7 @@ void add_source(const state_t *state, const source_t &source, const s32 *input, 
 
 u32 process(instance_t *instance, u32 bin_count, const hrtf_ear_spectra *spectra, u32 sample_count,
             const s32 *const *inputs) {
-    if (!is_ready(instance)) return EARSHOT_BAD_MEMORY;
+    if (!has_state(instance)) return EARSHOT_BAD_MEMORY;
     const state_t *state = instance->state;
     const u32 n = static_cast<u32>(state->fft_size);
     if (sample_count != n || bin_count != n / 2 + 1) return EARSHOT_BAD_VALUE;

@@ -20,6 +20,18 @@ inline void clear_pointer(void *block, u32 block_size, size_t offset) {
         memset(static_cast<unsigned char *>(block) + offset, 0, sizeof(void *));
 }
 
+// What a failed init of a front or back end leaves: no state and no scratch memory, where the block
+// is large enough to say so.
+template <class Instance> void clear_pointers(void *block, u32 block_size) {
+    clear_pointer(block, block_size, offsetof(Instance, state));
+    clear_pointer(block, block_size, offsetof(Instance, scratch_ptr));
+}
+
+// Whether a front or back end has been initialised.
+template <class Instance> bool has_state(const Instance *instance) {
+    return instance != nullptr && instance->state != nullptr;
+}
+
 // Whether a payload, by the size in its first word, has room for a T. It may be smaller than T, so
 // only that word is read.
 template <class T> bool has_room_for(const void *payload) {

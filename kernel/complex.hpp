@@ -22,45 +22,34 @@ constexpr s64 c64_complex(s32 re, s32 im) {
 // Half of a sum, exact halves to the even neighbour.
 constexpr s64 convergent_half(s64 sum) { return (sum + (sum >> 1 & 1)) >> 1; }
 
+// f of the real parts and f of the imaginary parts.
+template <class F> constexpr s32 part_by_part(s32 a, s32 b, F f) {
+    return c32_complex_s16_s16(f(real_part(a), real_part(b)),
+                               f(imaginary_part(a), imaginary_part(b)));
+}
+template <class F> constexpr s64 part_by_part(s64 a, s64 b, F f) {
+    return c64_complex(f(real_part(a), real_part(b)), f(imaginary_part(a), imaginary_part(b)));
+}
+
 // --- Sums and averages ----------------------------------------------------------------------
 
-constexpr s32 c32_add_c32_c32_sat(s32 a, s32 b) {
-    return c32_complex_s16_s16(s16_add_s16_s16_sat(real_part(a), real_part(b)),
-                               s16_add_s16_s16_sat(imaginary_part(a), imaginary_part(b)));
-}
-constexpr s32 c32_sub_c32_c32_sat(s32 a, s32 b) {
-    return c32_complex_s16_s16(s16_sub_s16_s16_sat(real_part(a), real_part(b)),
-                               s16_sub_s16_s16_sat(imaginary_part(a), imaginary_part(b)));
-}
+constexpr s32 c32_add_c32_c32_sat(s32 a, s32 b) { return part_by_part(a, b, s16_add_s16_s16_sat); }
+constexpr s32 c32_sub_c32_c32_sat(s32 a, s32 b) { return part_by_part(a, b, s16_sub_s16_s16_sat); }
 
-constexpr s16 half_of_sum(s16 a, s16 b) {
-    return ARM_s16_saturate_s32(low_s32(convergent_half(a + b)));
-}
-constexpr s16 half_of_difference(s16 a, s16 b) {
-    return ARM_s16_saturate_s32(low_s32(convergent_half(a - b)));
-}
 constexpr s32 c32_avrg_c32_c32_rnd(s32 a, s32 b) {
-    return c32_complex_s16_s16(half_of_sum(real_part(a), real_part(b)),
-                               half_of_sum(imaginary_part(a), imaginary_part(b)));
+    return part_by_part(a, b, [](s16 x, s16 y) { return low_s16(convergent_half(x + y)); });
 }
+// Only the difference of the two extremes, halved, leaves its type.
 constexpr s32 c32_avrg_c32_c32neg_rnd(s32 a, s32 b) {
-    return c32_complex_s16_s16(half_of_difference(real_part(a), real_part(b)),
-                               half_of_difference(imaginary_part(a), imaginary_part(b)));
-}
-
-constexpr s32 half_of_sum(s32 a, s32 b) {
-    return ARM_s32_saturate_s64(convergent_half(s64{a} + b));
-}
-constexpr s32 half_of_difference(s32 a, s32 b) {
-    return ARM_s32_saturate_s64(convergent_half(s64{a} - b));
+    return part_by_part(
+        a, b, [](s16 x, s16 y) { return ARM_s16_saturate_s32(low_s32(convergent_half(x - y))); });
 }
 constexpr s64 s64_complex_average_s64_s64(s64 a, s64 b) {
-    return c64_complex(half_of_sum(real_part(a), real_part(b)),
-                       half_of_sum(imaginary_part(a), imaginary_part(b)));
+    return part_by_part(a, b, [](s32 x, s32 y) { return low_s32(convergent_half(s64{x} + y)); });
 }
 constexpr s64 s64_complex_neg_average_s64_s64_sat(s64 a, s64 b) {
-    return c64_complex(half_of_difference(real_part(a), real_part(b)),
-                       half_of_difference(imaginary_part(a), imaginary_part(b)));
+    return part_by_part(
+        a, b, [](s32 x, s32 y) { return ARM_s32_saturate_s64(convergent_half(s64{x} - y)); });
 }
 
 constexpr s32 s32_complex_conjugate_sat_s32(s32 a) {

@@ -24,9 +24,7 @@ struct binauralize_options : binaural_options {
 struct field_rendering : rendering {
     void report(const console &out) const override {
         const std::string &name = inputs[0]->file().name();
-        if (field->unused_rows() > 0)
-            out.note(keyframes + ": " + counted(field->unused_rows(), "row") +
-                     " at or after the end of " + name);
+        note_unused_rows(out, keyframes, field->unused_rows(), name);
         out.clipped(name, field->layout_clipped(), "at full scale by the conversion to AmbiX");
         out.clipped(name, field->rotation_clipped(), "at full scale by the rotation");
     }
@@ -36,7 +34,7 @@ struct field_rendering : rendering {
 };
 
 void check_field(const binauralize_options &options, const audio_input &file) {
-    const std::string has = "has " + counted(static_cast<u64>(file.channels()), "channel");
+    const std::string has = has_channels(file);
     const int order = order_of_channels(file.channels());
     if (order < 1 || order > highest_order)
         throw processing_error(file.name(), has + ", a field of order 1 to 4 has 4, 9, 16 or 25");

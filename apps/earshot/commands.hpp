@@ -17,8 +17,16 @@ void add_info(CLI::App &app, action &chosen);
 output_format format_for(const output_options &options, const audio_input &in, int channels,
                          int rate);
 
+// "has 2 channels", the beginning of complaints about them.
+std::string has_channels(const audio_input &in);
+
 // Throws processing_error unless the input has so many channels; `reason` tells what they are.
 void require_channels(const audio_input &in, int channels, const std::string &reason);
+
+// The channel, counted from 1, that stands for an input: `channel`, or for 0 the only one. Throws
+// processing_error where there is no such channel, or where an input with several says nothing of
+// which is meant; `how` tells how it is named.
+int chosen_channel(const audio_input &in, int channel, const std::string &how);
 
 // "the input is converted to another rate".
 void note_conversion(const console &out, const audio_input &in, int rate);

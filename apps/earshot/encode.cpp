@@ -25,18 +25,6 @@ struct encode_options {
     verbosity level;
 };
 
-constexpr number_range elevation_range{-90, 90};
-
-// The channel to encode. A recording of several says nothing of which one is meant.
-int channel_of(const encode_options &options, const audio_input &in) {
-    const std::string has = "has " + counted(static_cast<u64>(in.channels()), "channel");
-    if (options.channel > in.channels())
-        throw processing_error(in.name(), has + ", no number " + std::to_string(options.channel));
-    if (options.channel == 0 && in.channels() != 1)
-        throw processing_error(in.name(), has + ": name one of them with --channel");
-    return options.channel == 0 ? 1 : options.channel;
-}
-
 int parse_channel(const std::string &text) {
     const auto channel = parse_number(text);
     if (!channel || *channel < 1 || *channel > 1024 || *channel != std::floor(*channel))
@@ -73,8 +61,7 @@ class field_encoder {
 };
 
 field_encoder make_encoder(const encode_options &options, int rate) {
-    // The remainder is exact, so that large angles lose nothing.
-    const u32 azimuth = turn_of_degrees(degrees_q16(std::fmod(options.azimuth, 360.0)));
+    const u32 azimuth = turn_of_azimuth(options.azimuth);
     const u32 elevation = turn_of_degrees(degrees_q16(options.elevation));
     const orbit path(azimuth, std::llround(options.orbit_seconds * 1e6), rate);
     return field_encoder(options.order, elevation, path);
@@ -83,7 +70,7 @@ field_encoder make_encoder(const encode_options &options, int rate) {
 void encode(const encode_options &options) {
     const console out(options.level);
     audio_input in(options.input);
-    channel_picker source(in, channel_of(options, in));
+    channel_picker source(in, chosen_channel(in, options.channel, "with --channel"));
     const int channels = channels_of_order(options.order);
     const output_format format = format_for(options.output, in, channels, in.rate());
     out.detail(in.name() + ": " + in.description());

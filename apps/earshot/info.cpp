@@ -86,9 +86,7 @@ void print_rows(audio_input &in, const console &out, double step, Sums &sums, Ro
 
 void print_directions(audio_input &in, const info_options &options, const console &out) {
     if (order_of_channels(in.channels()) == 0)
-        throw processing_error(in.name(), "has " +
-                                              counted(static_cast<u64>(in.channels()), "channel") +
-                                              " and is not an ambisonic field");
+        throw processing_error(in.name(), has_channels(in) + " and is not an ambisonic field");
     print("seconds,azimuth,elevation,level_db\n");
     sound_direction sound(options.layout);
     print_rows(in, out, options.direction_step, sound, direction_row);

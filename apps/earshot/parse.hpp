@@ -36,5 +36,6 @@ struct number_range {
 
 inline constexpr number_range yaw_range{-180, 180};
 inline constexpr number_range pitch_range{-90, 90};
+inline constexpr number_range elevation_range{-90, 90};
 
 } // namespace earshot_tool

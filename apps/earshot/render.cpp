@@ -43,14 +43,6 @@ void check_sources(const render_options &options) {
         throw usage_error("--normalize reads the input twice, which standard input cannot");
 }
 
-void check_channel(const source_argument &source, const audio_input &file) {
-    const std::string has = "has " + counted(static_cast<u64>(file.channels()), "channel");
-    if (source.channel > file.channels())
-        throw processing_error(file.name(), has + ", no number " + std::to_string(source.channel));
-    if (source.channel == 0 && file.channels() != 1)
-        throw processing_error(file.name(), has + ": name one of them as FILE:CHANNEL@AZ,EL");
-}
-
 // All sources keep their angles to each other and go round together.
 class turning_sources {
   public:
@@ -78,8 +70,7 @@ std::unique_ptr<rendering> open_rendering(const render_options &options) {
     std::vector<frame_source *> sources;
     for (const source_argument &source : options.sources) {
         auto input = std::make_unique<binaural_input>(source.file);
-        check_channel(source, input->file());
-        input->pick(std::max(source.channel, 1));
+        input->pick(chosen_channel(input->file(), source.channel, "as FILE:CHANNEL@AZ,EL"));
         sources.push_back(&input->source());
         work->inputs.push_back(std::move(input));
     }
@@ -91,6 +82,7 @@ std::unique_ptr<rendering> open_rendering(const render_options &options) {
 }
 
 void render(const render_options &options) {
+    // What is wrong with the command line is said before any file is opened.
     check_sources(options);
     frame_length(options);
     guard_for(options, filter_set::directions, options.sources.size());

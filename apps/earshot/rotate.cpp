@@ -60,9 +60,7 @@ void rotate(const rotate_options &options) {
     output.finish();
     meter.clear();
 
-    if (field.unused_rows() > 0)
-        out.note(options.rotation.keyframes + ": " + counted(field.unused_rows(), "row") +
-                 " at or after the end of " + in.name());
+    note_unused_rows(out, options.rotation.keyframes, field.unused_rows(), in.name());
     if (converted)
         out.clipped(in.name(), converted->clipped(), "at full scale by the rate conversion");
     out.clipped(in.name(), field.layout_clipped(), "at full scale by the conversion to AmbiX");

@@ -59,4 +59,10 @@ std::vector<keyframe> keyframes_for(const rotation_options &options, const std::
     return read_keyframes(options.keyframes, options.focus);
 }
 
+void note_unused_rows(const console &out, const std::string &keyframes, std::size_t rows,
+                      const std::string &field) {
+    if (rows > 0)
+        out.note(keyframes + ": " + counted(rows, "row") + " at or after the end of " + field);
+}
+
 } // namespace earshot_tool

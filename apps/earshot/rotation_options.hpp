@@ -30,4 +30,8 @@ field_setting constant_setting(const rotation_options &options);
 std::vector<keyframe> keyframes_for(const rotation_options &options, const std::string &input,
                                     const std::string &label);
 
+// Says, if there are any, how many rows of the keyframe file the field was too short for.
+void note_unused_rows(const console &out, const std::string &keyframes, std::size_t rows,
+                      const std::string &field);
+
 } // namespace earshot_tool

@@ -1,7 +1,5 @@
 #include "source_argument.hpp"
 
-#include <cmath>
-
 #include "error.hpp"
 #include "parse.hpp"
 #include "spherical_harmonics.hpp"
@@ -10,7 +8,6 @@ namespace earshot_tool {
 
 namespace {
 
-constexpr number_range elevation_range{-90, 90};
 constexpr int highest_channel = 1024;
 
 [[noreturn]] void fail(const std::string &text, const std::string &reason) {
@@ -46,8 +43,7 @@ source_argument parse_source(const std::string &text) {
     if (!azimuth || !elevation) fail(text, "'" + direction + "' is not AZ,EL");
     if (!elevation_range.contains(*elevation))
         fail(text, "elevation " + elevation_range.violation(*elevation));
-    // The remainder is exact, so that large angles lose nothing.
-    source.azimuth = turn_of_degrees(degrees_q16(std::fmod(*azimuth, 360.0)));
+    source.azimuth = turn_of_azimuth(*azimuth);
     source.elevation = static_cast<s32>(degrees_q16(*elevation));
     return source;
 }

@@ -5,9 +5,12 @@
 
 #include "spherical_harmonics.hpp"
 
+#include <cmath>
+
 #include <earshot/math.h>
 
 #include "fixed_point.hpp"
+#include "parse.hpp"
 
 namespace earshot_tool {
 
@@ -78,6 +81,11 @@ u32 turn_of_degrees(s64 degrees_q16) {
     constexpr s64 turn_q16 = s64{360} << 16;
     const s64 within = ((degrees_q16 % turn_q16) + turn_q16) % turn_q16;
     return static_cast<u32>(((within << 32) + turn_q16 / 2) / turn_q16);
+}
+
+// The remainder is exact.
+u32 turn_of_azimuth(double degrees) {
+    return turn_of_degrees(degrees_q16(std::fmod(degrees, 360.0)));
 }
 
 // The quarter turn is folded before the library is asked, so that the zeros are zeros and opposite

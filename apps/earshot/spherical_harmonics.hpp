@@ -22,6 +22,8 @@ constexpr int order_of_channels(int channels) {
 
 // An angle as a fraction of a turn, Q32; it wraps like the angle itself. Degrees are in Q16.
 u32 turn_of_degrees(s64 degrees_q16);
+// Any finite number of degrees, without loss for large ones.
+u32 turn_of_azimuth(double degrees);
 
 // Sine and cosine, Q30, exact at multiples of a quarter turn.
 s32 sine(u32 turn);

@@ -5,6 +5,8 @@
 #ifndef EARSHOT_TESTS_HOA_EFFECT_EFFECT_MODEL_HPP
 #define EARSHOT_TESTS_HOA_EFFECT_EFFECT_MODEL_HPP
 
+#include "../support/exact.hpp"
+
 #include <earshot/earshot.h>
 
 #include <algorithm>
@@ -16,8 +18,6 @@ namespace earshot::test {
 
 using matrix = std::array<std::array<s32, 4>, 4>;
 
-constexpr s64 floor_div(s64 x, s64 d) { return x / d - (x % d < 0 ? 1 : 0); }
-constexpr s32 wrap(s64 x) { return static_cast<s32>(static_cast<u32>(static_cast<u64>(x))); }
 constexpr s64 q31(s64 a, s64 b) { return floor_div(a * b, s64{1} << 31); }
 
 inline matrix product(const matrix &a, const matrix &b) {

@@ -6,6 +6,7 @@
 #include "guarded.hpp"
 #include "hrtf/spectral_product.hpp"
 #include "tests/support/digest.hpp"
+#include "tests/support/exact.hpp"
 #include "tests/support/operands.hpp"
 
 #include <earshot/earshot.h>
@@ -24,9 +25,7 @@ constexpr u32 n = 256, half = 128, bins = 129, fade = 32;
 constexpr double pi = 3.14159265358979323846;
 using words = std::vector<s32>;
 
-s32 wrap(s64 x) { return static_cast<s32>(static_cast<u32>(static_cast<u64>(x))); }
-s32 clamp(s64 x) { return static_cast<s32>(std::clamp<s64>(x, INT32_MIN, INT32_MAX)); }
-s64 floor_div(s64 x, s64 d) { return x / d - (x % d < 0 ? 1 : 0); }
+s32 clamp(s64 x) { return wrap(clamp32(x)); }
 
 /* Both ends with all that they use. */
 struct renderer {

@@ -1,4 +1,5 @@
 /* Complex and packed operations against their definitions in exact 64-bit arithmetic. */
+#include "../support/exact.hpp"
 #include "../support/operands.hpp"
 
 #include <earshot/kernel.h>
@@ -9,32 +10,15 @@
 namespace earshot::test {
 namespace {
 
-constexpr s64 min32 = INT32_MIN, max32 = INT32_MAX;
-
-s64 clamp16(s64 v) { return std::clamp<s64>(v, -32768, 32767); }
-s64 clamp32(s64 v) { return std::clamp(v, min32, max32); }
-s64 wrap32(s64 v) { return static_cast<s32>(v); }
-
-/* Modulo 2^64; floor(v 2^n), to the left modulo 2^64. */
-s64 sum(s64 v, s64 w) { return static_cast<s64>(static_cast<u64>(v) + static_cast<u64>(w)); }
-s64 shifted(s64 v, s64 n) {
-    for (; n < 0 && v != 0 && v != -1; ++n) v = (v - (v & 1)) / 2;
-    for (; n > 0 && v != 0; --n) v = sum(v, v);
-    return v;
-}
 /* Of 32 bits. */
-s64 shl(s64 v, s64 n) { return clamp32(shifted(v, std::min<s64>(n, 32))); }
+s64 shl(s64 v, s64 n) { return clamp32(scaled64(v, std::min<s64>(n, 32))); }
 s64 doubled(s64 v) { return clamp32(2 * clamp32(v)); }
-s64 high(s64 v) { return shifted(clamp32(v + 0x8000), -16); }
 /* v / 2 to the nearest, ties to the even neighbour. */
-s64 half(s64 v) { return shifted(v, -1) + (v % 2 != 0 && shifted(v, -1) % 2 != 0); }
+s64 half(s64 v) { return scaled64(v, -1) + (v % 2 != 0 && scaled64(v, -1) % 2 != 0); }
 /* v / 2^(32 - n), halves rounded up, modulo 2^64 on the way. */
-s64 reduced(s64 v, s64 n) { return clamp32(shifted(sum(shifted(v, n - 31), 1), -1)); }
-/* Q31 x Q15, by halves of v. */
-s64 m(s64 v, s64 w) {
-    const s64 low = shifted(clamp32((v & 0xFFFF) * w + 0x4000), -15);
-    return clamp32(low + clamp32(2 * shifted(v, -16) * w));
-}
+s64 reduced(s64 v, s64 n) { return clamp32(scaled64(sum64(scaled64(v, n - 31), 1), -1)); }
+/* Q31 x Q15, short for the rows below. */
+s64 m(s64 v, s64 w) { return mult_halves(v, w); }
 /* The imaginary part of a product of such, where m(-2^31, -32768) stands for 2^31. */
 template <class Bound> s64 cross(s64 re, s64 im, s64 w_re, s64 w_im, Bound bound) {
     if (re == min32 && w_im == -32768) return clamp32(m(im, w_re) - min32);
@@ -47,7 +31,7 @@ s64 reversed(s64 v, s64 n) {
 }
 
 s32 c32(s64 re, s64 im) { return static_cast<s32>((re & 0xFFFF) | (im & 0xFFFF) << 16); }
-s64 c64(s64 re, s64 im) { return sum(re & 0xFFFFFFFF, shifted(im, 32)); }
+s64 c64(s64 re, s64 im) { return sum64(re & 0xFFFFFFFF, scaled64(im, 32)); }
 s64 v64(s64 l0, s64 l1, s64 l2, s64 l3) { return c64(c32(l0, l1), c32(l2, l3)); }
 
 /* Lanes of a and b, whose first two are complex values too, complex values x and y, w and n; in a
@@ -77,7 +61,7 @@ using row = std::tuple<const char *, s64 (*)(const operands &), s64 (*)(const wi
 #define LANES(of) v64(of(a0, b0), of(a1, b1), of(a2, b2), of(a3, b3))
 #define SUM_16(p, q) clamp16((p) + (q))
 #define DIFFERENCE_16(p, q) clamp16((p) - (q))
-#define ASR(p, q) shifted(p, 0 - n)
+#define ASR(p, q) scaled64(p, 0 - n)
 
 const row rows[] = {
     ROW(c32_complex_s16_s16, (a0, a1), A),
@@ -87,13 +71,13 @@ const row rows[] = {
     ROW(c32_avrg_c32_c32_rnd, (A, B), c32(half(a0 + b0), half(a1 + b1))),
     ROW(c32_avrg_c32_c32neg_rnd, (A, B), c32(clamp16(half(a0 - b0)), clamp16(half(a1 - b1)))),
     ROW(s32_complex_conjugate_sat_s32, (A), c32(a0, clamp16(-a1))),
-    ROW(c32_mult_c32_c32, (A, B), c32(high(doubled(RE)), high(doubled(IM)))),
+    ROW(c32_mult_c32_c32, (A, B), c32(high_rounded(doubled(RE)), high_rounded(doubled(IM)))),
     ROW(c32_mult_c32_c32conj, (A, B), c32_mult_c32_c32(A, c32(b0, clamp16(-b1)))),
-    ROW(s32_complex_mult_rnd_sat_s32_s32, (A, B), c32(high(2 * RE), high(2 * IM))),
+    ROW(s32_complex_mult_rnd_sat_s32_s32, (A, B), c32(high_rounded(2 * RE), high_rounded(2 * IM))),
     ROW(c32_mult_c32_s16_shift_sat, (A, b0, n),
-        c32(high(shl(doubled(b0 *a0), n)), high(shl(doubled(b0 *a1), n)))),
+        c32(high_rounded(shl(doubled(b0 *a0), n)), high_rounded(shl(doubled(b0 *a1), n)))),
     ROW(c32_mult_c32_s32_shift_sat, (A, xr, n),
-        c32(high(shl(m(xr, a0), n)), high(shl(m(xr, a1), n)))),
+        c32(high_rounded(shl(m(xr, a0), n)), high_rounded(shl(m(xr, a1), n)))),
     ROW(c64_mult_c32_c32, (A, B), c64(doubled(RE), doubled(IM))),
     ROW(c64_mult_c32_s16_sat, (A, b0), c64(doubled(b0 *a0), doubled(b0 *a1))),
     ROW(c64_mult_c64_s16_shift_sat, (X, b0, n), c64(shl(m(xr, b0), n), shl(m(xi, b0), n))),
@@ -104,7 +88,7 @@ const row rows[] = {
     ROW(s64_complex_mult_rnd_sat_s64_s32, (X, B),
         c64(m(xr, b0) + m(clamp32(-xi), b1), cross(xr, xi, b0, b1, wrap32))),
     ROW(c64_mult_c64_c64_shift, (X, Y, n),
-        c64(reduced(xr *yr - xi * yi, n), reduced(sum(xi *yr, xr *yi), n))),
+        c64(reduced(xr *yr - xi * yi, n), reduced(sum64(xi *yr, xr *yi), n))),
     ROW(s64_complex_average_s64_s64, (X, Y), c64(half(xr + yr), half(xi + yi))),
     ROW(s64_complex_neg_average_s64_s64_sat, (X, Y),
         c64(clamp32(half(xr - yr)), clamp32(half(xi - yi)))),
@@ -116,9 +100,9 @@ const row rows[] = {
     ROW(v64_vasrh_v64, (VA, n), LANES(ASR)),
     ROW(v64_vsplath_s32, (xr), v64(xr, xr, xr, xr)),
     ROW(v64_vmpyh_v32_v32_sat, (A, B), c64(b0 *a0, b1 *a1)),
-    ROW(s64_vrmpyhacc_v64_v64, (w, VA, VB), sum(w, a0 *b0 + a1 * b1 + a2 * b2 + a3 * b3)),
-    ROW(s64_vrmpywehacc_v64_v64, (w, X, VB), sum(w, wrap32(b0 *xr) + wrap32(b2 * xi))),
-    ROW(s64_vrmpywohacc_v64_v64, (w, X, VB), sum(w, wrap32(b1 *xr) + wrap32(b3 * xi))),
+    ROW(s64_vrmpyhacc_v64_v64, (w, VA, VB), sum64(w, a0 *b0 + a1 * b1 + a2 * b2 + a3 * b3)),
+    ROW(s64_vrmpywehacc_v64_v64, (w, X, VB), sum64(w, wrap32(b0 *xr) + wrap32(b2 * xi))),
+    ROW(s64_vrmpywohacc_v64_v64, (w, X, VB), sum64(w, wrap32(b1 *xr) + wrap32(b3 * xi))),
 };
 
 /* In a quarter of the rounds every operand is a bound, so that all of them meet. */

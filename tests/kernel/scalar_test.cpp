@@ -1,4 +1,5 @@
 /* Scalar operations against their definitions in exact 64-bit arithmetic, over random operands. */
+#include "../support/exact.hpp"
 #include "../support/operands.hpp"
 
 #include <earshot/kernel.h>
@@ -11,33 +12,15 @@
 namespace earshot::test {
 namespace {
 
-constexpr s64 min32 = INT32_MIN, max32 = INT32_MAX;
-
-s64 clamp16(s64 v) { return std::clamp<s64>(v, -32768, 32767); }
-s64 clamp32(s64 v) { return std::clamp<s64>(v, min32, max32); }
-
-/* v modulo 2^16 and 2^32, as a signed and as an unsigned number; sums and products modulo 2^64. */
+/* v modulo 2^16, as a signed and as an unsigned number, and modulo 2^32; products modulo 2^64. */
 s64 wrap16(s64 v) { return static_cast<s16>(v); }
-s64 wrap32(s64 v) { return static_cast<s32>(v); }
 s64 low16(s64 v) { return v & 0xFFFF; }
 s64 low32(s64 v) { return v & 0xFFFFFFFF; }
-s64 sum64(s64 v, s64 w) { return static_cast<s64>(static_cast<u64>(v) + static_cast<u64>(w)); }
 s64 product(s64 v, s64 w) { return static_cast<s64>(static_cast<u64>(v) * static_cast<u64>(w)); }
 
-/* floor(v 2^n), exact up to a magnitude of 2^40 and at least that beyond; modulo 2^64; rounded. */
-s64 scaled(s64 v, s64 n) {
-    constexpr s64 enough = s64{1} << 40;
-    for (; n < 0 && v != 0 && v != -1; ++n) v = (v - (v & 1)) / 2;
-    for (; n > 0 && v != 0 && v < enough && v > -enough; --n) v *= 2;
-    return v;
-}
-s64 scaled64(s64 v, s64 n) {
-    for (; n > 0 && v != 0; --n) v = sum64(v, v);
-    return scaled(v, std::min<s64>(n, 0));
-}
+/* Shifted to the right; rounded half up. */
 s64 right(s64 v, s64 n) { return scaled(v, -std::max<s64>(n, 0)); }
 s64 rounded(s64 v, s64 n) { return n < 0 ? scaled(scaled(v, n + 1) + 1, -1) : scaled(v, n); }
-s64 high_rounded(s64 v) { return scaled(clamp32(v + 0x8000), -16); }
 
 /* The largest n that keeps v 2^n within 32 bits. */
 s64 norm(s64 v, s64 n = 31) {
@@ -47,12 +30,6 @@ s64 norm(s64 v, s64 n = 31) {
 s64 leading_zeros(s64 v, int width) {
     const u64 half = static_cast<u64>(v) / 2;
     return v == 0 ? width : leading_zeros(static_cast<s64>(half), width - 1);
-}
-
-/* Q31 x Q15 by halves of a. */
-s64 mult_halves(s64 a, s64 b) {
-    const s64 high = clamp32(2 * scaled(a, -16) * b);
-    return clamp32(scaled(clamp32(low16(a) * b + 0x4000), -15) + high);
 }
 
 /* What a clip function leaves of v within bounds p and q, if it tells so rightly. */

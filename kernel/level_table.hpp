@@ -1,0 +1,25 @@
+// Constant tables with an entry per instruction set, the one place that tells which of them this
+// build has.
+#ifndef EARSHOT_KERNEL_LEVEL_TABLE_HPP
+#define EARSHOT_KERNEL_LEVEL_TABLE_HPP
+
+#include "kernel/level.hpp"
+
+#if defined(EARSHOT_HAVE_AVX2)
+#define EARSHOT_IF_AVX2(entry) entry
+#else
+#define EARSHOT_IF_AVX2(entry) nullptr
+#endif
+
+#if defined(EARSHOT_HAVE_NEON)
+#define EARSHOT_IF_NEON(entry) entry
+#else
+#define EARSHOT_IF_NEON(entry) nullptr
+#endif
+
+// The initialiser of an array of pointers to NAME_scalar, NAME_avx2 and so on, in the order of
+// level; null for what was not built.
+#define EARSHOT_LEVEL_TABLE(name)                                                                  \
+    { &name##_scalar, EARSHOT_IF_AVX2(&name##_avx2), EARSHOT_IF_NEON(&name##_neon) }
+
+#endif
