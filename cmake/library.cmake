@@ -6,6 +6,9 @@ add_library(earshot_objects OBJECT
   fft/kernels_scalar.cpp
   fft/real.cpp
   fft/tables.cpp
+  filters/all_pass.cpp
+  filters/biquad.cpp
+  filters/dc_block.cpp
   hoa_effect/layout.cpp
   hoa_effect/matrices.cpp
   hoa_effect/mix.cpp
@@ -26,7 +29,13 @@ add_library(earshot_objects OBJECT
   kernel/overflow_flag.cpp
   math/division.cpp
   math/tables.cpp
-  math/trigonometry.cpp)
+  math/trigonometry.cpp
+  profiler/profiler.cpp
+  spatial/gain.cpp
+  spatial/gain_scalar.cpp
+  spatial/geometry.cpp
+  spatial/panner.cpp
+  spatial/rolloff.cpp)
 
 # The assembler takes the binary tables in; it must look for them from the root of the sources.
 set_source_files_properties(hrtf/tables.S PROPERTIES OBJECT_DEPENDS
@@ -49,7 +58,8 @@ target_link_libraries(earshot_objects PRIVATE $<BUILD_INTERFACE:earshot_options>
 # The vectorised kernels, a file each per instruction set, compiled for its own: the rest of the
 # library runs on any processor of the target.
 function(earshot_add_instruction_set name flag)
-  foreach(source fft/kernels_${name}.cpp hoa_effect/mix_${name}.cpp)
+  foreach(source fft/kernels_${name}.cpp hoa_effect/mix_${name}.cpp
+      spatial/gain_${name}.cpp)
     target_sources(earshot_objects PRIVATE ${source})
     set_source_files_properties(${source} PROPERTIES COMPILE_OPTIONS "${flag};-O3")
   endforeach()

@@ -78,6 +78,14 @@ struct vec_avx2 {
     static s32v half_sub(s32v a, s32v b) {
         return sub(_mm256_srai_epi32(_mm256_xor_si256(a, b), 1), _mm256_andnot_si256(a, b));
     }
+    static s32v mul_low(s32v a, s32v b) { return _mm256_mullo_epi32(a, b); }
+    static s32v mul_q15_rnd(s32v a, s32v b) {
+        const s64v p = product(a, b);
+        const __m256i half_unit = _mm256_set1_epi64x(s64{1} << 14);
+        return take_odd(_mm256_srli_epi64(_mm256_add_epi64(p.even, half_unit), 15),
+                        _mm256_slli_epi64(_mm256_add_epi64(p.odd, half_unit), 17));
+    }
+    template <int n> static s32v shift_right(s32v a) { return _mm256_srai_epi32(a, n); }
     static s32v mul_q31_rnd_sat(s32v a, s32v b) {
         const s64v p = product(a, b);
         const __m256i half_unit = _mm256_set1_epi64x(s64{1} << 30);

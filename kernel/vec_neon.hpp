@@ -50,6 +50,12 @@ struct vec_neon {
     static s32v neg_sat(s32v a) { return vqnegq_s32(a); }
     static s32v half_add(s32v a, s32v b) { return vhaddq_s32(a, b); }
     static s32v half_sub(s32v a, s32v b) { return vhsubq_s32(a, b); }
+    static s32v mul_low(s32v a, s32v b) { return vmulq_s32(a, b); }
+    static s32v mul_q15_rnd(s32v a, s32v b) {
+        return vcombine_s32(vrshrn_n_s64(low_product(a, b), 15),
+                            vrshrn_n_s64(high_product(a, b), 15));
+    }
+    template <int n> static s32v shift_right(s32v a) { return vshrq_n_s32(a, n); }
     static s32v mul_q31_rnd_sat(s32v a, s32v b) { return vqrdmulhq_s32(a, b); }
 
     static s32v mul_q31(s32v a, s32v b) {

@@ -16,6 +16,9 @@
 //     add_sat, sub_sat,      saturating
 //     neg_sat
 //     half_add, half_sub     (a + b) >> 1 and (a - b) >> 1 without overflow
+//     mul_low                low 32 bits of a x b
+//     mul_q15_rnd            low 32 bits of (a x b + 2^14) >> 15, b of 16 bits
+//     shift_right<n>         a >> n, 0 < n < 32
 //     mul_q31                low 32 bits of a x b >> 31
 //     mul_q31_rnd_sat        a x b / 2^31 rounded half up; -2^31 squared saturates
 //     sum_of<n>              start of a sum of n terms
@@ -65,6 +68,13 @@ struct vec_scalar {
     static s32v neg_sat(s32v a) { return narrow_sat(-s64{a}); }
     static s32v half_add(s32v a, s32v b) { return static_cast<s32>((s64{a} + b) >> 1); }
     static s32v half_sub(s32v a, s32v b) { return static_cast<s32>((s64{a} - b) >> 1); }
+    static s32v mul_low(s32v a, s32v b) {
+        return static_cast<s32>(static_cast<u32>(a) * static_cast<u32>(b));
+    }
+    static s32v mul_q15_rnd(s32v a, s32v b) {
+        return static_cast<s32>((s64{a} * b + 0x4000) >> 15);
+    }
+    template <int n> static s32v shift_right(s32v a) { return a >> n; }
     static s32v mul_q31_rnd_sat(s32v a, s32v b) {
         return narrow_sat((s64{a} * b + 0x40000000) >> 31);
     }

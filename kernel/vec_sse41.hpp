@@ -56,6 +56,8 @@ struct vec_sse41 {
     static s32v half_sub(s32v a, s32v b) {
         return sub(_mm_srai_epi32(_mm_xor_si128(a, b), 1), _mm_andnot_si128(a, b));
     }
+    static s32v mul_low(s32v a, s32v b) { return _mm_mullo_epi32(a, b); }
+    template <int n> static s32v shift_right(s32v a) { return _mm_srai_epi32(a, n); }
     static s32v mul_q31_rnd_sat(s32v a, s32v b) {
         const __m128i half_unit = _mm_set1_epi64x(s64{1} << 30);
         const __m128i even = _mm_add_epi64(_mm_mul_epi32(a, b), half_unit);

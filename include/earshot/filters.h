@@ -21,8 +21,8 @@ EARSHOT_BEGIN_C
  *
  * coefs = {c0, c1} with shift fraction bits (from a shift below 0 they are multiples of 2^-shift);
  * stable for |c0| < 1 and |c1| < 1 + c0. state = {x(n-1), x(n-2), y(n-1), y(n-2)}. The products are
- * summed in 64 bits, where they wrap, the sum is rounded half up once a sample and saturated; with
- * |c0| + |c1| <= 2^31 nothing wraps for shifts up to 30.
+ * summed in 64 bits, where they wrap; the sum is rounded half up once a sample and saturated. In a
+ * stable section nothing wraps for shifts up to 29.
  */
 EARSHOT_API void iirDF1_32_ap(const s32 *in, s32 *out, s32 n, const s32 *coefs, s32 *state,
                               s32 shift);

@@ -16,9 +16,6 @@
 
 EARSHOT_BEGIN_C
 
-typedef float f32;
-typedef double f64;
-
 /* What the kernel is asked to count: a perf_event_attr of 136 bytes, defined here so that the
  * system's own record may be shorter. */
 typedef struct np_event_attributes {
@@ -44,20 +41,20 @@ typedef struct native_profiler {
     s64 min_instructions;
     s64 max_instructions;
     s64 total_instructions;
-    f64 start_time; /* microseconds of the monotonic clock */
-    f64 stop_time;
-    f64 elapsed_time; /* of the last iteration, microseconds */
-    f64 min_elapsed_time;
-    f64 max_elapsed_time;
-    f64 total_printed_time; /* milliseconds, of the iterations that were printed */
-    f64 average_elapsed_time;
+    double start_time; /* microseconds of the monotonic clock */
+    double stop_time;
+    double elapsed_time; /* of the last iteration, microseconds */
+    double min_elapsed_time;
+    double max_elapsed_time;
+    double total_printed_time; /* milliseconds, of the iterations that were printed */
+    double average_elapsed_time;
     s32 min_time_iteration; /* iterations count from 0 */
     s32 max_time_iteration;
     s32 min_cycles_iteration;
     s32 min_instructions_iteration;
     s32 max_cycles_iteration;
     s32 max_instructions_iteration;
-    f32 iterations_per_second;
+    float iterations_per_second;
     s32 cpu_frequency; /* kHz, of the first processor; 0: not known */
     s32 iteration_count;
     const char *name;
@@ -76,7 +73,7 @@ EARSHOT_API void NpDestroy(native_profiler *profiler);
  * again it starts anew with new counters; those from before are not closed.
  */
 EARSHOT_API u32 NpInitialize(native_profiler *profiler, const char *name,
-                             f32 iterations_per_second);
+                             float iterations_per_second);
 
 /* Begins and ends an iteration; with print other than 0 NpStop prints a line about it. */
 EARSHOT_API void NpStart(native_profiler *profiler);
