@@ -133,10 +133,10 @@ EARSHOT_API u32 cart_rotate_quat(const s32 *q, s32 *p);
  * Spherical coordinates of a point whose axes are front, left and up: spher = {radius in the units
  * of the point, azimuth, elevation}, angles in degrees Q16. The azimuth is counter-clockwise from
  * the front, plus offset whole degrees, brought into [-180, 180] by one turn at most; at the origin
- * and above and below it the azimuth is 0 whatever the offset. The radius is within 2e-5 of its
- * value plus a unit, angles are within a thousandth of a degree for radii from 2^16 on; the
- * exception is a ratio |y| / |x| beyond 32 (or of z to the horizontal distance), where the angle
- * stays at atan 32, up to 1.8 degrees off. spher may be cart.
+ * and above and below it the azimuth is 0 whatever the offset. The radius is within 0.42 % of its
+ * value plus 1.5 units; the azimuth within 4e-5 degrees, the elevation within 0.061 degrees for
+ * radii from 2^14 on. The exception is a ratio |y| / |x| (or of |z| to the horizontal distance)
+ * beyond 32, where the angle stays at atan 32, up to 1.8 degrees off. spher may be cart.
  */
 EARSHOT_API u32 cart_to_spher(const s32 *cart, s32 *spher, s32 offset);
 
