@@ -6,6 +6,7 @@ add_library(earshot_objects OBJECT
   fft/kernels_scalar.cpp
   fft/real.cpp
   fft/tables.cpp
+  fft/transform16.cpp
   filters/all_pass.cpp
   filters/biquad.cpp
   filters/dc_block.cpp
@@ -28,6 +29,7 @@ add_library(earshot_objects OBJECT
   kernel/memory.cpp
   kernel/overflow_flag.cpp
   math/division.cpp
+  math/power.cpp
   math/tables.cpp
   math/trigonometry.cpp
   profiler/profiler.cpp

@@ -3,7 +3,8 @@
  *
  * Every filter works in place (out = in); other overlaps of in and out are not allowed. A count
  * below 1 does nothing. State carries over from block to block, so that the block length does not
- * matter; zero it before the first. One thread per state at a time.
+ * matter; zero it before the first. One thread per state at a time. examples/filters.c uses all
+ * three kinds.
  */
 #ifndef EARSHOT_FILTERS_H
 #define EARSHOT_FILTERS_H

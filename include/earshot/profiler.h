@@ -4,7 +4,7 @@
  * NpCreate, NpInitialize, any number of pairs NpStart and NpStop with an iteration (one audio
  * frame, say) between them, NpReportSummary, NpDestroy. The reports go to standard output. Hardware
  * counters are optional: where the kernel or an emulator refuses them, NpInitialize says so and
- * returns 0, times are measured all the same and the counts stay 0.
+ * returns 0, times are measured all the same and the counts stay 0. examples/profiler.c shows it.
  *
  * A record belongs to one thread; its counters follow the process on any processor, in user mode.
  * These are the library's only functions that allocate, print and call the system.
