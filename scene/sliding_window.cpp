@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-namespace earshot_tool {
+namespace earshot_scene {
 
 // As if there had been a window before the first, so that every advance is alike.
 sliding_window::sliding_window(frame_source &source, std::size_t length, std::size_t lead,
@@ -36,4 +36,4 @@ void sliding_window::refill() {
     filled_ = kept + block_frames;
 }
 
-} // namespace earshot_tool
+} // namespace earshot_scene

@@ -4,7 +4,7 @@
 
 #include "fixed_point.hpp"
 
-namespace earshot_tool {
+namespace earshot_scene {
 
 namespace {
 
@@ -94,4 +94,4 @@ s32 output_level::apply(s32 sample, const sample_range &range, u64 &clipped) con
     return static_cast<s32>(inside);
 }
 
-} // namespace earshot_tool
+} // namespace earshot_scene

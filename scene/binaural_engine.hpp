@@ -16,7 +16,7 @@
 
 #include <earshot/hrtf.h>
 
-namespace earshot_tool {
+namespace earshot_scene {
 
 // The table sets of the library by their selectors.
 enum class filter_set : u32 {
@@ -88,4 +88,4 @@ class binaural_engine {
     std::vector<s32> spectra_; // of both ears
 };
 
-} // namespace earshot_tool
+} // namespace earshot_scene

@@ -6,7 +6,7 @@
 
 #include "frame_source.hpp"
 
-namespace earshot_tool {
+namespace earshot_scene {
 
 class sliding_window {
   public:
@@ -38,4 +38,4 @@ class sliding_window {
     bool source_ended_ = false;
 };
 
-} // namespace earshot_tool
+} // namespace earshot_scene

@@ -5,7 +5,7 @@
 
 #include "library_status.hpp"
 
-namespace earshot_tool {
+namespace earshot_scene {
 
 namespace {
 
@@ -20,8 +20,9 @@ void allocate(std::vector<std::max_align_t> &memory, u32 bytes) {
 binaural_engine::binaural_engine(filter_set set, std::size_t sources, std::size_t frame_length,
                                  int guard)
     : frame_length_(frame_length), guard_(guard),
-      safe_guard_(earshot_tool::safe_guard(set, sources)), filter_gain_bits_(filter_gain_bits(set)),
-      lowered_(sources * window_length), inputs_(sources), spectra_(2 * 2 * bins) {
+      safe_guard_(earshot_scene::safe_guard(set, sources)),
+      filter_gain_bits_(filter_gain_bits(set)), lowered_(sources * window_length), inputs_(sources),
+      spectra_(2 * 2 * bins) {
     make_front(set, static_cast<u32>(sources));
     make_back(static_cast<u32>(frame_length));
     for (std::size_t k = 0; k < sources; ++k) inputs_[k] = lowered_.data() + k * window_length;
@@ -99,4 +100,4 @@ void binaural_engine::process(const s32 *const *windows, s32 *ears) {
     started_ = true;
 }
 
-} // namespace earshot_tool
+} // namespace earshot_scene

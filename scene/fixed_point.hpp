@@ -6,7 +6,7 @@
 
 #include <earshot/types.h>
 
-namespace earshot_tool {
+namespace earshot_scene {
 
 // x * 2^-shift, rounded half up. shift > 0.
 constexpr s64 rounded_shift(s64 x, int shift) { return (x + (s64{1} << (shift - 1))) >> shift; }
@@ -21,4 +21,4 @@ constexpr s64 clamp_counted(s64 x, int width, u64 &clipped) {
     return x;
 }
 
-} // namespace earshot_tool
+} // namespace earshot_scene

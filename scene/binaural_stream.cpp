@@ -4,7 +4,7 @@
 #include <cstdlib>
 #include <utility>
 
-namespace earshot_tool {
+namespace earshot_scene {
 
 namespace {
 
@@ -13,27 +13,30 @@ constexpr s64 tail_frames = filter_taps - 1;
 } // namespace
 
 binaural_stream::binaural_stream(binaural_engine &engine, const std::vector<frame_source *> &inputs,
-                                 mover move)
-    : engine_(engine), inputs_(inputs), move_(std::move(move)), sources_(engine.sources()),
-      frame_(2 * engine.frame_length()) {
+                                 mover move, int lowered)
+    : engine_(engine), inputs_(inputs), move_(std::move(move)), lowered_(lowered + engine.guard()),
+      sources_(engine.sources()), frame_(2 * engine.frame_length()) {
     set_level({}, {});
     for (frame_source *input : inputs_)
         windows_.emplace_back(*input, window_length, window_lead, engine.frame_length());
 }
 
 void binaural_stream::set_level(const output_level &level, const sample_range &range) {
-    level_ = level.raised(engine_.guard());
+    level_ = level.raised(lowered_);
     range_ = range;
 }
 
 std::optional<s64> binaural_stream::frames() const {
-    s64 longest = 0;
+    if (duration_) return duration_;
+    std::optional<s64> longest;
     for (const frame_source *input : inputs_) {
+        if (input->endless()) continue;
         const auto length = input->frames();
         if (!length) return std::nullopt;
-        longest = std::max(longest, *length);
+        longest = std::max(longest.value_or(0), *length);
     }
-    return longest + tail_frames;
+    if (!longest) return std::nullopt;
+    return *longest + tail_frames;
 }
 
 std::size_t binaural_stream::read(s32 *interleaved, std::size_t frames) {
@@ -70,13 +73,18 @@ bool binaural_stream::render_frame() {
 // the frame is a whole one.
 std::size_t binaural_stream::frames_to_come() const {
     const s64 whole = static_cast<s64>(engine_.frame_length());
-    s64 longest = 0;
-    for (const sliding_window &window : windows_) {
-        const auto length = window.source_frames();
+    const auto until = [&](s64 end) {
+        return static_cast<std::size_t>(std::clamp<s64>(end - position_, 0, whole));
+    };
+    if (duration_) return until(*duration_);
+    std::optional<s64> longest;
+    for (std::size_t k = 0; k < inputs_.size(); ++k) {
+        if (inputs_[k]->endless()) continue;
+        const auto length = windows_[k].source_frames();
         if (!length) return engine_.frame_length();
-        longest = std::max(longest, *length);
+        longest = std::max(longest.value_or(0), *length);
     }
-    return static_cast<std::size_t>(std::clamp<s64>(longest + tail_frames - position_, 0, whole));
+    return longest ? until(*longest + tail_frames) : engine_.frame_length();
 }
 
-} // namespace earshot_tool
+} // namespace earshot_scene

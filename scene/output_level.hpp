@@ -6,7 +6,7 @@
 
 #include <earshot/types.h>
 
-namespace earshot_tool {
+namespace earshot_scene {
 
 // Samples from low to high.
 struct sample_range {
@@ -40,4 +40,4 @@ class output_level {
     int exponent_ = 0;
 };
 
-} // namespace earshot_tool
+} // namespace earshot_scene

@@ -9,7 +9,7 @@
 
 #include <earshot/types.h>
 
-namespace earshot_tool {
+namespace earshot_scene {
 
 // The whole text as a finite decimal number, spaces around it allowed; nothing for anything else.
 std::optional<double> parse_number(std::string_view text);
@@ -38,4 +38,4 @@ inline constexpr number_range yaw_range{-180, 180};
 inline constexpr number_range pitch_range{-90, 90};
 inline constexpr number_range elevation_range{-90, 90};
 
-} // namespace earshot_tool
+} // namespace earshot_scene

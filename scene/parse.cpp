@@ -3,7 +3,7 @@
 #include <charconv>
 #include <cmath>
 
-namespace earshot_tool {
+namespace earshot_scene {
 
 std::string_view trimmed(std::string_view text) {
     constexpr std::string_view blank = " \t\r";
@@ -47,4 +47,4 @@ std::string number_range::violation(double value) const {
     return number_text(value) + " is outside " + number_text(low) + " to " + number_text(high);
 }
 
-} // namespace earshot_tool
+} // namespace earshot_scene

@@ -6,7 +6,7 @@
 
 #include <earshot/types.h>
 
-namespace earshot_tool {
+namespace earshot_scene {
 
 class frame_source {
   public:
@@ -18,6 +18,9 @@ class frame_source {
     // The whole length, where it is known before the end is reached.
     virtual std::optional<s64> frames() const = 0;
 
+    // Goes on for as long as it is asked to, and has no say in when a mixture ends.
+    virtual bool endless() const { return false; }
+
     // Up to `frames` interleaved frames of Q31; fewer than asked for only at the end.
     virtual std::size_t read(s32 *interleaved, std::size_t frames) = 0;
 };
@@ -26,4 +29,4 @@ class frame_source {
 // the second-level cache with a field of 25 channels.
 inline constexpr std::size_t block_frames = 2048;
 
-} // namespace earshot_tool
+} // namespace earshot_scene
