@@ -29,6 +29,9 @@ AIMS = [
     ("effect 32 bits ramp", [1024], "float", "time", {"avx512": 1}),
 ]
 REPORTED_LEVELS = ["avx512", "avx2"]
+# Levels from pale to dark, in the order in which they run; what is not earshot stands apart.
+LEVEL_COLOURS = ["#a6cee3", "#6baed6", "#2171b5", "#08306b"]
+OTHER_COLOURS = {"libavutil": "#dd181f"}
 PLOTS = [
     ("performance-transforms.png", "nanoseconds", "points",
      [("complex forward", "Complex transforms, forward"), ("real forward", "Real transforms, forward")]),
@@ -133,7 +136,11 @@ def panel(figures, case, title):
         sizes = sorted(s for c, s, n, over in figures.by_key if (c, n, over) == (case, name, ""))
         if not sizes:
             continue
-        style = "dt 1" if name in figures.levels else "dt 2"
+        if name in figures.levels:
+            place = min(figures.levels.index(name), len(LEVEL_COLOURS) - 1)
+            style = f"dt 1 pt 7 lc rgb '{LEVEL_COLOURS[place]}'"
+        else:
+            style = f"dt 2 pt 6 lc rgb '{OTHER_COLOURS.get(name, '#333333')}'"
         curves.append(f"'-' using 1:2 with linespoints lw 2 {style} title '{name}'")
         data += "".join(f"{s} {figures.spread(case, s, name)[0]}\n" for s in sizes) + "e\n"
     return f"set title '{title}'\nplot " + ", ".join(curves) + "\n" + data
