@@ -5,37 +5,44 @@
 #include <earshot/hrtf.h>
 
 #include <stdio.h>
-#include <stdlib.h>
 
 #define WINDOW 256 /* samples that a frame is computed from: 128 before it, the rest from it */
 #define FRAME 96   /* samples of a frame: what the window moves on by */
 #define BINS (WINDOW / 2 + 1)
 #define FRAMES 200 /* of every direction */
 
+/* All memory is the caller's. Programs ask how much is needed; here it is known to be enough. */
+typedef union block {
+    void *alignment;
+    char bytes[4096];
+} block;
+
 typedef struct renderer {
     hrtf_filt_front_instance *front;
     hrtf_filt_back_instance *back;
+    block front_memory, front_scratch, back_memory, back_scratch;
 } renderer;
+
+static int fits(const hrtf_requirement *need) {
+    return need->static_size <= sizeof(block) && need->scratch_size <= sizeof(block);
+}
 
 static int make_front(renderer *r) {
     const hrtf_filt_front_config config = {0, 48000, 1, 0, 0}; /* one source */
     hrtf_requirement need;
-    if (hrtf_filt_front_get_req(0, &need, 1, &config) != EARSHOT_OK) return 0;
-    /* The memory is the caller's; this program keeps it to its end. */
-    return hrtf_filt_front_init(&r->front, 1, &config, malloc(need.static_size),
-                                need.static_size) == EARSHOT_OK &&
-           hrtf_filt_front_scratch_get_init(r->front, &config, malloc(need.scratch_size), 1) ==
-               EARSHOT_OK;
+    return hrtf_filt_front_get_req(0, &need, 1, &config) == EARSHOT_OK && fits(&need) &&
+           hrtf_filt_front_init(&r->front, 1, &config, &r->front_memory, sizeof(block)) ==
+               EARSHOT_OK &&
+           hrtf_filt_front_scratch_get_init(r->front, &config, &r->front_scratch, 1) == EARSHOT_OK;
 }
 
 static int make_back(renderer *r) {
     const hrtf_filt_back_config config = {1, FRAME, WINDOW, 0, 4, 0}; /* a buffer for each ear */
     hrtf_requirement need;
-    if (hrtf_filt_back_get_req(0, &need, 1, &config) != EARSHOT_OK) return 0;
-    return hrtf_filt_back_init(&r->back, 1, &config, malloc(need.static_size), need.static_size) ==
+    return hrtf_filt_back_get_req(0, &need, 1, &config) == EARSHOT_OK && fits(&need) &&
+           hrtf_filt_back_init(&r->back, 1, &config, &r->back_memory, sizeof(block)) ==
                EARSHOT_OK &&
-           hrtf_filt_back_scratch_get_init(r->back, &config, malloc(need.scratch_size), 1) ==
-               EARSHOT_OK;
+           hrtf_filt_back_scratch_get_init(r->back, &config, &r->back_scratch, 1) == EARSHOT_OK;
 }
 
 /* From the next frame on the source is at this azimuth, which the frame fades over to. */
@@ -87,7 +94,7 @@ static int render_direction(renderer *r, s32 degrees) {
 }
 
 int main(void) {
-    renderer r;
+    static renderer r;
     if (!make_front(&r) || !make_back(&r)) return 1;
     return !(render_direction(&r, 0) && render_direction(&r, 90) && render_direction(&r, -90));
 }

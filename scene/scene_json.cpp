@@ -30,10 +30,17 @@ template <class Value> track<Value> constant(const json_place &place) {
 number_table read_table(const json_place &place, const csv_loader &load,
                         std::vector<const value_layout *> kinds) {
     number_table table(std::move(kinds));
-    if (place.is_text())
-        table.read(load(place.text()), place, place.text());
-    else
+    if (!place.is_text()) {
         table.read(place);
+        return table;
+    }
+    std::string text;
+    try {
+        text = load(place.text());
+    } catch (const std::exception &error) {
+        place.fail(error.what());
+    }
+    table.read(text, place, place.text());
     return table;
 }
 

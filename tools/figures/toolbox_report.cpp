@@ -21,6 +21,13 @@ constexpr double pi = std::numbers::pi;
 
 double decibels(double gain) { return 20 * std::log10(gain); }
 
+// From low to high, each so many times the one before.
+std::vector<double> geometric(double low, double high, double factor) {
+    std::vector<double> all{low};
+    while (all.back() * factor <= high) all.push_back(all.back() * factor);
+    return all;
+}
+
 // --- Gain over distance -------------------------------------------------------------------------
 
 double rolloff(u32 model, double distance, double minimum, double maximum) {
@@ -32,7 +39,7 @@ double rolloff(u32 model, double distance, double minimum, double maximum) {
 
 void print_rolloff() {
     std::puts("metres,inverse,inverse_from_4,linear,none");
-    for (double distance = 0.5; distance <= 70; distance *= 1.005)
+    for (const double distance : geometric(0.5, 70, 1.005))
         std::printf("%.4f,%.3f,%.3f,%.3f,%.3f\n", distance,
                     decibels(rolloff(ROLLOFF_INVERSE, distance, 1, 60)),
                     decibels(rolloff(ROLLOFF_INVERSE, distance, 4, 60)),
@@ -47,7 +54,7 @@ using filter = std::function<void(std::vector<s32> &)>;
 
 // The gain for a steady tone: the amplitude of the sine that fits best to the last second.
 double response(const filter &apply, int rate, double frequency, double amplitude) {
-    const auto count = static_cast<std::size_t>(2 * rate);
+    const std::size_t count = 2 * static_cast<std::size_t>(rate);
     const double step = 2 * pi * frequency / rate;
     std::vector<s32> tone(count);
     for (std::size_t i = 0; i < count; ++i)
@@ -134,16 +141,10 @@ struct low_pass {
     s32 coefs[5];
 };
 
-std::vector<double> frequencies(double low, double high, double factor) {
-    std::vector<double> all;
-    for (double f = low; f <= high; f *= factor) all.push_back(f);
-    return all;
-}
-
 void print_filters() {
     const low_pass smooth;
     std::puts("hertz,dc_8000,dc_16000,dc_48000,low_pass,all_pass");
-    for (const double f : frequencies(2, 20000, 1.12)) {
+    for (const double f : geometric(2, 20000, 1.12)) {
         const auto blocked = [f](int rate) {
             return f < rate * 0.45 ? std::to_string(decibels(dc_response(rate, f))) : "";
         };
@@ -183,7 +184,7 @@ void figure(const std::string &what, double is, double limit, const char *unit) 
 double all_pass_ripple() {
     double worst = 0;
     for (const auto &[c0, c1] : {std::pair{0.4, -0.9}, {-0.5, 0.2}, {0.9, -1.85}})
-        for (const double f : frequencies(20, 20000, 1.26))
+        for (const double f : geometric(20, 20000, 1.26))
             worst = std::max(worst, std::fabs(decibels(all_pass_response(f, c0, c1))));
     return worst;
 }
@@ -191,7 +192,7 @@ double all_pass_ripple() {
 double low_pass_error() {
     const low_pass smooth;
     double worst = 0;
-    for (const double f : frequencies(20, 10000, 1.26))
+    for (const double f : geometric(20, 10000, 1.26))
         worst = std::max(worst, std::fabs(decibels(smooth.response(f) / low_pass::ideal(f))));
     return worst;
 }
