@@ -16,29 +16,74 @@ constexpr bool is_real_transform(s32 n, s32 stride) {
     return is_transform_size(n, least_size) && stride >= 1 && stride <= 1024 / n;
 }
 
-void split_stage(variant v, s32 *spec, s32 n, const s32 *split_twiddles, s32 stride) {
-    if (is_real_transform(n, stride)) fft_stages_of(v).split(spec, n, split_twiddles, stride);
+struct real_twiddles {
+    twiddle_rows complex;
+    split_rows split;
+    bool is_own;
+};
+
+// As for the complex transforms, of the split stage besides: it makes moduli sqrt 2 times as large
+// where it halves, twice that where it does not, and twiddles of any words add up to another bit.
+constexpr s32 headroom_of_real(variant v, s32 n, bool is_own) {
+    const s32 split = v == inverse_unscaled ? 2 : 1;
+    return headroom_of(v, n / 2, is_own) + split + (is_own ? 0 : 2);
 }
 
-void inverse(variant v, s32 *spec, s32 n, const s32 *twiddles, const s32 *split_twiddles,
-             s32 stride, s32 *out) {
+void transform(variant v, const s32 *in, s32 n, const real_twiddles &twiddles, s32 *out) {
+    const fft_set &set = fft_set_at(active_level(), n / 2);
+    const form f =
+        form_for(set.magnitude_bits(in, n), headroom_of_real(v, n, twiddles.is_own));
+    set.real_forward[f](in, 0, n, twiddles.complex, twiddles.split, out);
+}
+
+void transform(variant v, s32 *spec, s32 n, const real_twiddles &twiddles, s32 *out) {
+    const fft_set &set = fft_set_at(active_level(), n / 2);
+    const form f =
+        form_for(set.magnitude_bits(spec, n + 1), headroom_of_real(v, n, twiddles.is_own));
+    set.split[v][f](spec, n, twiddles.split);
+    set.complex[v][f](spec, n / 2, twiddles.complex, out);
+}
+
+real_twiddles own_twiddles(variant v, s32 n) {
+    return {own_twiddle_rows(n / 2, v != forward), own_split_rows(n), true};
+}
+
+// Apart, because of the stack that copies take.
+template <class In>
+__attribute__((noinline)) void transform_by_copies(variant v, In *in, s32 n, const s32 *twiddles,
+                                                   const s32 *split_twiddles, s32 stride,
+                                                   s32 *out) {
+    const twiddle_copy complex(twiddles, n / 2, v != forward);
+    const split_copy split(split_twiddles, n, stride);
+    transform(v, in, n, {complex.rows(), split.rows(), false}, out);
+}
+
+// In is const s32 forward, s32 inverse.
+template <class In>
+void transform(variant v, In *in, s32 n, const s32 *twiddles, const s32 *split_twiddles, s32 stride,
+               s32 *out) {
     if (!is_real_transform(n, stride)) return;
-    split_stage(v, spec, n, split_twiddles, stride);
-    complex_transform(v, spec, n / 2, twiddles, out);
+    if (is_own_table(twiddles, n / 2) && is_own_split_table(split_twiddles, n, stride))
+        transform(v, in, n, own_twiddles(v, n), out);
+    else
+        transform_by_copies(v, in, n, twiddles, split_twiddles, stride, out);
+}
+
+void split_stage(variant v, s32 *spec, s32 n, const s32 *split_twiddles, s32 stride) {
+    if (!is_real_transform(n, stride)) return;
+    const split_copy copy(split_twiddles, n, stride);
+    fft_set_at(active_level(), n / 2).split[v][saturating](spec, n, copy.rows());
 }
 
 } // namespace
 
-void rfft_32x32(const s32 *in, s32 n, const s32 *twiddles, const s32 *split_twiddles, s32 stride,
-                s32 *out) {
-    if (!is_real_transform(n, stride)) return;
-    complex_transform(forward, in, n / 2, twiddles, out);
-    split_stage(forward, out, n, split_twiddles, stride);
+void rfft_of_shifted(const s32 *in, s32 shift, s32 n, s32 *out) {
+    fft_set_at(active_level(), n / 2)
+        .real_forward[plain](in, shift, n, own_twiddle_rows(n / 2, false), own_split_rows(n), out);
 }
 
-void rifft_32x32_scaled(s32 *spec, s32 n, const s32 *twiddles, const s32 *split_twiddles,
-                        s32 stride, s32 *out) {
-    inverse(inverse_scaled, spec, n, twiddles, split_twiddles, stride, out);
+void rifft_32x32_scaled(s32 *spec, s32 n, s32 *out) {
+    transform(inverse_scaled, spec, n, own_twiddles(inverse_scaled, n), out);
 }
 
 } // namespace earshot
@@ -49,15 +94,15 @@ extern "C" {
 
 void Vorkel_rfft_32x32(const s32 *in, s32 n, const s32 *twiddles, const s32 *split_twiddles,
                        s32 stride, s32 *out) {
-    rfft_32x32(in, n, twiddles, split_twiddles, stride, out);
+    transform(forward, in, n, twiddles, split_twiddles, stride, out);
 }
 void Vorkel_rifft_32x32_scaled(s32 *spec, s32 n, const s32 *twiddles, const s32 *split_twiddles,
                                s32 stride, s32 *out) {
-    rifft_32x32_scaled(spec, n, twiddles, split_twiddles, stride, out);
+    transform(inverse_scaled, spec, n, twiddles, split_twiddles, stride, out);
 }
 void Vorkel_rifft_32x32(s32 *spec, s32 n, const s32 *twiddles, const s32 *split_twiddles,
                         s32 stride, s32 *out) {
-    inverse(inverse_unscaled, spec, n, twiddles, split_twiddles, stride, out);
+    transform(inverse_unscaled, spec, n, twiddles, split_twiddles, stride, out);
 }
 
 void rfftStage_32x32_neon(s32 *spec, s32 n, const s32 *split_twiddles, s32 stride) {

@@ -1,6 +1,5 @@
 // The back end: from two ear spectra to the samples of two ears.
 #include "fft/real.hpp"
-#include "fft/tables.hpp"
 #include "hrtf/crossfade.hpp"
 #include "hrtf/module.hpp"
 #include "kernel/memory.hpp"
@@ -197,8 +196,7 @@ u32 process(instance_t *instance, u32 sample_count, const hrtf_ear_outputs *outp
     s32 *ears[2];
     for (u32 c = 0; c < 2; ++c) {
         s32 *block = static_cast<s32 *>(instance->scratch_ptr) + c * n;
-        rifft_32x32_scaled(spectra->ear[c], static_cast<s32>(n), &fft_twiddles[0][0],
-                           &fft_split_twiddles[0][0], state->stride, block);
+        rifft_32x32_scaled(spectra->ear[c], static_cast<s32>(n), block);
         ears[c] = block + half;
         restore_level(ears[c], present.frame + present.tail, state->level_shift);
     }

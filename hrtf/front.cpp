@@ -1,6 +1,5 @@
 // The front end: sources, their filters, and the sum of their filtered spectra.
 #include "fft/real.hpp"
-#include "fft/tables.hpp"
 #include "hrtf/module.hpp"
 #include "hrtf/select.hpp"
 #include "hrtf/spectral_product.hpp"
@@ -232,9 +231,8 @@ void add_source(const state_t *state, const source_t &source, const s32 *input, 
     const s32 n = state->fft_size, half = n / 2, shift = state->input_shift;
     s32 *const product = scratch + n;
     s32 *const spectrum = product + words_of_bins(static_cast<u32>(n));
-    // The headroom keeps the transform from saturating.
-    for (s32 i = 0; i < n; ++i) scratch[i] = input[i] >> shift;
-    rfft_32x32(scratch, n, &fft_twiddles[0][0], &fft_split_twiddles[0][0], state->stride, spectrum);
+    // The shift is the headroom that keeps the transform from saturating.
+    rfft_of_shifted(input, shift, n, spectrum);
     spectral_product(product, spectrum, source.filter[0], half, state->q_format);
     spectral_product(spectrum, spectrum, source.filter[1], half, state->q_format);
     add_spectrum(ears[0], product, half);

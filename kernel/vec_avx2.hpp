@@ -2,7 +2,7 @@
 #ifndef EARSHOT_KERNEL_VEC_AVX2_HPP
 #define EARSHOT_KERNEL_VEC_AVX2_HPP
 
-#include "kernel/vec_sse41.hpp"
+#include "kernel/vec_scalar.hpp"
 
 #include <immintrin.h>
 
@@ -12,9 +12,11 @@ namespace {
 struct vec_avx2 {
     static constexpr s32 width = 8;
     using s32v = __m256i;
-    using half = vec_sse41;
     struct pair {
         s32v first, second;
+    };
+    struct bins {
+        s32v low, high;
     };
 
     // The 32 x 32-bit multiply takes every other lane, so sums are kept that way.
@@ -50,11 +52,37 @@ struct vec_avx2 {
         store(p, _mm256_unpacklo_epi32(a, b));
         store(p + width, _mm256_unpackhi_epi32(a, b));
     }
-    static s32v gather(const s32 *p, const s32 *offsets) {
-        return _mm256_i32gather_epi32(p, load(offsets), 4);
+    static void store_pairs(s16 *p, s32v first, s32v second) {
+        const s32v low = splat(-32768), high = splat(32767);
+        const s32v a = _mm256_min_epi32(_mm256_max_epi32(first, low), high);
+        const s32v b = _mm256_min_epi32(_mm256_max_epi32(second, low), high);
+        _mm256_storeu_si256(reinterpret_cast<__m256i *>(p),
+                            _mm256_blend_epi16(a, _mm256_slli_epi32(b, 16), 0xAA));
+    }
+    static s32v load_groups(const s32 *p) {
+        return _mm256_permutevar8x32_epi32(load(p), _mm256_setr_epi32(0, 0, 0, 0, 4, 4, 4, 4));
+    }
+    static void store_quads(s32 *p, s32v a, s32v b, s32v c, s32v d) {
+        const s32v ab = _mm256_unpacklo_epi32(a, b), cd = _mm256_unpacklo_epi32(c, d);
+        const s32v ef = _mm256_unpackhi_epi32(a, b), gh = _mm256_unpackhi_epi32(c, d);
+        store_groups(p, _mm256_unpacklo_epi64(ab, cd), _mm256_unpackhi_epi64(ab, cd),
+                     _mm256_unpacklo_epi64(ef, gh), _mm256_unpackhi_epi64(ef, gh));
+    }
+    static void store_groups(s32 *p, s32v a, s32v b, s32v c, s32v d) {
+        store(p, _mm256_permute2x128_si256(a, b, 0x20));
+        store(p + width, _mm256_permute2x128_si256(c, d, 0x20));
+        store(p + 2 * width, _mm256_permute2x128_si256(a, b, 0x31));
+        store(p + 3 * width, _mm256_permute2x128_si256(c, d, 0x31));
     }
     static s32v reverse(s32v v) {
         return _mm256_permutevar8x32_epi32(v, _mm256_setr_epi32(7, 6, 5, 4, 3, 2, 1, 0));
+    }
+    static s32v neg(s32v a) { return sub(_mm256_setzero_si256(), a); }
+    static s32v shift_right(s32v v, s32 n) { return _mm256_sra_epi32(v, _mm_cvtsi32_si128(n)); }
+    static s32v shift_left_sat(s32v v, s32 n) {
+        const s32v shifted = _mm256_sll_epi32(v, _mm_cvtsi32_si128(n));
+        const s32v fits = _mm256_cmpeq_epi32(shift_right(shifted, n), v);
+        return _mm256_blendv_epi8(bound_of(v), shifted, fits);
     }
     static s32v add_sat(s32v a, s32v b) {
         const s32v sum = add(a, b);
@@ -78,18 +106,24 @@ struct vec_avx2 {
     static s32v half_sub(s32v a, s32v b) {
         return sub(_mm256_srai_epi32(_mm256_xor_si256(a, b), 1), _mm256_andnot_si256(a, b));
     }
-    static s32v mul_q31_rnd_sat(s32v a, s32v b) {
+    static s32v mul_q31_rnd(s32v a, s32v b) {
         const s64v p = product(a, b);
         const __m256i half_unit = _mm256_set1_epi64x(s64{1} << 30);
-        const s32v q = take_odd(_mm256_srli_epi64(_mm256_add_epi64(p.even, half_unit), 31),
-                                _mm256_slli_epi64(_mm256_add_epi64(p.odd, half_unit), 1));
+        return bits_from<31>(_mm256_add_epi64(p.even, half_unit),
+                             _mm256_add_epi64(p.odd, half_unit));
+    }
+    static s32v mul_q31_rnd_sat(s32v a, s32v b) {
+        const s32v q = mul_q31_rnd(a, b);
         // No other product gives -2^31 than the one that should give 2^31.
         return add(q, _mm256_cmpeq_epi32(q, splat(INT32_MIN)));
+    }
+    static s32v magnitudes(s32v bits, s32v v) {
+        return _mm256_or_si256(bits, _mm256_xor_si256(v, _mm256_srai_epi32(v, 31)));
     }
 
     static s32v mul_q31(s32v a, s32v b) {
         const s64v p = product(a, b);
-        return take_odd(_mm256_srli_epi64(p.even, 31), _mm256_slli_epi64(p.odd, 1));
+        return bits_from<31>(p.even, p.odd);
     }
 
     // There is no arithmetic shift of 64-bit lanes. A bias of 2^62 makes every product non-negative
@@ -111,19 +145,44 @@ struct vec_avx2 {
         return _mm256_blendv_epi8(bound, low, fits);
     }
 
+    static bins load_bins(const s32 *p) { return {load(p), load(p + width)}; }
+    static void store_bins(s32 *p, bins b) {
+        store(p, b.low);
+        store(p + width, b.high);
+    }
+    static bins add(bins a, bins b) { return {add(a.low, b.low), add(a.high, b.high)}; }
+    static bins filter(bins x, bins gain) {
+        return {filter(x.low, gain.low), filter(x.high, gain.high)};
+    }
+
   private:
     static s32v in_order(__m256 v) {
         return _mm256_permute4x64_epi64(_mm256_castps_si256(v), 0xD8);
     }
     // The bound of a's sign in the lanes whose mask is negative, v in the others.
     static s32v saturate_where(s32v mask, s32v v, s32v a) {
-        const s32v bound = _mm256_xor_si256(_mm256_srai_epi32(a, 31), splat(INT32_MAX));
         return _mm256_castps_si256(_mm256_blendv_ps(
-            _mm256_castsi256_ps(v), _mm256_castsi256_ps(bound), _mm256_castsi256_ps(mask)));
+            _mm256_castsi256_ps(v), _mm256_castsi256_ps(bound_of(a)), _mm256_castsi256_ps(mask)));
+    }
+    static s32v bound_of(s32v a) {
+        return _mm256_xor_si256(_mm256_srai_epi32(a, 31), splat(INT32_MAX));
+    }
+    static __m256i odd_of(s32v v) { return _mm256_srli_epi64(v, 32); }
+    // The 32 bits from bit n of every 64.
+    template <int n> static s32v bits_from(__m256i even, __m256i odd) {
+        return take_odd(_mm256_srli_epi64(even, n), _mm256_slli_epi64(odd, 32 - n));
+    }
+    static s32v filter(s32v x, s32v gain) {
+        const __m256i x_odd = odd_of(x), gain_odd = odd_of(gain);
+        const __m256i half_unit = _mm256_set1_epi64x(s64{1} << 28);
+        const __m256i re =
+            _mm256_sub_epi64(_mm256_mul_epi32(x, gain), _mm256_mul_epi32(x_odd, gain_odd));
+        const __m256i im =
+            _mm256_add_epi64(_mm256_mul_epi32(x, gain_odd), _mm256_mul_epi32(x_odd, gain));
+        return bits_from<29>(_mm256_add_epi64(re, half_unit), _mm256_add_epi64(im, half_unit));
     }
     static s64v product(s32v a, s32v b) {
-        const __m256i odd = _mm256_mul_epi32(_mm256_srli_epi64(a, 32), _mm256_srli_epi64(b, 32));
-        return {_mm256_mul_epi32(a, b), odd};
+        return {_mm256_mul_epi32(a, b), _mm256_mul_epi32(odd_of(a), odd_of(b))};
     }
     static __m256i add_biased_term(__m256i sum, __m256i p) {
         const __m256i biased = _mm256_add_epi64(p, _mm256_set1_epi64x(s64{1} << 62));
