@@ -17,6 +17,8 @@ add_library(earshot_objects OBJECT
   hrtf/back.cpp
   hrtf/crossfade.cpp
   hrtf/front.cpp
+  hrtf/kernels.cpp
+  hrtf/kernels_scalar.cpp
   hrtf/module.cpp
   hrtf/select.cpp
   hrtf/spectral_product.cpp
@@ -51,9 +53,9 @@ target_link_libraries(earshot_objects PRIVATE $<BUILD_INTERFACE:earshot_options>
 # The vectorised kernels, a file each per instruction set, compiled for its own: the rest of the
 # library runs on any processor of the target.
 function(earshot_add_instruction_set name)
-  foreach(kernels fft/kernels hoa_effect/mix)
+  foreach(kernels fft/kernels hoa_effect/mix hrtf/kernels)
     target_sources(earshot_objects PRIVATE ${kernels}_${name}.cpp)
-    set_source_files_properties(${kernels}_${name}.cpp PROPERTIES COMPILE_OPTIONS "${ARGN};-O3")
+    set_source_files_properties(${kernels}_${name}.cpp PROPERTIES COMPILE_OPTIONS "${ARGN};-O2")
   endforeach()
 endfunction()
 

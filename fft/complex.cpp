@@ -1,6 +1,8 @@
 // The complex transforms: the choice of their kernels.
 #include "fft/complex.hpp"
 
+#include "fft/tables.hpp"
+
 #include <earshot/fft.h>
 
 namespace earshot {
@@ -8,28 +10,32 @@ namespace {
 
 constexpr s32 least_size = 16;
 
-void transform(variant v, const s32 *in, s32 n, const twiddle_rows &twiddles, bool is_own,
-               s32 *out) {
-    const fft_set &set = fft_set_at(active_level(), n);
+void transform(const fft_set &set, variant v, const s32 *in, s32 n, const twiddle_rows &twiddles,
+               bool is_own, s32 *out) {
     const form f = form_for(set.magnitude_bits(in, 2 * n), headroom_of(v, n, is_own));
     set.complex[v][f](in, n, twiddles, out);
 }
 
 // Apart, because of the stack that a copy takes.
-__attribute__((noinline)) void transform_by_copy(variant v, const s32 *in, s32 n,
-                                                 const s32 *twiddles, s32 *out) {
+__attribute__((noinline)) void transform_by_copy(const fft_set &set, variant v, const s32 *in,
+                                                 s32 n, const s32 *twiddles, s32 *out) {
     const twiddle_copy copy(twiddles, n, v != forward);
-    transform(v, in, n, copy.rows(), false, out);
+    transform(set, v, in, n, copy.rows(), false, out);
 }
 
 } // namespace
 
+bool is_own_table(const fft_set &set, const s32 *twiddles, s32 n) {
+    return set.are_same(twiddles, fft_twiddles[0], 6 * (n / 4));
+}
+
 void complex_transform(variant v, const s32 *in, s32 n, const s32 *twiddles, s32 *out) {
     if (!is_transform_size(n, least_size)) return;
-    if (is_own_table(twiddles, n))
-        transform(v, in, n, own_twiddle_rows(n, v != forward), true, out);
+    const fft_set &set = fft_set_at(active_level(), n);
+    if (is_own_table(set, twiddles, n))
+        transform(set, v, in, n, own_twiddle_rows(n, v != forward), true, out);
     else
-        transform_by_copy(v, in, n, twiddles, out);
+        transform_by_copy(set, v, in, n, twiddles, out);
 }
 
 } // namespace earshot

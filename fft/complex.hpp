@@ -31,6 +31,9 @@ constexpr form form_for(u32 magnitude_bits, s32 headroom) {
     return headroom < 31 && magnitude_bits >> (31 - headroom) == 0 ? plain : saturating;
 }
 
+// Whether a caller's table has the words of the library's own, as far as n complex values need it.
+bool is_own_table(const fft_set &set, const s32 *twiddles, s32 n);
+
 // A transform of n complex values, 16 to 1024; other sizes do nothing.
 void complex_transform(variant v, const s32 *in, s32 n, const s32 *twiddles, s32 *out);
 

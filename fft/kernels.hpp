@@ -28,6 +28,8 @@ inline constexpr int variant_count = 3, form_count = 2;
 struct fft_set {
     // All bits that the magnitudes of these words need.
     u32 (*magnitude_bits)(const s32 *words, s32 count);
+    // Whether all words are the same.
+    bool (*are_same)(const s32 *a, const s32 *b, s32 count);
     // n complex values.
     void (*complex[variant_count][form_count])(const s32 *in, s32 n, const twiddle_rows &twiddles,
                                                s32 *out);

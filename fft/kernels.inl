@@ -10,32 +10,70 @@ constexpr s32 most_values = 1024;
 // Real words, then imaginary ones, n of each.
 planes planes_in(s32 *words, s32 n) { return {words, words + n}; }
 
-template <class V> u32 magnitude_bits(const s32 *words, s32 count) {
-    auto lanes = V::splat(0);
+// All bits of word(vector type, index) over a number of words.
+template <class V, class Word> u32 all_bits(s32 count, const Word &word) {
+    auto lanes = V::splat(0), others = V::splat(0);
     s32 i = 0, all = 0;
-    for (; count - i >= V::width; i += V::width) lanes = V::magnitudes(lanes, V::load(words + i));
-    for (; i < count; ++i) all = vec_scalar::magnitudes(all, words[i]);
+    for (; count - i >= 2 * V::width; i += 2 * V::width) {
+        lanes = V::either(lanes, word(V{}, i));
+        others = V::either(others, word(V{}, i + V::width));
+    }
+    for (; i < count; ++i) all |= word(vec_scalar{}, i);
     s32 each[V::width];
-    V::store(each, lanes);
+    V::store(each, V::either(lanes, others));
     for (const s32 bits : each) all |= bits;
     return static_cast<u32>(all);
+}
+
+template <class V> EARSHOT_KERNEL u32 magnitude_bits(const s32 *words, s32 count) {
+    return all_bits<V>(count, [=](auto v, s32 i) {
+        const auto word = v.load(words + i);
+        return v.differing(word, v.shift_right(word, 31));
+    });
+}
+
+template <class V> EARSHOT_KERNEL bool are_same(const s32 *a, const s32 *b, s32 count) {
+    return all_bits<V>(count, [=](auto v, s32 i) {
+        return v.differing(v.load(a + i), v.load(b + i));
+    }) == 0;
+}
+
+// The radix-4 passes by way of two buffers, of which the last one to be written is spare and the
+// other is a part of what the pass behind them writes.
+template <class V, variant v, form f>
+planes radix4_passes_to(planes spare, const s32 *in, s32 shift, s32 n, const twiddle_rows &twiddles,
+                        s32 writes, planes target, s32 *out) {
+    const bool starts_in_spare = writes % 2 != 0;
+    return radix4_passes<V, v, f>(in, shift, n, twiddles, starts_in_spare ? spare : target,
+                                  starts_in_spare ? target : spare, out);
 }
 
 template <class V, variant v, form f>
 void complex_transform(const s32 *in, s32 n, const twiddle_rows &twiddles, s32 *out) {
     alignas(64) s32 work[2 * most_values];
-    transform<V, v, f>(in, 0, n, twiddles, planes_in(work, n), planes_in(out, n), to_pairs<V>{out});
+    const s32 writes = (__builtin_ctz(static_cast<u32>(n)) - 1) / 2;
+    const planes last = radix4_passes_to<V, v, f>(planes_in(work, n), in, 0, n, twiddles, writes,
+                                                  planes_in(out, n), out);
+    if (is_odd_power_of_2(n)) radix2_pass<V, v, f>(last, n, pairs{out});
 }
 
 template <class V, form f>
 void real_forward(const s32 *in, s32 shift, s32 n, const twiddle_rows &twiddles,
                   const split_rows &split, s32 *out) {
     alignas(64) s32 work[most_values];
-    const planes half_length = planes_in(work, n / 2);
-    transform<V, forward, f>(in, shift, n / 2, twiddles, planes_in(out, n / 2), half_length,
-                             to_planes<V>{half_length});
-    part_dc_and_nyquist<f>(half_length.re[0], half_length.im[0], out, n);
-    split_bins<V, forward, f>(from_planes<V>{half_length}, n, split, out);
+    const s32 half = n / 2, writes = __builtin_ctz(static_cast<u32>(half)) / 2;
+    const planes last =
+        radix4_passes_to<V, forward, f>(planes_in(work, half), in, shift, half, twiddles, writes,
+                                        planes_in(out, half), nullptr);
+    if (is_odd_power_of_2(half)) {
+        const from_halves<V, f> bins = {last, half / 2};
+        const auto first = from_halves<vec_scalar, f>{last, half / 2}.low(0);
+        part_dc_and_nyquist<f>(first.re, first.im, out, n);
+        split_bins<V, forward, f>(bins, n, split, out);
+    } else {
+        part_dc_and_nyquist<f>(last.re[0], last.im[0], out, n);
+        split_bins<V, forward, f>(from_planes<V>{last}, n, split, out);
+    }
 }
 
 template <class V, variant v, form f> void split_stage(s32 *spec, s32 n, const split_rows &split) {
@@ -49,6 +87,7 @@ template <class V, variant v, form f> void split_stage(s32 *spec, s32 n, const s
 template <class V>
 constexpr fft_set fft_set_of = {
     magnitude_bits<V>,
+    are_same<V>,
     {{complex_transform<V, forward, saturating>, complex_transform<V, forward, plain>},
      {complex_transform<V, inverse_scaled, saturating>,
       complex_transform<V, inverse_scaled, plain>},

@@ -3,6 +3,7 @@
 #include "fft/real.hpp"
 
 #include "fft/complex.hpp"
+#include "fft/tables.hpp"
 
 #include <earshot/fft.h>
 
@@ -29,15 +30,15 @@ constexpr s32 headroom_of_real(variant v, s32 n, bool is_own) {
     return headroom_of(v, n / 2, is_own) + split + (is_own ? 0 : 2);
 }
 
-void transform(variant v, const s32 *in, s32 n, const real_twiddles &twiddles, s32 *out) {
-    const fft_set &set = fft_set_at(active_level(), n / 2);
+void transform(const fft_set &set, variant v, const s32 *in, s32 n, const real_twiddles &twiddles,
+               s32 *out) {
     const form f =
         form_for(set.magnitude_bits(in, n), headroom_of_real(v, n, twiddles.is_own));
     set.real_forward[f](in, 0, n, twiddles.complex, twiddles.split, out);
 }
 
-void transform(variant v, s32 *spec, s32 n, const real_twiddles &twiddles, s32 *out) {
-    const fft_set &set = fft_set_at(active_level(), n / 2);
+void transform(const fft_set &set, variant v, s32 *spec, s32 n, const real_twiddles &twiddles,
+               s32 *out) {
     const form f =
         form_for(set.magnitude_bits(spec, n + 1), headroom_of_real(v, n, twiddles.is_own));
     set.split[v][f](spec, n, twiddles.split);
@@ -50,12 +51,17 @@ real_twiddles own_twiddles(variant v, s32 n) {
 
 // Apart, because of the stack that copies take.
 template <class In>
-__attribute__((noinline)) void transform_by_copies(variant v, In *in, s32 n, const s32 *twiddles,
+__attribute__((noinline)) void transform_by_copies(const fft_set &set, variant v, In *in, s32 n,
+                                                   const s32 *twiddles,
                                                    const s32 *split_twiddles, s32 stride,
                                                    s32 *out) {
     const twiddle_copy complex(twiddles, n / 2, v != forward);
     const split_copy split(split_twiddles, n, stride);
-    transform(v, in, n, {complex.rows(), split.rows(), false}, out);
+    transform(set, v, in, n, {complex.rows(), split.rows(), false}, out);
+}
+
+bool is_own_split_table(const fft_set &set, const s32 *split_twiddles, s32 n, s32 stride) {
+    return stride == 1024 / n && set.are_same(split_twiddles, fft_split_twiddles[0], 2 * 256);
 }
 
 // In is const s32 forward, s32 inverse.
@@ -63,10 +69,11 @@ template <class In>
 void transform(variant v, In *in, s32 n, const s32 *twiddles, const s32 *split_twiddles, s32 stride,
                s32 *out) {
     if (!is_real_transform(n, stride)) return;
-    if (is_own_table(twiddles, n / 2) && is_own_split_table(split_twiddles, n, stride))
-        transform(v, in, n, own_twiddles(v, n), out);
+    const fft_set &set = fft_set_at(active_level(), n / 2);
+    if (is_own_table(set, twiddles, n / 2) && is_own_split_table(set, split_twiddles, n, stride))
+        transform(set, v, in, n, own_twiddles(v, n), out);
     else
-        transform_by_copies(v, in, n, twiddles, split_twiddles, stride, out);
+        transform_by_copies(set, v, in, n, twiddles, split_twiddles, stride, out);
 }
 
 void split_stage(variant v, s32 *spec, s32 n, const s32 *split_twiddles, s32 stride) {
@@ -83,7 +90,8 @@ void rfft_of_shifted(const s32 *in, s32 shift, s32 n, s32 *out) {
 }
 
 void rifft_32x32_scaled(s32 *spec, s32 n, s32 *out) {
-    transform(inverse_scaled, spec, n, own_twiddles(inverse_scaled, n), out);
+    transform(fft_set_at(active_level(), n / 2), inverse_scaled, spec, n,
+              own_twiddles(inverse_scaled, n), out);
 }
 
 } // namespace earshot

@@ -10,24 +10,40 @@ namespace {
 template <variant v, form f> void join_dc_and_nyquist(s32 *spec, s32 n) {
     using op = arithmetic<vec_scalar, v, f>;
     const s32 dc = spec[0], nyquist = spec[n];
-    spec[0] = op::add(dc, nyquist);
-    spec[1] = op::sub(dc, nyquist);
+    const auto y = op::add_sub(dc, nyquist);
+    spec[0] = y.first;
+    spec[1] = y.second;
 }
 template <form f> void part_dc_and_nyquist(s32 even, s32 odd, s32 *spec, s32 n) {
     using op = arithmetic<vec_scalar, forward, f>;
-    spec[0] = op::add(even, odd);
-    spec[n] = op::sub(even, odd);
+    const auto y = op::add_sub(even, odd);
+    spec[0] = y.first;
+    spec[n] = y.second;
     spec[1] = spec[n + 1] = 0;
 }
 
-// Where the bins of the half-length spectrum come from.
+// Where the bins of the half-length spectrum come from, the lower half of them and the upper one.
+template <class V> struct from_pairs {
+    const s32 *words;
+    complex_lanes<V> low(s32 k) const { return load_pairs<V>(words, k); }
+    complex_lanes<V> high(s32 k) const { return load_pairs<V>(words, k); }
+};
 template <class V> struct from_planes {
     planes in;
-    complex_lanes<V> operator()(s32 k) const { return load_planes<V>(in, k); }
+    complex_lanes<V> low(s32 k) const { return load_values<V>(in, k); }
+    complex_lanes<V> high(s32 k) const { return load_values<V>(in, k); }
 };
-template <class V> struct from_pairs {
-    const s32 *in;
-    complex_lanes<V> operator()(s32 k) const { return load_complex<V>(in + 2 * k); }
+// What lacks its radix-2 stage.
+template <class V, form f> struct from_halves {
+    using op = arithmetic<V, forward, f>;
+    planes in;
+    s32 half;
+    complex_lanes<V> low(s32 k) const {
+        return add_sub<op>(load_values<V>(in, k), load_values<V>(in, k + half)).sum;
+    }
+    complex_lanes<V> high(s32 k) const {
+        return add_sub<op>(load_values<V>(in, k - half), load_values<V>(in, k)).difference;
+    }
 };
 
 template <class V> complex_lanes<V> reversed(const complex_lanes<V> &x) {
@@ -41,20 +57,19 @@ EARSHOT_KERNEL void split_bins(const Load &bins, s32 n, const split_rows &split,
     using op = arithmetic<V, v == forward ? inverse_scaled : v, f>;
     for (s32 k = 1; k <= n / 4; k += V::width) {
         const s32 mirrored = n / 2 - k - (V::width - 1);
-        const complex_lanes<V> x = bins(k), m = reversed<V>(bins(mirrored));
-        const auto sine = V::load(split.sine + k - 1);
-        auto cosine = V::load(split.cosine + k - 1);
-        if constexpr (v != forward) cosine = V::neg_sat(cosine);
-        const auto sum_re = op::add(x.re, m.re), difference_re = op::sub(x.re, m.re);
-        const auto sum_im = op::add(x.im, m.im), difference_im = op::sub(x.im, m.im);
-        const auto t1 = op::add_sat(op::product(sum_im, sine), op::product(difference_re, cosine));
-        const auto t2 = op::sub_sat(op::product(difference_re, sine), op::product(sum_im, cosine));
-        const complex_lanes<V> high = {op::add_sat(sum_re, t2),
-                                       op::neg(op::add_sat(difference_im, t1))};
+        const complex_lanes<V> x = bins.low(k), m = reversed<V>(bins.high(mirrored));
+        const auto sine = V::factor_of(V::load(split.sine + k - 1));
+        const auto cosine_as_is = V::load(split.cosine + k - 1);
+        const auto cosine =
+            V::factor_of(v == forward ? cosine_as_is : V::neg_sat(cosine_as_is));
+        const auto [sum, difference] = add_sub<op>(x, m);
+        const auto t1 = op::add_sat(op::product(sum.im, sine), op::product(difference.re, cosine));
+        const auto t2 = op::sub_sat(op::product(difference.re, sine), op::product(sum.im, cosine));
+        const complex_lanes<V> high = {op::add_sat(sum.re, t2),
+                                       op::neg(op::add_sat(difference.im, t1))};
         // Bin n/4 is its own mirror and is written by both, last by the first of them.
-        const to_pairs<V> store = {out};
-        store(mirrored, reversed<V>(high));
-        store(k, {op::sub_sat(sum_re, t2), op::sub_sat(difference_im, t1)});
+        store_values<V>(pairs{out}, mirrored, reversed<V>(high));
+        store_values<V>(pairs{out}, k, {op::sub_sat(sum.re, t2), op::sub_sat(difference.im, t1)});
     }
 }
 

@@ -21,11 +21,19 @@ void butterfly_at(const s32 *in, s32 in_step, const s32 *entry, s32 *out, s32 ou
         return v == forward ? entry[k] : scalar::neg_sat(entry[k]);
     };
     const twiddle<scalar> w = {
-        {{entry[0], imaginary(1)}, {entry[2], imaginary(3)}, {entry[4], imaginary(5)}}};
-    complex_lanes<scalar> x[4];
-    for (s32 q = 0; q < 4; ++q) x[q] = load_complex<scalar>(in + 2 * q * in_step);
-    butterfly<scalar, v, saturating>(x, w);
-    for (s32 q = 0; q < 4; ++q) scalar::store_pairs(out + 2 * q * out_step, x[q].re, x[q].im);
+        {entry[0], imaginary(1)}, {entry[2], imaginary(3)}, {entry[4], imaginary(5)}};
+    const auto operand = [&](s32 q) -> complex_lanes<scalar> {
+        return {in[2 * q * in_step], in[2 * q * in_step + 1]};
+    };
+    const auto y = butterfly<scalar, v, saturating>(
+        {operand(0), operand(1), operand(2), operand(3)}, w);
+    const auto put = [&](s32 q, const complex_lanes<scalar> &value) {
+        scalar::store_pairs(out + 2 * q * out_step, value.re, value.im);
+    };
+    put(0, y._0);
+    put(1, y._1);
+    put(2, y._2);
+    put(3, y._3);
 }
 
 template <variant v> void first_stage(const s32 *in, s32 n, const s32 *twiddles, s32 *out) {
@@ -63,9 +71,9 @@ template <variant v> void radix2_stage(s32 *data, s32 n) {
     using op = arithmetic<scalar, v, saturating>;
     if (!is_transform_size(n, least_size)) return;
     for (s32 i = 0; i < n; ++i) {
-        const s32 a = data[i], b = data[n + i];
-        data[i] = op::add(a, b);
-        data[n + i] = op::sub(a, b);
+        const auto y = op::add_sub(data[i], data[n + i]);
+        data[i] = y.first;
+        data[n + i] = y.second;
     }
 }
 

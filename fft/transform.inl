@@ -1,136 +1,142 @@
 // Complex transforms over the vector layer V, radix-4 decimation in frequency (Cooley and Tukey
-// 1965) in the self-sorting order of Stockham: every stage reads four quarters of a buffer and
-// writes another one, with the results of a butterfly a span apart, so that nothing is ever put in
-// bit-reversed order and the last stage leaves the natural one. Between first and last stage real
-// and imaginary words lie apart.
+// 1965) in the self-sorting order of Stockham: every pass reads four quarters of a buffer and writes
+// another one, with the results of a butterfly a span apart, so that nothing is ever put in
+// bit-reversed order and the last pass leaves the natural one. Between first and last pass real and
+// imaginary words lie apart.
 #include "fft/butterfly.inl"
 
 namespace earshot {
 namespace {
 
+// Complex values in memory.
 struct planes {
     s32 *re, *im;
 };
+struct pairs {
+    s32 *words;
+};
 
-// Operands of a butterfly by quarter: the middle ones in bit-reversed order.
-constexpr s32 quarter_of[4] = {0, 2, 1, 3};
-
-template <class V> complex_lanes<V> load_planes(const planes &p, s32 i) {
+template <class V> complex_lanes<V> load_values(const planes &p, s32 i) {
     return {V::load(p.re + i), V::load(p.im + i)};
 }
+template <class V> complex_lanes<V> load_pairs(const s32 *words, s32 i) {
+    const auto pair = V::load_pairs(words + 2 * i);
+    return {pair.first, pair.second};
+}
+template <class V> void store_values(const planes &p, s32 i, const complex_lanes<V> &x) {
+    V::store(p.re + i, x.re);
+    V::store(p.im + i, x.im);
+}
+template <class V> void store_values(const pairs &p, s32 i, const complex_lanes<V> &x) {
+    V::store_pairs(p.words + 2 * i, x.re, x.im);
+}
 
-// Where the values of a last stage go.
-template <class V> struct to_planes {
+// What a pass does, beside its butterflies: one function has all of them, because a butterfly is
+// the larger part of its code and the choices cost little beside one.
+struct pass_plan {
+    const s32 *in_pairs; // or null
+    planes in;
+    s32 shift; // of pairs, to the right
+    s32 n, span;
     planes out;
-    void operator()(s32 i, const complex_lanes<V> &x) const {
-        V::store(out.re + i, x.re);
-        V::store(out.im + i, x.im);
-    }
-};
-template <class V> struct to_pairs {
-    s32 *out;
-    void operator()(s32 i, const complex_lanes<V> &x) const {
-        V::store_pairs(out + 2 * i, x.re, x.im);
-    }
+    s32 *out_pairs; // or null; from a span of one vector on
 };
 
-template <class V, variant v, form f>
-EARSHOT_KERNEL void first_stage(const s32 *in, s32 shift, s32 n, const twiddle_rows &twiddles, planes out) {
-    for (s32 i = 0; i < n / 4; i += V::width) {
-        complex_lanes<V> x[4];
-        for (s32 q = 0; q < 4; ++q) {
-            const auto loaded = load_complex<V>(in + 2 * (i + quarter_of[q] * (n / 4)));
-            x[q] = {V::shift_right(loaded.re, shift), V::shift_right(loaded.im, shift)};
-        }
-        butterfly<V, v, f>(
-            x, load_twiddle<V>(twiddles, i, [](const s32 *p) { return V::load(p); }));
-        V::store_quads(out.re + 4 * i, x[0].re, x[1].re, x[2].re, x[3].re);
-        V::store_quads(out.im + 4 * i, x[0].im, x[1].im, x[2].im, x[3].im);
-    }
-}
-
-// The second stage, of span 4, where a vector holds several spans.
-template <class V, variant v, form f>
-EARSHOT_KERNEL void grouped_stage(planes in, s32 n, const twiddle_rows &twiddles, planes out) {
-    for (s32 i = 0; i < n / 4; i += V::width) {
-        complex_lanes<V> x[4];
-        for (s32 q = 0; q < 4; ++q) x[q] = load_planes<V>(in, i + quarter_of[q] * (n / 4));
-        butterfly<V, v, f>(
-            x, load_twiddle<V>(twiddles, i, [](const s32 *p) { return V::load_groups(p); }));
-        V::store_groups(out.re + 4 * i, x[0].re, x[1].re, x[2].re, x[3].re);
-        V::store_groups(out.im + 4 * i, x[0].im, x[1].im, x[2].im, x[3].im);
-    }
-}
-
-// Four values from i on and the same of each quarter, with one twiddle.
-template <class V, variant v, form f>
-void radix4(complex_lanes<V> *x, planes in, s32 n, s32 i, const twiddle<V> &w) {
-    for (s32 q = 0; q < 4; ++q) x[q] = load_planes<V>(in, i + quarter_of[q] * (n / 4));
-    butterfly<V, v, f>(x, w);
-}
-
-// A stage of a span of one vector or more.
-template <class V, variant v, form f, class Store>
-EARSHOT_KERNEL void stage(planes in, s32 n, s32 span, const twiddle_rows &twiddles, const Store &store) {
-    for (s32 i = 0; i < n / 4; i += span) {
-        const auto w =
-            load_twiddle<V>(twiddles, i, [](const s32 *p) { return V::splat(*p); });
-        for (s32 k = 0; k < span; k += V::width) {
-            complex_lanes<V> x[4];
-            radix4<V, v, f>(x, in, n, i + k, w);
-            for (s32 q = 0; q < 4; ++q) store(4 * i + q * span + k, x[q]);
-        }
-    }
-}
-
-// For odd log2 n: the last radix-4 stage, of two spans, and the radix-2 stage behind it.
-template <class V, variant v, form f, class Store>
-EARSHOT_KERNEL void last_two_stages(planes in, s32 n, const twiddle_rows &twiddles, const Store &store) {
-    using op = arithmetic<V, v, f>;
-    const auto splat = [](const s32 *p) { return V::splat(*p); };
-    const s32 span = n / 8;
-    const auto first = load_twiddle<V>(twiddles, 0, splat);
-    const auto second = load_twiddle<V>(twiddles, span, splat);
-    for (s32 k = 0; k < span; k += V::width) {
-        complex_lanes<V> a[4], b[4];
-        radix4<V, v, f>(a, in, n, k, first);
-        radix4<V, v, f>(b, in, n, k + span, second);
-        for (s32 q = 0; q < 4; ++q) {
-            store(q * span + k, {op::add(a[q].re, b[q].re), op::add(a[q].im, b[q].im)});
-            store(n / 2 + q * span + k, {op::sub(a[q].re, b[q].re), op::sub(a[q].im, b[q].im)});
-        }
-    }
-}
-
-constexpr bool is_power_of_4(s32 n) { return (n & 0x55555555) != 0; }
-
-// The stages before the last pass take turns between two buffers and end in source.
-template <class V, variant v, form f, class Store>
-void transform(const s32 *in, s32 shift, s32 n, const twiddle_rows &twiddles, planes source,
-               planes other, const Store &store) {
-    const s32 last_span = is_power_of_4(n) ? n / 4 : n / 8;
-    planes from = other, to = source;
-    const auto turn = [&] {
-        const planes last = from;
-        from = to;
-        to = last;
+// The middle operands of a butterfly stand in bit-reversed order.
+template <class V> quad<V> load_operands(const pass_plan &plan, s32 i) {
+    const s32 quarter = plan.n / 4;
+    const auto four = [&](auto load) -> quad<V> {
+        return {load(i), load(i + 2 * quarter), load(i + quarter), load(i + 3 * quarter)};
     };
-    for (s32 span = 4; span < last_span; span *= 4) turn();
-    first_stage<V, v, f>(in, shift, n, twiddles, to);
-    for (s32 span = 4; span < last_span; span *= 4) {
-        turn();
-        if constexpr (V::width > 4) {
-            if (span == 4) {
-                grouped_stage<V, v, f>(from, n, twiddles, to);
-                continue;
-            }
-        }
-        stage<V, v, f>(from, n, span, twiddles, to_planes<V>{to});
+    if (plan.in_pairs == nullptr)
+        return four([&](s32 k) { return load_values<V>(plan.in, k); });
+    return four([&](s32 k) -> complex_lanes<V> {
+        const auto loaded = load_pairs<V>(plan.in_pairs, k);
+        return {V::shift_right(loaded.re, plan.shift), V::shift_right(loaded.im, plan.shift)};
+    });
+}
+
+// Spans shorter than a vector: that of the first stage, and the next one's of wide vectors.
+template <class V> bool is_short(s32 span) { return span < V::width; }
+
+template <class V>
+twiddle<V> twiddles_of(const pass_plan &plan, const twiddle_rows &rows, s32 i) {
+    if (plan.span == 1)
+        return load_twiddle<V>(rows, i, [](const s32 *p) { return V::factor_of(V::load(p)); });
+    if constexpr (V::width > 4) {
+        if (is_short<V>(plan.span))
+            return load_twiddle<V>(
+                rows, i, [](const s32 *p) { return V::factor_of_pairs(V::load_groups(p)); });
     }
-    if (is_power_of_4(n))
-        stage<V, v, f>(to, n, last_span, twiddles, store);
+    return load_twiddle<V>(rows, i & -plan.span,
+                           [](const s32 *p) { return V::factor_of_pairs(V::splat(*p)); });
+}
+
+template <class V> void store_results(const quad<V> &y, const pass_plan &plan, s32 i) {
+    if (plan.span == 1) {
+        V::store_quads(plan.out.re + 4 * i, y._0.re, y._1.re, y._2.re, y._3.re);
+        V::store_quads(plan.out.im + 4 * i, y._0.im, y._1.im, y._2.im, y._3.im);
+        return;
+    }
+    if constexpr (V::width > 4) {
+        if (is_short<V>(plan.span)) {
+            V::store_groups(plan.out.re + 4 * i, y._0.re, y._1.re, y._2.re, y._3.re);
+            V::store_groups(plan.out.im + 4 * i, y._0.im, y._1.im, y._2.im, y._3.im);
+            return;
+        }
+    }
+    const auto four = [&](const auto &out) {
+        const s32 k = i & (plan.span - 1), first = 4 * (i - k) + k;
+        store_values<V>(out, first, y._0);
+        store_values<V>(out, first + plan.span, y._1);
+        store_values<V>(out, first + 2 * plan.span, y._2);
+        store_values<V>(out, first + 3 * plan.span, y._3);
+    };
+    if (plan.out_pairs == nullptr)
+        four(plan.out);
     else
-        last_two_stages<V, v, f>(to, n, twiddles, store);
+        four(pairs{plan.out_pairs});
+}
+
+template <class V, variant v, form f>
+EARSHOT_KERNEL void radix4_pass(const pass_plan &given, const twiddle_rows &given_rows) {
+    // Copies: what the pass writes might be these words for all that the compiler knows.
+    const pass_plan plan = given;
+    const twiddle_rows rows = given_rows;
+    for (s32 i = 0; i < plan.n / 4; i += V::width) {
+        const quad<V> x = load_operands<V>(plan, i);
+        store_results<V>(butterfly<V, v, f>(x, twiddles_of<V>(plan, rows, i)), plan, i);
+    }
+}
+
+template <class V, variant v, form f>
+EARSHOT_KERNEL void radix2_pass(const planes &in, s32 n, const pairs &out) {
+    using op = arithmetic<V, v, f>;
+    for (s32 i = 0; i < n / 2; i += V::width) {
+        const auto y = add_sub<op>(load_values<V>(in, i), load_values<V>(in, i + n / 2));
+        store_values<V>(out, i, y.sum);
+        store_values<V>(out, i + n / 2, y.difference);
+    }
+}
+
+constexpr bool is_odd_power_of_2(s32 n) { return (n & 0x55555555) == 0; }
+
+// All radix-4 passes, taking turns between two buffers. The last one of an even log2 n writes pairs
+// where out is not null; any other last one leaves planes, which are returned.
+template <class V, variant v, form f>
+planes radix4_passes(const s32 *in, s32 shift, s32 n, const twiddle_rows &rows, planes first,
+                     planes second, s32 *out) {
+    pass_plan plan = {in, second, shift, n, 1, first, nullptr};
+    radix4_pass<V, v, f>(plan, rows);
+    plan.in_pairs = nullptr;
+    for (plan.span = 4; plan.span <= n / 4; plan.span *= 4) {
+        const planes last = plan.in;
+        plan.in = plan.out;
+        plan.out = last;
+        if (plan.span == n / 4) plan.out_pairs = out;
+        radix4_pass<V, v, f>(plan, rows);
+    }
+    return plan.out;
 }
 
 } // namespace

@@ -1,10 +1,6 @@
 #include "fft/twiddle_rows.hpp"
 
-#include "fft/tables.hpp"
 #include "kernel/saturate.hpp"
-
-#include <bit>
-#include <string.h>
 
 // The tables are generated flat, entry after entry.
 #pragma GCC diagnostic ignored "-Wmissing-braces"
@@ -77,17 +73,6 @@ twiddle_rows own_twiddle_rows(s32 n, bool inverse) {
 split_rows own_split_rows(s32 n) {
     const s32 first = n / 4 - least_real;
     return {own.sine + first, own.cosine + first};
-}
-
-bool is_own_table(const s32 *table, s32 n) {
-    return table == fft_twiddles[0] ||
-           memcmp(table, fft_twiddles, static_cast<u32>(n / 4) * sizeof fft_twiddles[0]) == 0;
-}
-
-bool is_own_split_table(const s32 *table, s32 n, s32 stride) {
-    if (stride != 1024 / n) return false;
-    return table == fft_split_twiddles[0] ||
-           memcmp(table, fft_split_twiddles, sizeof fft_split_twiddles) == 0;
 }
 
 twiddle_copy::twiddle_copy(const s32 *table, s32 n, bool inverse) {

@@ -23,10 +23,6 @@ struct split_rows {
 twiddle_rows own_twiddle_rows(s32 n, bool inverse);
 split_rows own_split_rows(s32 n);
 
-// Whether a caller's table has the words of the library's own, as far as size n reads it.
-bool is_own_table(const s32 *twiddles, s32 n);
-bool is_own_split_table(const s32 *split_twiddles, s32 n, s32 stride);
-
 // Of any other table.
 class twiddle_copy {
   public:

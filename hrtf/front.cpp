@@ -33,8 +33,8 @@ constexpr u32 highest_selector = 2;
 constexpr s32 neutral_third = 65536;
 constexpr u32 version_word = 0;
 
-// Scratch memory: the samples of a frame, the product for ear 0, and the transform, which the
-// product for ear 1 replaces.
+// Scratch memory has room for the samples of a frame, the product for ear 0, and the transform,
+// which the product for ear 1 replaces; only the transform is still kept.
 constexpr u32 frame_size = 256;
 constexpr u32 words_of_bins(u32 fft_size) { return fft_size + 2; }
 constexpr u32 scratch_size = (frame_size + 2 * words_of_bins(frame_size)) * sizeof(s32);
@@ -226,17 +226,12 @@ u32 get(const instance_t *instance, u32 id, void *payload) {
 
 // --- Processing ---------------------------------------------------------------------------------
 
-void add_source(const state_t *state, const source_t &source, const s32 *input, s32 *scratch,
+void add_source(const state_t *state, const source_t &source, const s32 *input, s32 *spectrum,
                 s32 *const *ears) {
-    const s32 n = state->fft_size, half = n / 2, shift = state->input_shift;
-    s32 *const product = scratch + n;
-    s32 *const spectrum = product + words_of_bins(static_cast<u32>(n));
+    const s32 n = state->fft_size;
     // The shift is the headroom that keeps the transform from saturating.
-    rfft_of_shifted(input, shift, n, spectrum);
-    spectral_product(product, spectrum, source.filter[0], half, state->q_format);
-    spectral_product(spectrum, spectrum, source.filter[1], half, state->q_format);
-    add_spectrum(ears[0], product, half);
-    add_spectrum(ears[1], spectrum, half);
+    rfft_of_shifted(input, state->input_shift, n, spectrum);
+    add_filtered_spectrum(ears, spectrum, source.filter, n / 2, state->q_format);
 }
 
 u32 process(instance_t *instance, u32 bin_count, const hrtf_ear_spectra *spectra, u32 sample_count,

@@ -19,9 +19,13 @@ struct vec_avx2 {
         s32v low, high;
     };
 
-    // The 32 x 32-bit multiply takes every other lane, so sums are kept that way.
+    // The 32 x 32-bit multiply takes every other lane, so sums are kept that way, and factors
+    // together with a copy that has the odd lanes in the place of the even ones.
     struct s64v {
         __m256i even, odd;
+    };
+    struct factor {
+        s32v even, odd;
     };
 
     static s32v load(const s32 *p) {
@@ -102,28 +106,29 @@ struct vec_avx2 {
     static s32v half_add(s32v a, s32v b) {
         return add(_mm256_and_si256(a, b), _mm256_srai_epi32(_mm256_xor_si256(a, b), 1));
     }
-    // a - b = (a xor b) - 2 (b without a)
-    static s32v half_sub(s32v a, s32v b) {
-        return sub(_mm256_srai_epi32(_mm256_xor_si256(a, b), 1), _mm256_andnot_si256(a, b));
+    // a - b = a + b - 2 b
+    static pair half_add_sub(s32v a, s32v b) {
+        const s32v sum = half_add(a, b);
+        return {sum, sub(sum, b)};
     }
-    static s32v mul_q31_rnd(s32v a, s32v b) {
+    static factor factor_of(s32v v) { return {v, odd_of(v)}; }
+    static factor factor_of_pairs(s32v v) { return {v, v}; }
+    static s32v mul_q31_rnd(s32v a, const factor &b) {
         const s64v p = product(a, b);
         const __m256i half_unit = _mm256_set1_epi64x(s64{1} << 30);
-        return bits_from<31>(_mm256_add_epi64(p.even, half_unit),
-                             _mm256_add_epi64(p.odd, half_unit));
+        return bits_from_31(_mm256_add_epi64(p.even, half_unit), _mm256_add_epi64(p.odd, half_unit));
     }
-    static s32v mul_q31_rnd_sat(s32v a, s32v b) {
+    static s32v mul_q31_rnd_sat(s32v a, const factor &b) {
         const s32v q = mul_q31_rnd(a, b);
         // No other product gives -2^31 than the one that should give 2^31.
         return add(q, _mm256_cmpeq_epi32(q, splat(INT32_MIN)));
     }
-    static s32v magnitudes(s32v bits, s32v v) {
-        return _mm256_or_si256(bits, _mm256_xor_si256(v, _mm256_srai_epi32(v, 31)));
-    }
+    static s32v either(s32v a, s32v b) { return _mm256_or_si256(a, b); }
+    static s32v differing(s32v a, s32v b) { return _mm256_xor_si256(a, b); }
 
     static s32v mul_q31(s32v a, s32v b) {
         const s64v p = product(a, b);
-        return bits_from<31>(p.even, p.odd);
+        return bits_from_31(p.even, p.odd);
     }
 
     // There is no arithmetic shift of 64-bit lanes. A bias of 2^62 makes every product non-negative
@@ -167,10 +172,10 @@ struct vec_avx2 {
     static s32v bound_of(s32v a) {
         return _mm256_xor_si256(_mm256_srai_epi32(a, 31), splat(INT32_MAX));
     }
-    static __m256i odd_of(s32v v) { return _mm256_srli_epi64(v, 32); }
-    // The 32 bits from bit n of every 64.
-    template <int n> static s32v bits_from(__m256i even, __m256i odd) {
-        return take_odd(_mm256_srli_epi64(even, n), _mm256_slli_epi64(odd, 32 - n));
+    static s32v odd_of(s32v v) { return _mm256_shuffle_epi32(v, 0xF5); }
+    // The 32 bits from bit 31 of every 64; there are more units that add than units that shift.
+    static s32v bits_from_31(__m256i even, __m256i odd) {
+        return take_odd(_mm256_srli_epi64(even, 31), _mm256_add_epi64(odd, odd));
     }
     static s32v filter(s32v x, s32v gain) {
         const __m256i x_odd = odd_of(x), gain_odd = odd_of(gain);
@@ -179,11 +184,14 @@ struct vec_avx2 {
             _mm256_sub_epi64(_mm256_mul_epi32(x, gain), _mm256_mul_epi32(x_odd, gain_odd));
         const __m256i im =
             _mm256_add_epi64(_mm256_mul_epi32(x, gain_odd), _mm256_mul_epi32(x_odd, gain));
-        return bits_from<29>(_mm256_add_epi64(re, half_unit), _mm256_add_epi64(im, half_unit));
+        // The 32 bits from bit 29 of every 64.
+        return take_odd(_mm256_srli_epi64(_mm256_add_epi64(re, half_unit), 29),
+                        _mm256_slli_epi64(_mm256_add_epi64(im, half_unit), 3));
     }
-    static s64v product(s32v a, s32v b) {
-        return {_mm256_mul_epi32(a, b), _mm256_mul_epi32(odd_of(a), odd_of(b))};
+    static s64v product(s32v a, const factor &b) {
+        return {_mm256_mul_epi32(a, b.even), _mm256_mul_epi32(odd_of(a), b.odd)};
     }
+    static s64v product(s32v a, s32v b) { return product(a, factor_of(b)); }
     static __m256i add_biased_term(__m256i sum, __m256i p) {
         const __m256i biased = _mm256_add_epi64(p, _mm256_set1_epi64x(s64{1} << 62));
         return _mm256_add_epi64(sum, _mm256_srli_epi64(biased, 31));

@@ -29,9 +29,13 @@ struct vec_avx512 {
         s32v low, high;
     };
 
-    // The 32 x 32-bit multiply takes every other lane, so sums are kept that way.
+    // The 32 x 32-bit multiply takes every other lane, so sums are kept that way, and factors
+    // together with a copy that has the odd lanes in the place of the even ones.
     struct s64v {
         __m512i even, odd;
+    };
+    struct factor {
+        s32v even, odd;
     };
 
     static s32v load(const s32 *p) { return _mm512_loadu_si512(p); }
@@ -114,17 +118,20 @@ struct vec_avx512 {
     static s32v half_add(s32v a, s32v b) {
         return add(_mm512_and_si512(a, b), _mm512_srai_epi32(_mm512_xor_si512(a, b), 1));
     }
-    // a - b = (a xor b) - 2 (b without a)
-    static s32v half_sub(s32v a, s32v b) {
-        return sub(_mm512_srai_epi32(_mm512_xor_si512(a, b), 1), _mm512_andnot_si512(a, b));
+    // a - b = a + b - 2 b
+    static pair half_add_sub(s32v a, s32v b) {
+        const s32v sum = half_add(a, b);
+        return {sum, sub(sum, b)};
     }
-    static s32v mul_q31_rnd(s32v a, s32v b) {
+    static factor factor_of(s32v v) { return {v, odd_of(v)}; }
+    static factor factor_of_pairs(s32v v) { return {v, v}; }
+    static s32v mul_q31_rnd(s32v a, const factor &b) {
         const s64v p = product(a, b);
         const __m512i half_unit = _mm512_set1_epi64(s64{1} << 30);
         return bits_from<31>(_mm512_add_epi64(p.even, half_unit),
                              _mm512_add_epi64(p.odd, half_unit));
     }
-    static s32v mul_q31_rnd_sat(s32v a, s32v b) {
+    static s32v mul_q31_rnd_sat(s32v a, const factor &b) {
         const s32v q = mul_q31_rnd(a, b);
         // No other product gives -2^31 than the one that should give 2^31.
         return _mm512_mask_mov_epi32(q, _mm512_cmpeq_epi32_mask(q, splat(INT32_MIN)),
@@ -134,9 +141,8 @@ struct vec_avx512 {
         const s64v p = product(a, b);
         return bits_from<31>(p.even, p.odd);
     }
-    static s32v magnitudes(s32v bits, s32v v) {
-        return _mm512_ternarylogic_epi32(bits, v, _mm512_srai_epi32(v, 31), 0xF6);
-    }
+    static s32v either(s32v a, s32v b) { return _mm512_or_si512(a, b); }
+    static s32v differing(s32v a, s32v b) { return _mm512_xor_si512(a, b); }
 
     template <int n> static s64v sum_of() {
         return {_mm512_setzero_si512(), _mm512_setzero_si512()};
@@ -177,10 +183,11 @@ struct vec_avx512 {
     static s32v saturate_where(__mmask16 mask, s32v v, s32v a) {
         return _mm512_mask_xor_epi32(v, mask, _mm512_srai_epi32(a, 31), splat(INT32_MAX));
     }
-    static __m512i odd_of(s32v v) { return _mm512_srli_epi64(v, 32); }
-    static s64v product(s32v a, s32v b) {
-        return {_mm512_mul_epi32(a, b), _mm512_mul_epi32(odd_of(a), odd_of(b))};
+    static s32v odd_of(s32v v) { return _mm512_shuffle_epi32(v, _MM_PERM_DDBB); }
+    static s64v product(s32v a, const factor &b) {
+        return {_mm512_mul_epi32(a, b.even), _mm512_mul_epi32(odd_of(a), b.odd)};
     }
+    static s64v product(s32v a, s32v b) { return product(a, factor_of(b)); }
     // The 32 bits from bit n of every 64.
     template <int n> static s32v bits_from(__m512i even, __m512i odd) {
         constexpr s64 bytes = n | (n + 8) << 8 | (n + 16) << 16 | s64{n + 24} << 24;

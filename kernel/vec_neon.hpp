@@ -12,6 +12,7 @@ namespace {
 struct vec_neon {
     static constexpr s32 width = 4;
     using s32v = int32x4_t;
+    using factor = s32v;
     struct pair {
         s32v first, second;
     };
@@ -53,8 +54,9 @@ struct vec_neon {
     static s32v add_sat(s32v a, s32v b) { return vqaddq_s32(a, b); }
     static s32v sub_sat(s32v a, s32v b) { return vqsubq_s32(a, b); }
     static s32v neg_sat(s32v a) { return vqnegq_s32(a); }
-    static s32v half_add(s32v a, s32v b) { return vhaddq_s32(a, b); }
-    static s32v half_sub(s32v a, s32v b) { return vhsubq_s32(a, b); }
+    static pair half_add_sub(s32v a, s32v b) { return {vhaddq_s32(a, b), vhsubq_s32(a, b)}; }
+    static factor factor_of(s32v v) { return v; }
+    static factor factor_of_pairs(s32v v) { return v; }
     static s32v mul_q31_rnd(s32v a, s32v b) { return vqrdmulhq_s32(a, b); }
     static s32v mul_q31_rnd_sat(s32v a, s32v b) { return vqrdmulhq_s32(a, b); }
 
@@ -70,9 +72,8 @@ struct vec_neon {
     static s32v narrow_sat(s64v sum) {
         return vcombine_s32(vqmovn_s64(sum.low), vqmovn_s64(sum.high));
     }
-    static s32v magnitudes(s32v bits, s32v v) {
-        return vorrq_s32(bits, veorq_s32(v, vshrq_n_s32(v, 31)));
-    }
+    static s32v either(s32v a, s32v b) { return vorrq_s32(a, b); }
+    static s32v differing(s32v a, s32v b) { return veorq_s32(a, b); }
 
     static bins load_bins(const s32 *p) {
         const int32x4x2_t v = vld2q_s32(p);

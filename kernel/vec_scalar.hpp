@@ -17,13 +17,16 @@
 //     add, sub, neg          wrapping
 //     add_sat, sub_sat,      saturating
 //     neg_sat
-//     half_add, half_sub     (a + b) >> 1 and (a - b) >> 1 without overflow
+//     half_add_sub           the pair of (a + b) >> 1 and (a - b) >> 1 without overflow
 //     shift_right            arithmetic, by 0 to 31
 //     shift_left_sat         saturating, by 0 to 31
 //     mul_q31                low 32 bits of a x b >> 31
-//     mul_q31_rnd            a x b / 2^31 rounded half up, where a is not -2^31
+//     factor                 width lanes of s32, prepared for products
+//     factor_of,             of any lanes, or where lanes 0 and 1, 2 and 3 ... are the same
+//     factor_of_pairs
+//     mul_q31_rnd            a x b / 2^31 rounded half up, b a factor, where a is not -2^31
 //     mul_q31_rnd_sat        the same for any a; -2^31 squared saturates
-//     magnitudes             bits | (v < 0 ? ~v : v): collects the bits that magnitudes need
+//     either, differing      the bits of a or b, and those that only one of them has
 //     sum_of<n>              start of a sum of n terms
 //     mac_q31                sum + (a x b >> 31), the products of full width
 //     narrow_sat             sum clamped to s32, once all n terms are in
@@ -51,6 +54,7 @@ struct vec_scalar {
     static constexpr s32 width = 1;
     using s32v = s32;
     using s64v = s64;
+    using factor = s32v;
     struct pair {
         s32v first, second;
     };
@@ -90,15 +94,19 @@ struct vec_scalar {
     static s32v shift_left_sat(s32v v, s32 n) {
         return narrow_sat(static_cast<s64>(static_cast<u64>(v) << n));
     }
-    static s32v magnitudes(s32v bits, s32v v) { return bits | (v ^ v >> 31); }
+    static s32v either(s32v a, s32v b) { return a | b; }
+    static s32v differing(s32v a, s32v b) { return a ^ b; }
     static s32v add_sat(s32v a, s32v b) { return narrow_sat(s64{a} + b); }
     static s32v sub_sat(s32v a, s32v b) { return narrow_sat(s64{a} - b); }
     static s32v neg_sat(s32v a) { return narrow_sat(-s64{a}); }
-    static s32v half_add(s32v a, s32v b) { return static_cast<s32>((s64{a} + b) >> 1); }
-    static s32v half_sub(s32v a, s32v b) { return static_cast<s32>((s64{a} - b) >> 1); }
+    static pair half_add_sub(s32v a, s32v b) {
+        return {static_cast<s32>((s64{a} + b) >> 1), static_cast<s32>((s64{a} - b) >> 1)};
+    }
     static s32v mul_q31_rnd_sat(s32v a, s32v b) {
         return narrow_sat((s64{a} * b + 0x40000000) >> 31);
     }
+    static factor factor_of(s32v v) { return v; }
+    static factor factor_of_pairs(s32v v) { return v; }
     static s32v mul_q31_rnd(s32v a, s32v b) {
         return static_cast<s32>((s64{a} * b + 0x40000000) >> 31);
     }

@@ -19,9 +19,13 @@ struct vec_sse41 {
         s32v low, high;
     };
 
-    // The 32 x 32-bit multiply takes every other lane, so sums are kept that way.
+    // The 32 x 32-bit multiply takes every other lane, so sums are kept that way, and factors
+    // together with a copy that has the odd lanes in the place of the even ones.
     struct s64v {
         __m128i even, odd;
+    };
+    struct factor {
+        s32v even, odd;
     };
 
     static s32v load(const s32 *p) { return _mm_loadu_si128(reinterpret_cast<const __m128i *>(p)); }
@@ -81,27 +85,29 @@ struct vec_sse41 {
     static s32v half_add(s32v a, s32v b) {
         return add(_mm_and_si128(a, b), _mm_srai_epi32(_mm_xor_si128(a, b), 1));
     }
-    // a - b = (a xor b) - 2 (b without a)
-    static s32v half_sub(s32v a, s32v b) {
-        return sub(_mm_srai_epi32(_mm_xor_si128(a, b), 1), _mm_andnot_si128(a, b));
+    // a - b = a + b - 2 b
+    static pair half_add_sub(s32v a, s32v b) {
+        const s32v sum = half_add(a, b);
+        return {sum, sub(sum, b)};
     }
-    static s32v mul_q31_rnd(s32v a, s32v b) {
+    static factor factor_of(s32v v) { return {v, odd_of(v)}; }
+    static factor factor_of_pairs(s32v v) { return {v, v}; }
+    static s32v mul_q31_rnd(s32v a, const factor &b) {
         const s64v p = product(a, b);
         const __m128i half_unit = _mm_set1_epi64x(s64{1} << 30);
-        return bits_from<31>(_mm_add_epi64(p.even, half_unit), _mm_add_epi64(p.odd, half_unit));
+        return bits_from_31(_mm_add_epi64(p.even, half_unit), _mm_add_epi64(p.odd, half_unit));
     }
-    static s32v mul_q31_rnd_sat(s32v a, s32v b) {
+    static s32v mul_q31_rnd_sat(s32v a, const factor &b) {
         const s32v q = mul_q31_rnd(a, b);
         // No other product gives -2^31 than the one that should give 2^31.
         return add(q, _mm_cmpeq_epi32(q, splat(INT32_MIN)));
     }
     static s32v mul_q31(s32v a, s32v b) {
         const s64v p = product(a, b);
-        return bits_from<31>(p.even, p.odd);
+        return bits_from_31(p.even, p.odd);
     }
-    static s32v magnitudes(s32v bits, s32v v) {
-        return _mm_or_si128(bits, _mm_xor_si128(v, _mm_srai_epi32(v, 31)));
-    }
+    static s32v either(s32v a, s32v b) { return _mm_or_si128(a, b); }
+    static s32v differing(s32v a, s32v b) { return _mm_xor_si128(a, b); }
 
     // There is no arithmetic shift of 64-bit lanes. A bias of 2^62 makes every product non-negative
     // and adds 2^31 to every term, which the start of the sum takes off beforehand.
@@ -137,25 +143,28 @@ struct vec_sse41 {
                                               _mm_castsi128_ps(mask)));
     }
     static s32v bound_of(s32v a) { return _mm_xor_si128(_mm_srai_epi32(a, 31), splat(INT32_MAX)); }
-    static __m128i odd_of(s32v v) { return _mm_srli_epi64(v, 32); }
-    static s64v product(s32v a, s32v b) {
-        return {_mm_mul_epi32(a, b), _mm_mul_epi32(odd_of(a), odd_of(b))};
+    static s32v odd_of(s32v v) { return _mm_shuffle_epi32(v, 0xF5); }
+    static s64v product(s32v a, const factor &b) {
+        return {_mm_mul_epi32(a, b.even), _mm_mul_epi32(odd_of(a), b.odd)};
     }
+    static s64v product(s32v a, s32v b) { return product(a, factor_of(b)); }
     static __m128i add_biased_term(__m128i sum, __m128i p) {
         const __m128i biased = _mm_add_epi64(p, _mm_set1_epi64x(s64{1} << 62));
         return _mm_add_epi64(sum, _mm_srli_epi64(biased, 31));
     }
     static __m128i take_odd(__m128i even, __m128i odd) { return _mm_blend_epi16(even, odd, 0xCC); }
-    // The 32 bits from bit n of every 64.
-    template <int n> static s32v bits_from(__m128i even, __m128i odd) {
-        return take_odd(_mm_srli_epi64(even, n), _mm_slli_epi64(odd, 32 - n));
+    // The 32 bits from bit 31 of every 64; there are more units that add than units that shift.
+    static s32v bits_from_31(__m128i even, __m128i odd) {
+        return take_odd(_mm_srli_epi64(even, 31), _mm_add_epi64(odd, odd));
     }
     static s32v filter(s32v x, s32v gain) {
         const __m128i x_odd = odd_of(x), gain_odd = odd_of(gain);
         const __m128i half_unit = _mm_set1_epi64x(s64{1} << 28);
         const __m128i re = _mm_sub_epi64(_mm_mul_epi32(x, gain), _mm_mul_epi32(x_odd, gain_odd));
         const __m128i im = _mm_add_epi64(_mm_mul_epi32(x, gain_odd), _mm_mul_epi32(x_odd, gain));
-        return bits_from<29>(_mm_add_epi64(re, half_unit), _mm_add_epi64(im, half_unit));
+        // The 32 bits from bit 29 of every 64.
+        return take_odd(_mm_srli_epi64(_mm_add_epi64(re, half_unit), 29),
+                        _mm_slli_epi64(_mm_add_epi64(im, half_unit), 3));
     }
 };
 
