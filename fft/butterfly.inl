@@ -41,12 +41,14 @@ template <class V, variant v, form f> struct arithmetic {
 };
 
 template <class V> struct complex_lanes { typename V::s32v re, im; };
-template <class V> struct complex_pair { complex_lanes<V> sum, difference; };
+// All of what follows works in place on values of their own, never on arrays or whole butterflies
+// of them: these would be copied by way of memory.
 
-template <class Op, class V>
-complex_pair<V> add_sub(const complex_lanes<V> &a, const complex_lanes<V> &b) {
+// a + b and a - b.
+template <class Op, class V> void add_sub(complex_lanes<V> &a, complex_lanes<V> &b) {
     const auto re = Op::add_sub(a.re, b.re), im = Op::add_sub(a.im, b.im);
-    return {{re.first, im.first}, {re.second, im.second}};
+    a = {re.first, im.first};
+    b = {re.second, im.second};
 }
 
 // A table entry: W^1 and W^3 turned by -90 degrees, W^2 as it is; conjugated for the inverses.
@@ -67,23 +69,52 @@ twiddle<V> load_twiddle(const twiddle_rows &rows, s32 i, Load load) {
             {load(re + 2 * next), load(im + 2 * next)}};
 }
 
-// Operands or results of a butterfly. They are named, not indexed: an array would live in memory.
-template <class V> struct quad { complex_lanes<V> _0, _1, _2, _3; };
-
-template <class V, variant v, form f> quad<V> butterfly(const quad<V> &x, const twiddle<V> &w) {
+// The sums of a butterfly: its first result, and what is multiplied by the factors of its entry.
+template <class V, variant v, form f>
+void butterfly_sums(complex_lanes<V> &x0, complex_lanes<V> &x1, complex_lanes<V> &x2,
+                    complex_lanes<V> &x3) {
     using op = arithmetic<V, v, f>;
-    const auto multiply = [](const auto &a, const auto &b) -> complex_lanes<V> {
-        return {op::sub_sat(op::product(a.re, b.re), op::product(a.im, b.im)),
-                op::add_sat(op::product(a.re, b.im), op::product(a.im, b.re))};
-    };
-    const auto [s01, d01] = add_sub<op>(x._0, x._1);
-    const auto [s23, d23] = add_sub<op>(x._2, x._3);
+    add_sub<op>(x0, x1);
+    add_sub<op>(x2, x3);
     // The table's W^1 and W^3 lack a quarter turn, which is given to x0 - x1 here.
-    const complex_lanes<V> turned = v == forward ? complex_lanes<V>{op::neg(d01.im), d01.re}
-                                                 : complex_lanes<V>{d01.im, op::neg(d01.re)};
-    const auto [y0, y2] = add_sub<op>(s01, s23);
-    const auto [y1, y3] = add_sub<op>(turned, d23);
-    return {y0, multiply(y1, w.first), multiply(y2, w.second), multiply(y3, w.third)};
+    if constexpr (v == forward)
+        x1 = {op::neg(x1.im), x1.re};
+    else
+        x1 = {x1.im, op::neg(x1.re)};
+    add_sub<op>(x0, x2);
+    add_sub<op>(x1, x3);
+}
+
+template <class V, variant v, form f>
+void multiply(complex_lanes<V> &x, const typename twiddle<V>::pair &w) {
+    using op = arithmetic<V, v, f>;
+    x = {op::sub_sat(op::product(x.re, w.re), op::product(x.im, w.im)),
+         op::add_sat(op::product(x.re, w.im), op::product(x.im, w.re))};
+}
+
+template <class V, variant v, form f>
+void butterfly(complex_lanes<V> &x0, complex_lanes<V> &x1, complex_lanes<V> &x2,
+               complex_lanes<V> &x3, const twiddle<V> &w) {
+    butterfly_sums<V, v, f>(x0, x1, x2, x3);
+    multiply<V, v, f>(x1, w.first);
+    multiply<V, v, f>(x2, w.second);
+    multiply<V, v, f>(x3, w.third);
+}
+
+// By entry 0 of the library's own table, in the plain form: its 2^31 - 1 is as good as 1 for words
+// from -2^30 + 1 to 2^30, because products are rounded, and its -2^31 is -1.
+template <class V, variant v>
+void first_butterfly(complex_lanes<V> &x0, complex_lanes<V> &x1, complex_lanes<V> &x2,
+                     complex_lanes<V> &x3) {
+    butterfly_sums<V, v, plain>(x0, x1, x2, x3);
+    const auto turn_back = [](complex_lanes<V> &x) {
+        if constexpr (v == forward)
+            x = {x.im, V::neg(x.re)};
+        else
+            x = {V::neg(x.im), x.re};
+    };
+    turn_back(x1);
+    turn_back(x3);
 }
 
 } // namespace

@@ -10,17 +10,16 @@ namespace {
 
 constexpr s32 least_size = 16;
 
-void transform(const fft_set &set, variant v, const s32 *in, s32 n, const twiddle_rows &twiddles,
-               bool is_own, s32 *out) {
-    const form f = form_for(set.magnitude_bits(in, 2 * n), headroom_of(v, n, is_own));
-    set.complex[v][f](in, n, twiddles, out);
+void transform(const fft_set &set, variant v, const s32 *in, s32 n, s32 *out) {
+    const form f = form_for(set.magnitude_bits(in, 2 * n), headroom_of(v, n));
+    set.complex[v][f](in, n, own_twiddle_rows(n, v != forward), out);
 }
 
-// Apart, because of the stack that a copy takes.
+// Apart, because of the stack that a copy takes. Nothing is known of these twiddles.
 __attribute__((noinline)) void transform_by_copy(const fft_set &set, variant v, const s32 *in,
                                                  s32 n, const s32 *twiddles, s32 *out) {
     const twiddle_copy copy(twiddles, n, v != forward);
-    transform(set, v, in, n, copy.rows(), false, out);
+    set.complex[v][saturating](in, n, copy.rows(), out);
 }
 
 } // namespace
@@ -33,7 +32,7 @@ void complex_transform(variant v, const s32 *in, s32 n, const s32 *twiddles, s32
     if (!is_transform_size(n, least_size)) return;
     const fft_set &set = fft_set_at(active_level(), n);
     if (is_own_table(set, twiddles, n))
-        transform(set, v, in, n, own_twiddle_rows(n, v != forward), true, out);
+        transform(set, v, in, n, out);
     else
         transform_by_copy(set, v, in, n, twiddles, out);
 }

@@ -10,17 +10,20 @@ constexpr s32 most_values = 1024;
 // Real words, then imaginary ones, n of each.
 planes planes_in(s32 *words, s32 n) { return {words, words + n}; }
 
-// All bits of word(vector type, index) over a number of words.
+// All bits of word(vector type, index) over a number of words; in four chains, or each would wait for
+// the one before.
 template <class V, class Word> u32 all_bits(s32 count, const Word &word) {
-    auto lanes = V::splat(0), others = V::splat(0);
+    auto a = V::splat(0), b = a, c = a, d = a;
     s32 i = 0, all = 0;
-    for (; count - i >= 2 * V::width; i += 2 * V::width) {
-        lanes = V::either(lanes, word(V{}, i));
-        others = V::either(others, word(V{}, i + V::width));
+    for (; count - i >= 4 * V::width; i += 4 * V::width) {
+        a = V::either(a, word(V{}, i));
+        b = V::either(b, word(V{}, i + V::width));
+        c = V::either(c, word(V{}, i + 2 * V::width));
+        d = V::either(d, word(V{}, i + 3 * V::width));
     }
     for (; i < count; ++i) all |= word(vec_scalar{}, i);
     s32 each[V::width];
-    V::store(each, V::either(lanes, others));
+    V::store(each, V::either(V::either(a, b), V::either(c, d)));
     for (const s32 bits : each) all |= bits;
     return static_cast<u32>(all);
 }

@@ -17,68 +17,67 @@ constexpr bool is_real_transform(s32 n, s32 stride) {
     return is_transform_size(n, least_size) && stride >= 1 && stride <= 1024 / n;
 }
 
+// As for the complex transforms; the split stage makes moduli sqrt 2 times as large where it halves,
+// twice that where it does not. The forward transform has it last, where there is room.
+constexpr s32 headroom_of_real(variant v, s32 n) {
+    return headroom_of(v, n / 2) + (v == forward ? 0 : v == inverse_scaled ? 1 : 2);
+}
+
 struct real_twiddles {
     twiddle_rows complex;
     split_rows split;
-    bool is_own;
 };
 
-// As for the complex transforms, of the split stage besides: it makes moduli sqrt 2 times as large
-// where it halves, twice that where it does not, and twiddles of any words add up to another bit.
-constexpr s32 headroom_of_real(variant v, s32 n, bool is_own) {
-    const s32 split = v == inverse_unscaled ? 2 : 1;
-    return headroom_of(v, n / 2, is_own) + split + (is_own ? 0 : 2);
+real_twiddles own_twiddles(variant v, s32 n) {
+    return {own_twiddle_rows(n / 2, v != forward), own_split_rows(n, v != forward)};
 }
 
-void transform(const fft_set &set, variant v, const s32 *in, s32 n, const real_twiddles &twiddles,
-               s32 *out) {
-    const form f =
-        form_for(set.magnitude_bits(in, n), headroom_of_real(v, n, twiddles.is_own));
+void transform(const fft_set &set, variant, form f, const s32 *in, s32 n,
+               const real_twiddles &twiddles, s32 *out) {
     set.real_forward[f](in, 0, n, twiddles.complex, twiddles.split, out);
 }
 
-void transform(const fft_set &set, variant v, s32 *spec, s32 n, const real_twiddles &twiddles,
-               s32 *out) {
-    const form f =
-        form_for(set.magnitude_bits(spec, n + 1), headroom_of_real(v, n, twiddles.is_own));
+void transform(const fft_set &set, variant v, form f, s32 *spec, s32 n,
+               const real_twiddles &twiddles, s32 *out) {
     set.split[v][f](spec, n, twiddles.split);
     set.complex[v][f](spec, n / 2, twiddles.complex, out);
 }
 
-real_twiddles own_twiddles(variant v, s32 n) {
-    return {own_twiddle_rows(n / 2, v != forward), own_split_rows(n), true};
+// In is const s32 forward, s32 inverse.
+template <class In> void transform(const fft_set &set, variant v, In *in, s32 n, s32 *out) {
+    const s32 words = v == forward ? n : n + 1; // of a spectrum all but the last imaginary one
+    const form f = form_for(set.magnitude_bits(in, words), headroom_of_real(v, n));
+    transform(set, v, f, in, n, own_twiddles(v, n), out);
 }
 
-// Apart, because of the stack that copies take.
+// Apart, because of the stack that copies take. Nothing is known of these twiddles.
 template <class In>
-__attribute__((noinline)) void transform_by_copies(const fft_set &set, variant v, In *in, s32 n,
-                                                   const s32 *twiddles,
-                                                   const s32 *split_twiddles, s32 stride,
-                                                   s32 *out) {
+__attribute__((noinline)) void
+transform_by_copies(const fft_set &set, variant v, In *in, s32 n, const s32 *twiddles,
+                    const s32 *split_twiddles, s32 stride, s32 *out) {
     const twiddle_copy complex(twiddles, n / 2, v != forward);
-    const split_copy split(split_twiddles, n, stride);
-    transform(set, v, in, n, {complex.rows(), split.rows(), false}, out);
+    const split_copy split(split_twiddles, n, stride, v != forward);
+    transform(set, v, saturating, in, n, {complex.rows(), split.rows()}, out);
 }
 
 bool is_own_split_table(const fft_set &set, const s32 *split_twiddles, s32 n, s32 stride) {
     return stride == 1024 / n && set.are_same(split_twiddles, fft_split_twiddles[0], 2 * 256);
 }
 
-// In is const s32 forward, s32 inverse.
 template <class In>
 void transform(variant v, In *in, s32 n, const s32 *twiddles, const s32 *split_twiddles, s32 stride,
                s32 *out) {
     if (!is_real_transform(n, stride)) return;
     const fft_set &set = fft_set_at(active_level(), n / 2);
     if (is_own_table(set, twiddles, n / 2) && is_own_split_table(set, split_twiddles, n, stride))
-        transform(set, v, in, n, own_twiddles(v, n), out);
+        transform(set, v, in, n, out);
     else
         transform_by_copies(set, v, in, n, twiddles, split_twiddles, stride, out);
 }
 
 void split_stage(variant v, s32 *spec, s32 n, const s32 *split_twiddles, s32 stride) {
     if (!is_real_transform(n, stride)) return;
-    const split_copy copy(split_twiddles, n, stride);
+    const split_copy copy(split_twiddles, n, stride, v != forward);
     fft_set_at(active_level(), n / 2).split[v][saturating](spec, n, copy.rows());
 }
 
@@ -86,12 +85,11 @@ void split_stage(variant v, s32 *spec, s32 n, const s32 *split_twiddles, s32 str
 
 void rfft_of_shifted(const s32 *in, s32 shift, s32 n, s32 *out) {
     fft_set_at(active_level(), n / 2)
-        .real_forward[plain](in, shift, n, own_twiddle_rows(n / 2, false), own_split_rows(n), out);
+        .real_forward[plain](in, shift, n, own_twiddle_rows(n / 2, false), own_split_rows(n, false), out);
 }
 
 void rifft_32x32_scaled(s32 *spec, s32 n, s32 *out) {
-    transform(fft_set_at(active_level(), n / 2), inverse_scaled, spec, n,
-              own_twiddles(inverse_scaled, n), out);
+    transform(fft_set_at(active_level(), n / 2), inverse_scaled, spec, n, out);
 }
 
 } // namespace earshot

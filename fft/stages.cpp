@@ -25,15 +25,15 @@ void butterfly_at(const s32 *in, s32 in_step, const s32 *entry, s32 *out, s32 ou
     const auto operand = [&](s32 q) -> complex_lanes<scalar> {
         return {in[2 * q * in_step], in[2 * q * in_step + 1]};
     };
-    const auto y = butterfly<scalar, v, saturating>(
-        {operand(0), operand(1), operand(2), operand(3)}, w);
+    complex_lanes<scalar> x0 = operand(0), x1 = operand(1), x2 = operand(2), x3 = operand(3);
+    butterfly<scalar, v, saturating>(x0, x1, x2, x3, w);
     const auto put = [&](s32 q, const complex_lanes<scalar> &value) {
         scalar::store_pairs(out + 2 * q * out_step, value.re, value.im);
     };
-    put(0, y._0);
-    put(1, y._1);
-    put(2, y._2);
-    put(3, y._3);
+    put(0, x0);
+    put(1, x1);
+    put(2, x2);
+    put(3, x3);
 }
 
 template <variant v> void first_stage(const s32 *in, s32 n, const s32 *twiddles, s32 *out) {

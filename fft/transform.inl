@@ -23,6 +23,13 @@ template <class V> complex_lanes<V> load_pairs(const s32 *words, s32 i) {
     const auto pair = V::load_pairs(words + 2 * i);
     return {pair.first, pair.second};
 }
+template <class V> complex_lanes<V> load_reversed(const planes &p, s32 i) {
+    return {V::reverse(V::load(p.re + i)), V::reverse(V::load(p.im + i))};
+}
+template <class V> complex_lanes<V> load_reversed(const s32 *words, s32 i) {
+    const auto pair = V::load_pairs_reversed(words + 2 * i);
+    return {pair.first, pair.second};
+}
 template <class V> void store_values(const planes &p, s32 i, const complex_lanes<V> &x) {
     V::store(p.re + i, x.re);
     V::store(p.im + i, x.im);
@@ -36,24 +43,18 @@ template <class V> void store_values(const pairs &p, s32 i, const complex_lanes<
 struct pass_plan {
     const s32 *in_pairs; // or null
     planes in;
-    s32 shift; // of pairs, to the right
+    s32 shift; // to the right, before anything else
     s32 n, span;
     planes out;
     s32 *out_pairs; // or null; from a span of one vector on
 };
 
-// The middle operands of a butterfly stand in bit-reversed order.
-template <class V> quad<V> load_operands(const pass_plan &plan, s32 i) {
-    const s32 quarter = plan.n / 4;
-    const auto four = [&](auto load) -> quad<V> {
-        return {load(i), load(i + 2 * quarter), load(i + quarter), load(i + 3 * quarter)};
-    };
-    if (plan.in_pairs == nullptr)
-        return four([&](s32 k) { return load_values<V>(plan.in, k); });
-    return four([&](s32 k) -> complex_lanes<V> {
-        const auto loaded = load_pairs<V>(plan.in_pairs, k);
-        return {V::shift_right(loaded.re, plan.shift), V::shift_right(loaded.im, plan.shift)};
-    });
+template <class V> complex_lanes<V> load_operand(const pass_plan &plan, s32 i) {
+    return plan.in_pairs == nullptr ? load_values<V>(plan.in, i) : load_pairs<V>(plan.in_pairs, i);
+}
+
+template <class V> void shift_right(complex_lanes<V> &x, s32 shift) {
+    x = {V::shift_right(x.re, shift), V::shift_right(x.im, shift)};
 }
 
 // Spans shorter than a vector: that of the first stage, and the next one's of wide vectors.
@@ -72,30 +73,33 @@ twiddle<V> twiddles_of(const pass_plan &plan, const twiddle_rows &rows, s32 i) {
                            [](const s32 *p) { return V::factor_of_pairs(V::splat(*p)); });
 }
 
-template <class V> void store_results(const quad<V> &y, const pass_plan &plan, s32 i) {
+template <class V>
+void store_results(const complex_lanes<V> &y0, const complex_lanes<V> &y1,
+                   const complex_lanes<V> &y2, const complex_lanes<V> &y3, const pass_plan &plan,
+                   s32 i) {
     if (plan.span == 1) {
-        V::store_quads(plan.out.re + 4 * i, y._0.re, y._1.re, y._2.re, y._3.re);
-        V::store_quads(plan.out.im + 4 * i, y._0.im, y._1.im, y._2.im, y._3.im);
+        V::store_quads(plan.out.re + 4 * i, y0.re, y1.re, y2.re, y3.re);
+        V::store_quads(plan.out.im + 4 * i, y0.im, y1.im, y2.im, y3.im);
         return;
     }
     if constexpr (V::width > 4) {
         if (is_short<V>(plan.span)) {
-            V::store_groups(plan.out.re + 4 * i, y._0.re, y._1.re, y._2.re, y._3.re);
-            V::store_groups(plan.out.im + 4 * i, y._0.im, y._1.im, y._2.im, y._3.im);
+            V::store_groups(plan.out.re + 4 * i, y0.re, y1.re, y2.re, y3.re);
+            V::store_groups(plan.out.im + 4 * i, y0.im, y1.im, y2.im, y3.im);
             return;
         }
     }
-    const auto four = [&](const auto &out) {
+    const auto store = [&](const auto &out) {
         const s32 k = i & (plan.span - 1), first = 4 * (i - k) + k;
-        store_values<V>(out, first, y._0);
-        store_values<V>(out, first + plan.span, y._1);
-        store_values<V>(out, first + 2 * plan.span, y._2);
-        store_values<V>(out, first + 3 * plan.span, y._3);
+        store_values<V>(out, first, y0);
+        store_values<V>(out, first + plan.span, y1);
+        store_values<V>(out, first + 2 * plan.span, y2);
+        store_values<V>(out, first + 3 * plan.span, y3);
     };
     if (plan.out_pairs == nullptr)
-        four(plan.out);
+        store(plan.out);
     else
-        four(pairs{plan.out_pairs});
+        store(pairs{plan.out_pairs});
 }
 
 template <class V, variant v, form f>
@@ -103,9 +107,24 @@ EARSHOT_KERNEL void radix4_pass(const pass_plan &given, const twiddle_rows &give
     // Copies: what the pass writes might be these words for all that the compiler knows.
     const pass_plan plan = given;
     const twiddle_rows rows = given_rows;
-    for (s32 i = 0; i < plan.n / 4; i += V::width) {
-        const quad<V> x = load_operands<V>(plan, i);
-        store_results<V>(butterfly<V, v, f>(x, twiddles_of<V>(plan, rows, i)), plan, i);
+    const s32 quarter = plan.n / 4;
+    for (s32 i = 0; i < quarter; i += V::width) {
+        // The middle operands of a butterfly stand in bit-reversed order.
+        complex_lanes<V> x0 = load_operand<V>(plan, i);
+        complex_lanes<V> x1 = load_operand<V>(plan, i + 2 * quarter);
+        complex_lanes<V> x2 = load_operand<V>(plan, i + quarter);
+        complex_lanes<V> x3 = load_operand<V>(plan, i + 3 * quarter);
+        if (plan.shift != 0) {
+            shift_right<V>(x0, plan.shift);
+            shift_right<V>(x1, plan.shift);
+            shift_right<V>(x2, plan.shift);
+            shift_right<V>(x3, plan.shift);
+        }
+        if (f == plain && i < plan.span && !is_short<V>(plan.span))
+            first_butterfly<V, v>(x0, x1, x2, x3);
+        else
+            butterfly<V, v, f>(x0, x1, x2, x3, twiddles_of<V>(plan, rows, i));
+        store_results<V>(x0, x1, x2, x3, plan, i);
     }
 }
 
@@ -113,9 +132,10 @@ template <class V, variant v, form f>
 EARSHOT_KERNEL void radix2_pass(const planes &in, s32 n, const pairs &out) {
     using op = arithmetic<V, v, f>;
     for (s32 i = 0; i < n / 2; i += V::width) {
-        const auto y = add_sub<op>(load_values<V>(in, i), load_values<V>(in, i + n / 2));
-        store_values<V>(out, i, y.sum);
-        store_values<V>(out, i + n / 2, y.difference);
+        complex_lanes<V> a = load_values<V>(in, i), b = load_values<V>(in, i + n / 2);
+        add_sub<op>(a, b);
+        store_values<V>(out, i, a);
+        store_values<V>(out, i + n / 2, b);
     }
 }
 
@@ -129,6 +149,7 @@ planes radix4_passes(const s32 *in, s32 shift, s32 n, const twiddle_rows &rows, 
     pass_plan plan = {in, second, shift, n, 1, first, nullptr};
     radix4_pass<V, v, f>(plan, rows);
     plan.in_pairs = nullptr;
+    plan.shift = 0;
     for (plan.span = 4; plan.span <= n / 4; plan.span *= 4) {
         const planes last = plan.in;
         plan.in = plan.out;

@@ -33,7 +33,7 @@ constexpr s32 row_count = 9;
 
 struct own_rows {
     s32 complex[row_count * (2 * most - least_complex)];
-    s32 sine[2 * most - least_real], cosine[2 * most - least_real];
+    s32 sine[2 * most - least_real], cosine[2][2 * most - least_real];
 };
 
 constexpr own_rows make_rows() {
@@ -54,7 +54,8 @@ constexpr own_rows make_rows() {
         for (s32 i = 0; i < count; ++i) {
             const s32 *pair = split_twiddles[(i + 1) * (most / count) - 1];
             rows.sine[count - least_real + i] = pair[0];
-            rows.cosine[count - least_real + i] = pair[1];
+            rows.cosine[0][count - least_real + i] = pair[1];
+            rows.cosine[1][count - least_real + i] = negated(pair[1]);
         }
     }
     return rows;
@@ -70,9 +71,9 @@ twiddle_rows own_twiddle_rows(s32 n, bool inverse) {
     return {rows, rows + (inverse ? 6 : 3) * count, count};
 }
 
-split_rows own_split_rows(s32 n) {
+split_rows own_split_rows(s32 n, bool inverse) {
     const s32 first = n / 4 - least_real;
-    return {own.sine + first, own.cosine + first};
+    return {own.sine + first, own.cosine[inverse ? 1 : 0] + first};
 }
 
 twiddle_copy::twiddle_copy(const s32 *table, s32 n, bool inverse) {
@@ -87,11 +88,11 @@ twiddle_copy::twiddle_copy(const s32 *table, s32 n, bool inverse) {
     }
 }
 
-split_copy::split_copy(const s32 *table, s32 n, s32 stride) {
+split_copy::split_copy(const s32 *table, s32 n, s32 stride, bool inverse) {
     for (s32 i = 0; i < n / 4; ++i) {
         const s32 *pair = table + 2 * ((i + 1) * stride - 1);
         sine_[i] = pair[0];
-        cosine_[i] = pair[1];
+        cosine_[i] = inverse ? negated(pair[1]) : pair[1];
     }
 }
 

@@ -14,14 +14,14 @@ struct twiddle_rows {
     s32 length; // n/4 for a transform of size n
 };
 
-// Word i belongs to bin i + 1 of a real transform.
+// Word i belongs to bin i + 1 of a real transform; the inverses have the cosines negated.
 struct split_rows {
     const s32 *sine, *cosine;
 };
 
 // Of the library's own tables: for complex transforms of 16 to 1024 values, real ones of 32 to 1024.
 twiddle_rows own_twiddle_rows(s32 n, bool inverse);
-split_rows own_split_rows(s32 n);
+split_rows own_split_rows(s32 n, bool inverse);
 
 // Of any other table.
 class twiddle_copy {
@@ -35,7 +35,7 @@ class twiddle_copy {
 
 class split_copy {
   public:
-    split_copy(const s32 *split_twiddles, s32 n, s32 stride);
+    split_copy(const s32 *split_twiddles, s32 n, s32 stride, bool inverse);
     split_rows rows() const { return {sine_, cosine_}; }
 
   private:

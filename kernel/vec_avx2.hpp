@@ -45,16 +45,12 @@ struct vec_avx2 {
 
     static s32v sub(s32v a, s32v b) { return _mm256_sub_epi32(a, b); }
     static pair load_pairs(const s32 *p) {
-        const __m256 low = _mm256_castsi256_ps(load(p));
-        const __m256 high = _mm256_castsi256_ps(load(p + width));
-        return {in_order(_mm256_shuffle_ps(low, high, 0x88)),
-                in_order(_mm256_shuffle_ps(low, high, 0xDD))};
+        const pair v = load_mixed_pairs(p);
+        return {_mm256_permute4x64_epi64(v.first, 0xD8), _mm256_permute4x64_epi64(v.second, 0xD8)};
     }
     static void store_pairs(s32 *p, s32v first, s32v second) {
-        const __m256i a = _mm256_permute4x64_epi64(first, 0xD8);
-        const __m256i b = _mm256_permute4x64_epi64(second, 0xD8);
-        store(p, _mm256_unpacklo_epi32(a, b));
-        store(p + width, _mm256_unpackhi_epi32(a, b));
+        store_mixed_pairs(p, _mm256_permute4x64_epi64(first, 0xD8),
+                          _mm256_permute4x64_epi64(second, 0xD8));
     }
     static void store_pairs(s16 *p, s32v first, s32v second) {
         const s32v low = splat(-32768), high = splat(32767);
@@ -77,6 +73,17 @@ struct vec_avx2 {
         store(p + width, _mm256_permute2x128_si256(c, d, 0x20));
         store(p + 2 * width, _mm256_permute2x128_si256(a, b, 0x31));
         store(p + 3 * width, _mm256_permute2x128_si256(c, d, 0x31));
+    }
+    static pair load_pairs_reversed(const s32 *p) {
+        const pair v = load_mixed_pairs(p);
+        const s32v order = _mm256_setr_epi32(7, 6, 3, 2, 5, 4, 1, 0);
+        return {_mm256_permutevar8x32_epi32(v.first, order),
+                _mm256_permutevar8x32_epi32(v.second, order)};
+    }
+    static void store_pairs_reversed(s32 *p, s32v first, s32v second) {
+        const s32v order = _mm256_setr_epi32(7, 6, 3, 2, 5, 4, 1, 0);
+        store_mixed_pairs(p, _mm256_permutevar8x32_epi32(first, order),
+                          _mm256_permutevar8x32_epi32(second, order));
     }
     static s32v reverse(s32v v) {
         return _mm256_permutevar8x32_epi32(v, _mm256_setr_epi32(7, 6, 5, 4, 3, 2, 1, 0));
@@ -161,8 +168,16 @@ struct vec_avx2 {
     }
 
   private:
-    static s32v in_order(__m256 v) {
-        return _mm256_permute4x64_epi64(_mm256_castps_si256(v), 0xD8);
+    // Pairs, with the lanes in the order 0 1 4 5 2 3 6 7, which shuffles within halves come to.
+    static pair load_mixed_pairs(const s32 *p) {
+        const __m256 low = _mm256_castsi256_ps(load(p));
+        const __m256 high = _mm256_castsi256_ps(load(p + width));
+        return {_mm256_castps_si256(_mm256_shuffle_ps(low, high, 0x88)),
+                _mm256_castps_si256(_mm256_shuffle_ps(low, high, 0xDD))};
+    }
+    static void store_mixed_pairs(s32 *p, s32v first, s32v second) {
+        store(p, _mm256_unpacklo_epi32(first, second));
+        store(p + width, _mm256_unpackhi_epi32(first, second));
     }
     // The bound of a's sign in the lanes whose mask is negative, v in the others.
     static s32v saturate_where(s32v mask, s32v v, s32v a) {
@@ -175,7 +190,7 @@ struct vec_avx2 {
     static s32v odd_of(s32v v) { return _mm256_shuffle_epi32(v, 0xF5); }
     // The 32 bits from bit 31 of every 64; there are more units that add than units that shift.
     static s32v bits_from_31(__m256i even, __m256i odd) {
-        return take_odd(_mm256_srli_epi64(even, 31), _mm256_add_epi64(odd, odd));
+        return take_odd(_mm256_srli_epi64(even, 31), _mm256_slli_epi64(odd, 1));
     }
     static s32v filter(s32v x, s32v gain) {
         const __m256i x_odd = odd_of(x), gain_odd = odd_of(gain);

@@ -88,6 +88,23 @@ struct vec_avx512 {
         store(p + 2 * width, _mm512_shuffle_i32x4(ef, gh, 0x88));
         store(p + 3 * width, _mm512_shuffle_i32x4(ef, gh, 0xDD));
     }
+    static pair load_pairs_reversed(const s32 *p) {
+        const s32v low = load(p), high = load(p + width);
+        const s32v first =
+            _mm512_setr_epi32(30, 28, 26, 24, 22, 20, 18, 16, 14, 12, 10, 8, 6, 4, 2, 0);
+        const s32v second =
+            _mm512_setr_epi32(31, 29, 27, 25, 23, 21, 19, 17, 15, 13, 11, 9, 7, 5, 3, 1);
+        return {_mm512_permutex2var_epi32(low, first, high),
+                _mm512_permutex2var_epi32(low, second, high)};
+    }
+    static void store_pairs_reversed(s32 *p, s32v first, s32v second) {
+        const s32v low =
+            _mm512_setr_epi32(15, 31, 14, 30, 13, 29, 12, 28, 11, 27, 10, 26, 9, 25, 8, 24);
+        const s32v high =
+            _mm512_setr_epi32(7, 23, 6, 22, 5, 21, 4, 20, 3, 19, 2, 18, 1, 17, 0, 16);
+        store(p, _mm512_permutex2var_epi32(first, low, second));
+        store(p + width, _mm512_permutex2var_epi32(first, high, second));
+    }
     static s32v reverse(s32v v) {
         return _mm512_permutexvar_epi32(
             _mm512_setr_epi32(15, 14, 13, 12, 11, 10, 9, 8, 7, 6, 5, 4, 3, 2, 1, 0), v);

@@ -44,6 +44,13 @@ struct vec_neon {
     static void store_quads(s32 *p, s32v a, s32v b, s32v c, s32v d) {
         vst4q_s32(p, int32x4x4_t{{a, b, c, d}});
     }
+    static pair load_pairs_reversed(const s32 *p) {
+        const pair v = load_pairs(p);
+        return {reverse(v.first), reverse(v.second)};
+    }
+    static void store_pairs_reversed(s32 *p, s32v first, s32v second) {
+        store_pairs(p, reverse(first), reverse(second));
+    }
     static s32v reverse(s32v v) {
         const s32v swapped = vrev64q_s32(v);
         return vcombine_s32(vget_high_s32(swapped), vget_low_s32(swapped));

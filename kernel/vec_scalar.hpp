@@ -11,6 +11,8 @@
 //     load_groups            four lanes of p[0], four of p[4] and so on (from eight lanes up)
 //     load_pairs,            width interleaved pairs as two vectors, and back; as s16 clamped
 //     store_pairs
+//     load_pairs_reversed,   the same with the lanes in reverse order
+//     store_pairs_reversed
 //     store_quads            four vectors interleaved lane by lane
 //     store_groups           four vectors interleaved by groups of four lanes (from eight lanes up)
 //     reverse                the lanes in reverse order
@@ -87,6 +89,10 @@ struct vec_scalar {
         p[1] = b;
         p[2] = c;
         p[3] = d;
+    }
+    static pair load_pairs_reversed(const s32 *p) { return load_pairs(p); }
+    static void store_pairs_reversed(s32 *p, s32v first, s32v second) {
+        store_pairs(p, first, second);
     }
     static s32v reverse(s32v v) { return v; }
     static s32v neg(s32v a) { return sub(0, a); }

@@ -60,6 +60,13 @@ struct vec_sse41 {
         store(p + 2 * width, _mm_unpacklo_epi64(ef, gh));
         store(p + 3 * width, _mm_unpackhi_epi64(ef, gh));
     }
+    static pair load_pairs_reversed(const s32 *p) {
+        const pair v = load_pairs(p);
+        return {reverse(v.first), reverse(v.second)};
+    }
+    static void store_pairs_reversed(s32 *p, s32v first, s32v second) {
+        store_pairs(p, reverse(first), reverse(second));
+    }
     static s32v reverse(s32v v) { return _mm_shuffle_epi32(v, 0x1B); }
 
     static s32v add(s32v a, s32v b) { return _mm_add_epi32(a, b); }
