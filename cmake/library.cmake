@@ -21,7 +21,6 @@ add_library(earshot_objects OBJECT
   hrtf/kernels_scalar.cpp
   hrtf/module.cpp
   hrtf/select.cpp
-  hrtf/spectral_product.cpp
   hrtf/table_groups.cpp
   hrtf/tables.S
   kernel/exports.cpp

@@ -34,7 +34,7 @@ template <class V, variant v, form f> struct arithmetic {
         return V::neg_sat(a);
     }
     // Data times twiddle; no other product than that of two -2^31 saturates.
-    static s32v product(s32v a, const typename V::factor &w) {
+    static s32v product(s32v a, s32v w) {
         if constexpr (f == plain) return V::mul_q31_rnd(a, w);
         return V::mul_q31_rnd_sat(a, w);
     }
@@ -54,7 +54,7 @@ template <class Op, class V> void add_sub(complex_lanes<V> &a, complex_lanes<V> 
 // A table entry: W^1 and W^3 turned by -90 degrees, W^2 as it is; conjugated for the inverses.
 template <class V> struct twiddle {
     struct pair {
-        typename V::factor re, im;
+        typename V::s32v re, im;
     };
     pair first, second, third;
 };

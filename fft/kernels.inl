@@ -63,16 +63,19 @@ void complex_transform(const s32 *in, s32 n, const twiddle_rows &twiddles, s32 *
 template <class V, form f>
 void real_forward(const s32 *in, s32 shift, s32 n, const twiddle_rows &twiddles,
                   const split_rows &split, s32 *out) {
-    alignas(64) s32 work[most_values];
+    alignas(64) s32 work[most_values + 1];
     const s32 half = n / 2, writes = __builtin_ctz(static_cast<u32>(half)) / 2;
     const planes last =
         radix4_passes_to<V, forward, f>(planes_in(work, half), in, shift, half, twiddles, writes,
                                         planes_in(out, half), nullptr);
     if (is_odd_power_of_2(half)) {
-        const from_halves<V, f> bins = {last, half / 2};
-        const auto first = from_halves<vec_scalar, f>{last, half / 2}.low(0);
+        work[n] = 0; // is read as the operand of a result that is not used
+        complex_lanes<vec_scalar> first = load_values<vec_scalar>(last, 0);
+        complex_lanes<vec_scalar> middle = load_values<vec_scalar>(last, half / 2);
+        add_sub<arithmetic<vec_scalar, forward, f>>(first, middle);
         part_dc_and_nyquist<f>(first.re, first.im, out, n);
-        split_bins<V, forward, f>(bins, n, split, out);
+        split_bins<V, forward, f>(from_halves<V, f>{last, half / 2}, n, split, out);
+        split_middle_bin<f>(middle, n, split, out);
     } else {
         part_dc_and_nyquist<f>(last.re[0], last.im[0], out, n);
         split_bins<V, forward, f>(from_planes<V>{last}, n, split, out);

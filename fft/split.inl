@@ -34,7 +34,8 @@ template <class V> struct from_planes {
     complex_lanes<V> low(s32 k) const { return load_values<V>(in, k); }
     complex_lanes<V> high_reversed(s32 k) const { return load_reversed<V>(in, k); }
 };
-// What lacks its radix-2 stage.
+// What lacks its radix-2 stage. That of bin 0 in the upper half, bin n/4 of n samples, is not where
+// its neighbours are.
 template <class V, form f> struct from_halves {
     using op = arithmetic<V, forward, f>;
     planes in;
@@ -51,25 +52,40 @@ template <class V, form f> struct from_halves {
     }
 };
 
-// Bins 1 to n/2 - 1, k and n/2 - k together.
-template <class V, variant v, form f, class Load>
-EARSHOT_KERNEL void split_bins(const Load &bins, s32 n, const split_rows &split, s32 *out) {
+// Bins k and n/2 - k, in place.
+template <class V, variant v, form f>
+void split_pair(complex_lanes<V> &low, complex_lanes<V> &high, typename V::s32v sine,
+                typename V::s32v cosine) {
     // The forward transform halves here too.
     using op = arithmetic<V, v == forward ? inverse_scaled : v, f>;
+    add_sub<op>(low, high);
+    const complex_lanes<V> sum = low, difference = high;
+    const auto t1 = op::add_sat(op::product(sum.im, sine), op::product(difference.re, cosine));
+    const auto t2 = op::sub_sat(op::product(difference.re, sine), op::product(sum.im, cosine));
+    low = {op::sub_sat(sum.re, t2), op::sub_sat(difference.im, t1)};
+    high = {op::add_sat(sum.re, t2), op::neg(op::add_sat(difference.im, t1))};
+}
+
+// Bins 1 to n/2 - 1.
+template <class V, variant v, form f, class Load>
+EARSHOT_KERNEL void split_bins(const Load &bins, s32 n, const split_rows &split, s32 *out) {
     for (s32 k = 1; k <= n / 4; k += V::width) {
         const s32 mirrored = n / 2 - k - (V::width - 1);
-        complex_lanes<V> sum = bins.low(k), difference = bins.high_reversed(mirrored);
-        const auto sine = V::factor_of(V::load(split.sine + k - 1));
-        const auto cosine = V::factor_of(V::load(split.cosine + k - 1));
-        add_sub<op>(sum, difference);
-        const auto t1 = op::add_sat(op::product(sum.im, sine), op::product(difference.re, cosine));
-        const auto t2 = op::sub_sat(op::product(difference.re, sine), op::product(sum.im, cosine));
-        const complex_lanes<V> high = {op::add_sat(sum.re, t2),
-                                       op::neg(op::add_sat(difference.im, t1))};
+        complex_lanes<V> low = bins.low(k), high = bins.high_reversed(mirrored);
+        split_pair<V, v, f>(low, high, V::load(split.sine + k - 1), V::load(split.cosine + k - 1));
         // Bin n/4 is its own mirror and is written by both, last by the first of them.
         V::store_pairs_reversed(out + 2 * mirrored, high.re, high.im);
-        store_values<V>(pairs{out}, k, {op::sub_sat(sum.re, t2), op::sub_sat(difference.im, t1)});
+        V::store_pairs(out + 2 * k, low.re, low.im);
     }
+}
+
+// Bin n/4 alone.
+template <form f>
+void split_middle_bin(complex_lanes<vec_scalar> x, s32 n, const split_rows &split, s32 *out) {
+    complex_lanes<vec_scalar> mirrored = x;
+    split_pair<vec_scalar, forward, f>(x, mirrored, split.sine[n / 4 - 1], split.cosine[n / 4 - 1]);
+    out[n / 2] = x.re;
+    out[n / 2 + 1] = x.im;
 }
 
 } // namespace

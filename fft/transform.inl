@@ -63,14 +63,14 @@ template <class V> bool is_short(s32 span) { return span < V::width; }
 template <class V>
 twiddle<V> twiddles_of(const pass_plan &plan, const twiddle_rows &rows, s32 i) {
     if (plan.span == 1)
-        return load_twiddle<V>(rows, i, [](const s32 *p) { return V::factor_of(V::load(p)); });
+        return load_twiddle<V>(rows, i, [](const s32 *p) { return V::load(p); });
     if constexpr (V::width > 4) {
         if (is_short<V>(plan.span))
             return load_twiddle<V>(
-                rows, i, [](const s32 *p) { return V::factor_of_pairs(V::load_groups(p)); });
+                rows, i, [](const s32 *p) { return V::load_groups(p); });
     }
     return load_twiddle<V>(rows, i & -plan.span,
-                           [](const s32 *p) { return V::factor_of_pairs(V::splat(*p)); });
+                           [](const s32 *p) { return V::splat(*p); });
 }
 
 template <class V>

@@ -1,8 +1,8 @@
 // The front end: sources, their filters, and the sum of their filtered spectra.
 #include "fft/real.hpp"
+#include "hrtf/kernels.hpp"
 #include "hrtf/module.hpp"
 #include "hrtf/select.hpp"
-#include "hrtf/spectral_product.hpp"
 #include "kernel/memory.hpp"
 #include "kernel/saturate.hpp"
 
@@ -226,12 +226,25 @@ u32 get(const instance_t *instance, u32 id, void *payload) {
 
 // --- Processing ---------------------------------------------------------------------------------
 
+// Bins 0 and n/2 are real, as are their gains, which share entry 0 of a filter. Their products are
+// truncated and saturate; those of all other bins are rounded and wrap, as all sums do.
+void add_real_bin(s32 *sum, s32 value, s32 gain) {
+    *sum = wrap_add(*sum, ARM_s32_saturate_s64(s64{value} * gain >> filter_q));
+}
+
 void add_source(const state_t *state, const source_t &source, const s32 *input, s32 *spectrum,
                 s32 *const *ears) {
     const s32 n = state->fft_size;
     // The shift is the headroom that keeps the transform from saturating.
     rfft_of_shifted(input, state->input_shift, n, spectrum);
-    add_filtered_spectrum(ears, spectrum, source.filter, n / 2, state->q_format);
+    const s32 dc = spectrum[0], nyquist = spectrum[n];
+    spectrum[0] = 0; // so that the kernel may take bin 0 for any other
+    hrtf_set_at(active_level())
+        .add_filtered(ears, spectrum, {{source.filter[0], source.filter[1]}}, n / 2);
+    for (u32 c = 0; c < 2; ++c) {
+        add_real_bin(ears[c], dc, source.filter[c][0]);
+        add_real_bin(ears[c] + n, nyquist, source.filter[c][1]);
+    }
 }
 
 u32 process(instance_t *instance, u32 bin_count, const hrtf_ear_spectra *spectra, u32 sample_count,

@@ -8,7 +8,9 @@
 
 namespace earshot {
 
-// A filter of each ear: half entries of Q29 gains.
+inline constexpr s32 filter_q = 29; // fraction bits of all filters
+
+// A filter of each ear: as many complex gains as bins.
 struct ear_filters {
     const s32 *ear[2];
 };

@@ -19,13 +19,9 @@ struct vec_avx2 {
         s32v low, high;
     };
 
-    // The 32 x 32-bit multiply takes every other lane, so sums are kept that way, and factors
-    // together with a copy that has the odd lanes in the place of the even ones.
+    // The 32 x 32-bit multiply takes every other lane, so sums are kept that way.
     struct s64v {
         __m256i even, odd;
-    };
-    struct factor {
-        s32v even, odd;
     };
 
     static s32v load(const s32 *p) {
@@ -118,14 +114,12 @@ struct vec_avx2 {
         const s32v sum = half_add(a, b);
         return {sum, sub(sum, b)};
     }
-    static factor factor_of(s32v v) { return {v, odd_of(v)}; }
-    static factor factor_of_pairs(s32v v) { return {v, v}; }
-    static s32v mul_q31_rnd(s32v a, const factor &b) {
+    static s32v mul_q31_rnd(s32v a, s32v b) {
         const s64v p = product(a, b);
         const __m256i half_unit = _mm256_set1_epi64x(s64{1} << 30);
         return bits_from_31(_mm256_add_epi64(p.even, half_unit), _mm256_add_epi64(p.odd, half_unit));
     }
-    static s32v mul_q31_rnd_sat(s32v a, const factor &b) {
+    static s32v mul_q31_rnd_sat(s32v a, s32v b) {
         const s32v q = mul_q31_rnd(a, b);
         // No other product gives -2^31 than the one that should give 2^31.
         return add(q, _mm256_cmpeq_epi32(q, splat(INT32_MIN)));
@@ -203,10 +197,9 @@ struct vec_avx2 {
         return take_odd(_mm256_srli_epi64(_mm256_add_epi64(re, half_unit), 29),
                         _mm256_slli_epi64(_mm256_add_epi64(im, half_unit), 3));
     }
-    static s64v product(s32v a, const factor &b) {
-        return {_mm256_mul_epi32(a, b.even), _mm256_mul_epi32(odd_of(a), b.odd)};
+    static s64v product(s32v a, s32v b) {
+        return {_mm256_mul_epi32(a, b), _mm256_mul_epi32(odd_of(a), odd_of(b))};
     }
-    static s64v product(s32v a, s32v b) { return product(a, factor_of(b)); }
     static __m256i add_biased_term(__m256i sum, __m256i p) {
         const __m256i biased = _mm256_add_epi64(p, _mm256_set1_epi64x(s64{1} << 62));
         return _mm256_add_epi64(sum, _mm256_srli_epi64(biased, 31));

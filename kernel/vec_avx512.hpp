@@ -29,13 +29,9 @@ struct vec_avx512 {
         s32v low, high;
     };
 
-    // The 32 x 32-bit multiply takes every other lane, so sums are kept that way, and factors
-    // together with a copy that has the odd lanes in the place of the even ones.
+    // The 32 x 32-bit multiply takes every other lane, so sums are kept that way.
     struct s64v {
         __m512i even, odd;
-    };
-    struct factor {
-        s32v even, odd;
     };
 
     static s32v load(const s32 *p) { return _mm512_loadu_si512(p); }
@@ -140,15 +136,13 @@ struct vec_avx512 {
         const s32v sum = half_add(a, b);
         return {sum, sub(sum, b)};
     }
-    static factor factor_of(s32v v) { return {v, odd_of(v)}; }
-    static factor factor_of_pairs(s32v v) { return {v, v}; }
-    static s32v mul_q31_rnd(s32v a, const factor &b) {
+    static s32v mul_q31_rnd(s32v a, s32v b) {
         const s64v p = product(a, b);
         const __m512i half_unit = _mm512_set1_epi64(s64{1} << 30);
         return bits_from<31>(_mm512_add_epi64(p.even, half_unit),
                              _mm512_add_epi64(p.odd, half_unit));
     }
-    static s32v mul_q31_rnd_sat(s32v a, const factor &b) {
+    static s32v mul_q31_rnd_sat(s32v a, s32v b) {
         const s32v q = mul_q31_rnd(a, b);
         // No other product gives -2^31 than the one that should give 2^31.
         return _mm512_mask_mov_epi32(q, _mm512_cmpeq_epi32_mask(q, splat(INT32_MIN)),
@@ -201,10 +195,9 @@ struct vec_avx512 {
         return _mm512_mask_xor_epi32(v, mask, _mm512_srai_epi32(a, 31), splat(INT32_MAX));
     }
     static s32v odd_of(s32v v) { return _mm512_shuffle_epi32(v, _MM_PERM_DDBB); }
-    static s64v product(s32v a, const factor &b) {
-        return {_mm512_mul_epi32(a, b.even), _mm512_mul_epi32(odd_of(a), b.odd)};
+    static s64v product(s32v a, s32v b) {
+        return {_mm512_mul_epi32(a, b), _mm512_mul_epi32(odd_of(a), odd_of(b))};
     }
-    static s64v product(s32v a, s32v b) { return product(a, factor_of(b)); }
     // The 32 bits from bit n of every 64.
     template <int n> static s32v bits_from(__m512i even, __m512i odd) {
         constexpr s64 bytes = n | (n + 8) << 8 | (n + 16) << 16 | s64{n + 24} << 24;

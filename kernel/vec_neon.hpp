@@ -12,7 +12,6 @@ namespace {
 struct vec_neon {
     static constexpr s32 width = 4;
     using s32v = int32x4_t;
-    using factor = s32v;
     struct pair {
         s32v first, second;
     };
@@ -62,8 +61,6 @@ struct vec_neon {
     static s32v sub_sat(s32v a, s32v b) { return vqsubq_s32(a, b); }
     static s32v neg_sat(s32v a) { return vqnegq_s32(a); }
     static pair half_add_sub(s32v a, s32v b) { return {vhaddq_s32(a, b), vhsubq_s32(a, b)}; }
-    static factor factor_of(s32v v) { return v; }
-    static factor factor_of_pairs(s32v v) { return v; }
     static s32v mul_q31_rnd(s32v a, s32v b) { return vqrdmulhq_s32(a, b); }
     static s32v mul_q31_rnd_sat(s32v a, s32v b) { return vqrdmulhq_s32(a, b); }
 

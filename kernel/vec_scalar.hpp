@@ -23,10 +23,7 @@
 //     shift_right            arithmetic, by 0 to 31
 //     shift_left_sat         saturating, by 0 to 31
 //     mul_q31                low 32 bits of a x b >> 31
-//     factor                 width lanes of s32, prepared for products
-//     factor_of,             of any lanes, or where lanes 0 and 1, 2 and 3 ... are the same
-//     factor_of_pairs
-//     mul_q31_rnd            a x b / 2^31 rounded half up, b a factor, where a is not -2^31
+//     mul_q31_rnd            a x b / 2^31 rounded half up, where a is not -2^31
 //     mul_q31_rnd_sat        the same for any a; -2^31 squared saturates
 //     either, differing      the bits of a or b, and those that only one of them has
 //     sum_of<n>              start of a sum of n terms
@@ -56,7 +53,6 @@ struct vec_scalar {
     static constexpr s32 width = 1;
     using s32v = s32;
     using s64v = s64;
-    using factor = s32v;
     struct pair {
         s32v first, second;
     };
@@ -111,8 +107,6 @@ struct vec_scalar {
     static s32v mul_q31_rnd_sat(s32v a, s32v b) {
         return narrow_sat((s64{a} * b + 0x40000000) >> 31);
     }
-    static factor factor_of(s32v v) { return v; }
-    static factor factor_of_pairs(s32v v) { return v; }
     static s32v mul_q31_rnd(s32v a, s32v b) {
         return static_cast<s32>((s64{a} * b + 0x40000000) >> 31);
     }

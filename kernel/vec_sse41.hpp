@@ -19,13 +19,9 @@ struct vec_sse41 {
         s32v low, high;
     };
 
-    // The 32 x 32-bit multiply takes every other lane, so sums are kept that way, and factors
-    // together with a copy that has the odd lanes in the place of the even ones.
+    // The 32 x 32-bit multiply takes every other lane, so sums are kept that way.
     struct s64v {
         __m128i even, odd;
-    };
-    struct factor {
-        s32v even, odd;
     };
 
     static s32v load(const s32 *p) { return _mm_loadu_si128(reinterpret_cast<const __m128i *>(p)); }
@@ -97,14 +93,12 @@ struct vec_sse41 {
         const s32v sum = half_add(a, b);
         return {sum, sub(sum, b)};
     }
-    static factor factor_of(s32v v) { return {v, odd_of(v)}; }
-    static factor factor_of_pairs(s32v v) { return {v, v}; }
-    static s32v mul_q31_rnd(s32v a, const factor &b) {
+    static s32v mul_q31_rnd(s32v a, s32v b) {
         const s64v p = product(a, b);
         const __m128i half_unit = _mm_set1_epi64x(s64{1} << 30);
         return bits_from_31(_mm_add_epi64(p.even, half_unit), _mm_add_epi64(p.odd, half_unit));
     }
-    static s32v mul_q31_rnd_sat(s32v a, const factor &b) {
+    static s32v mul_q31_rnd_sat(s32v a, s32v b) {
         const s32v q = mul_q31_rnd(a, b);
         // No other product gives -2^31 than the one that should give 2^31.
         return add(q, _mm_cmpeq_epi32(q, splat(INT32_MIN)));
@@ -151,10 +145,9 @@ struct vec_sse41 {
     }
     static s32v bound_of(s32v a) { return _mm_xor_si128(_mm_srai_epi32(a, 31), splat(INT32_MAX)); }
     static s32v odd_of(s32v v) { return _mm_shuffle_epi32(v, 0xF5); }
-    static s64v product(s32v a, const factor &b) {
-        return {_mm_mul_epi32(a, b.even), _mm_mul_epi32(odd_of(a), b.odd)};
+    static s64v product(s32v a, s32v b) {
+        return {_mm_mul_epi32(a, b), _mm_mul_epi32(odd_of(a), odd_of(b))};
     }
-    static s64v product(s32v a, s32v b) { return product(a, factor_of(b)); }
     static __m128i add_biased_term(__m128i sum, __m128i p) {
         const __m128i biased = _mm_add_epi64(p, _mm_set1_epi64x(s64{1} << 62));
         return _mm_add_epi64(sum, _mm_srli_epi64(biased, 31));
