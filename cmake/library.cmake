@@ -50,11 +50,13 @@ set_target_properties(earshot_objects PROPERTIES
 target_link_libraries(earshot_objects PRIVATE $<BUILD_INTERFACE:earshot_options>)
 
 # The vectorised kernels, a file each per instruction set, compiled for its own: the rest of the
-# library runs on any processor of the target.
+# library runs on any processor of the target. Loops over the channels of a matrix want to be
+# unrolled, or its coefficients live in memory; anything more only makes the code longer.
 function(earshot_add_instruction_set name)
   foreach(kernels fft/kernels hoa_effect/mix hrtf/kernels)
     target_sources(earshot_objects PRIVATE ${kernels}_${name}.cpp)
-    set_source_files_properties(${kernels}_${name}.cpp PROPERTIES COMPILE_OPTIONS "${ARGN};-O2")
+    set_source_files_properties(${kernels}_${name}.cpp PROPERTIES COMPILE_OPTIONS
+      "${ARGN};-O2;$<$<CXX_COMPILER_ID:GNU>:-fpeel-loops>")
   endforeach()
 endfunction()
 

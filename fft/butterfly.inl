@@ -17,9 +17,8 @@ template <class V, variant v, form f> struct arithmetic {
         return {V::add(a, b), V::sub(a, b)};
     }
     static pair half_add_sub(s32v a, s32v b) {
-        if constexpr (f == saturating) return V::half_add_sub(a, b);
-        const s32v sum = V::shift_right(V::add(a, b), 1);
-        return {sum, V::sub(sum, b)}; // a - b = a + b - 2 b
+        if constexpr (f == plain) return V::half_add_sub_small(a, b);
+        return V::half_add_sub(a, b);
     }
     static s32v add_sat(s32v a, s32v b) {
         if constexpr (f == plain) return V::add(a, b);
@@ -60,8 +59,7 @@ template <class V> struct twiddle {
 };
 
 // The entry of butterfly i, or of each of those from i on, by what load does to a word's address.
-template <class V, class Load>
-twiddle<V> load_twiddle(const twiddle_rows &rows, s32 i, Load load) {
+template <class V, class Load> twiddle<V> load_twiddle(const twiddle_rows &rows, s32 i, Load load) {
     const s32 *re = rows.re + i, *im = rows.im + i;
     const s32 next = rows.length;
     return {{load(re), load(im)},

@@ -1,5 +1,5 @@
-// The kernels of the transforms, one set per instruction set. fft/complex.cpp and fft/real.cpp choose
-// among them.
+// The kernels of the transforms, one set per instruction set. fft/complex.cpp and fft/real.cpp
+// choose among them.
 #ifndef EARSHOT_FFT_KERNELS_HPP
 #define EARSHOT_FFT_KERNELS_HPP
 
@@ -36,7 +36,8 @@ struct fft_set {
     // n samples, which are shifted right first, to the packed spectrum.
     void (*real_forward[form_count])(const s32 *in, s32 shift, s32 n, const twiddle_rows &twiddles,
                                      const split_rows &split, s32 *out);
-    // Half-length spectrum of n samples to packed spectrum (forward), or back, in place.
+    // Half-length spectrum of n samples to packed spectrum (forward, saturating form only), or back,
+    // in place.
     void (*split[variant_count][form_count])(s32 *spec, s32 n, const split_rows &split);
 };
 

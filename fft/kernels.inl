@@ -10,8 +10,8 @@ constexpr s32 most_values = 1024;
 // Real words, then imaginary ones, n of each.
 planes planes_in(s32 *words, s32 n) { return {words, words + n}; }
 
-// All bits of word(vector type, index) over a number of words; in four chains, or each would wait for
-// the one before.
+// All bits of word(vector type, index) over a number of words; in four chains, or each would wait
+// for the one before.
 template <class V, class Word> u32 all_bits(s32 count, const Word &word) {
     auto a = V::splat(0), b = a, c = a, d = a;
     s32 i = 0, all = 0;
@@ -37,8 +37,8 @@ template <class V> EARSHOT_KERNEL u32 magnitude_bits(const s32 *words, s32 count
 
 template <class V> EARSHOT_KERNEL bool are_same(const s32 *a, const s32 *b, s32 count) {
     return all_bits<V>(count, [=](auto v, s32 i) {
-        return v.differing(v.load(a + i), v.load(b + i));
-    }) == 0;
+               return v.differing(v.load(a + i), v.load(b + i));
+           }) == 0;
 }
 
 // The radix-4 passes by way of two buffers, of which the last one to be written is spare and the
@@ -65,9 +65,8 @@ void real_forward(const s32 *in, s32 shift, s32 n, const twiddle_rows &twiddles,
                   const split_rows &split, s32 *out) {
     alignas(64) s32 work[most_values + 1];
     const s32 half = n / 2, writes = __builtin_ctz(static_cast<u32>(half)) / 2;
-    const planes last =
-        radix4_passes_to<V, forward, f>(planes_in(work, half), in, shift, half, twiddles, writes,
-                                        planes_in(out, half), nullptr);
+    const planes last = radix4_passes_to<V, forward, f>(
+        planes_in(work, half), in, shift, half, twiddles, writes, planes_in(out, half), nullptr);
     if (is_odd_power_of_2(half)) {
         work[n] = 0; // is read as the operand of a result that is not used
         complex_lanes<vec_scalar> first = load_values<vec_scalar>(last, 0);
@@ -100,7 +99,7 @@ constexpr fft_set fft_set_of = {
      {complex_transform<V, inverse_unscaled, saturating>,
       complex_transform<V, inverse_unscaled, plain>}},
     {real_forward<V, saturating>, real_forward<V, plain>},
-    {{split_stage<V, forward, saturating>, split_stage<V, forward, plain>},
+    {{split_stage<V, forward, saturating>, nullptr}, // not part of a transform
      {split_stage<V, inverse_scaled, saturating>, split_stage<V, inverse_scaled, plain>},
      {split_stage<V, inverse_unscaled, saturating>, split_stage<V, inverse_unscaled, plain>}}};
 

@@ -17,8 +17,8 @@ constexpr bool is_real_transform(s32 n, s32 stride) {
     return is_transform_size(n, least_size) && stride >= 1 && stride <= 1024 / n;
 }
 
-// As for the complex transforms; the split stage makes moduli sqrt 2 times as large where it halves,
-// twice that where it does not. The forward transform has it last, where there is room.
+// As for the complex transforms; the split stage makes moduli sqrt 2 times as large where it
+// halves, twice that where it does not. The forward transform has it last, where there is room.
 constexpr s32 headroom_of_real(variant v, s32 n) {
     return headroom_of(v, n / 2) + (v == forward ? 0 : v == inverse_scaled ? 1 : 2);
 }
@@ -52,9 +52,9 @@ template <class In> void transform(const fft_set &set, variant v, In *in, s32 n,
 
 // Apart, because of the stack that copies take. Nothing is known of these twiddles.
 template <class In>
-__attribute__((noinline)) void
-transform_by_copies(const fft_set &set, variant v, In *in, s32 n, const s32 *twiddles,
-                    const s32 *split_twiddles, s32 stride, s32 *out) {
+__attribute__((noinline)) void transform_by_copies(const fft_set &set, variant v, In *in, s32 n,
+                                                   const s32 *twiddles, const s32 *split_twiddles,
+                                                   s32 stride, s32 *out) {
     const twiddle_copy complex(twiddles, n / 2, v != forward);
     const split_copy split(split_twiddles, n, stride, v != forward);
     transform(set, v, saturating, in, n, {complex.rows(), split.rows()}, out);
@@ -85,7 +85,8 @@ void split_stage(variant v, s32 *spec, s32 n, const s32 *split_twiddles, s32 str
 
 void rfft_of_shifted(const s32 *in, s32 shift, s32 n, s32 *out) {
     fft_set_at(active_level(), n / 2)
-        .real_forward[plain](in, shift, n, own_twiddle_rows(n / 2, false), own_split_rows(n, false), out);
+        .real_forward[plain](in, shift, n, own_twiddle_rows(n / 2, false), own_split_rows(n, false),
+                             out);
 }
 
 void rifft_32x32_scaled(s32 *spec, s32 n, s32 *out) {

@@ -1,6 +1,6 @@
 // Complex transforms over the vector layer V, radix-4 decimation in frequency (Cooley and Tukey
-// 1965) in the self-sorting order of Stockham: every pass reads four quarters of a buffer and writes
-// another one, with the results of a butterfly a span apart, so that nothing is ever put in
+// 1965) in the self-sorting order of Stockham: every pass reads four quarters of a buffer and
+// writes another one, with the results of a butterfly a span apart, so that nothing is ever put in
 // bit-reversed order and the last pass leaves the natural one. Between first and last pass real and
 // imaginary words lie apart.
 #include "fft/butterfly.inl"
@@ -60,17 +60,13 @@ template <class V> void shift_right(complex_lanes<V> &x, s32 shift) {
 // Spans shorter than a vector: that of the first stage, and the next one's of wide vectors.
 template <class V> bool is_short(s32 span) { return span < V::width; }
 
-template <class V>
-twiddle<V> twiddles_of(const pass_plan &plan, const twiddle_rows &rows, s32 i) {
-    if (plan.span == 1)
-        return load_twiddle<V>(rows, i, [](const s32 *p) { return V::load(p); });
+template <class V> twiddle<V> twiddles_of(const pass_plan &plan, const twiddle_rows &rows, s32 i) {
+    if (plan.span == 1) return load_twiddle<V>(rows, i, [](const s32 *p) { return V::load(p); });
     if constexpr (V::width > 4) {
         if (is_short<V>(plan.span))
-            return load_twiddle<V>(
-                rows, i, [](const s32 *p) { return V::load_groups(p); });
+            return load_twiddle<V>(rows, i, [](const s32 *p) { return V::load_groups(p); });
     }
-    return load_twiddle<V>(rows, i & -plan.span,
-                           [](const s32 *p) { return V::splat(*p); });
+    return load_twiddle<V>(rows, i & -plan.span, [](const s32 *p) { return V::splat(*p); });
 }
 
 template <class V>

@@ -19,7 +19,8 @@ struct split_rows {
     const s32 *sine, *cosine;
 };
 
-// Of the library's own tables: for complex transforms of 16 to 1024 values, real ones of 32 to 1024.
+// Of the library's own tables: for complex transforms of 16 to 1024 values, real ones of 32 to
+// 1024.
 twiddle_rows own_twiddle_rows(s32 n, bool inverse);
 split_rows own_split_rows(s32 n, bool inverse);
 

@@ -34,8 +34,8 @@ void mix_at_index(const lanes_matrix<V> &m, Sample *const *out, const Sample *co
 
 // Whole vectors from begin on; returns the index of the first sample left over.
 template <class V, class Sample>
-EARSHOT_KERNEL s32 steady_vectors(const mix_matrix &m, Sample *const *out, const Sample *const *in, s32 begin,
-                   s32 end) {
+EARSHOT_KERNEL s32 steady_vectors(const mix_matrix &m, Sample *const *out, const Sample *const *in,
+                                  s32 begin, s32 end) {
     lanes_matrix<V> lanes;
     for (int i = 0; i < mix_channels; ++i)
         for (int k = 0; k < mix_channels; ++k) lanes.c[i][k] = V::splat(m[i][k]);
@@ -44,8 +44,8 @@ EARSHOT_KERNEL s32 steady_vectors(const mix_matrix &m, Sample *const *out, const
 }
 
 template <class V, class Sample>
-EARSHOT_KERNEL s32 ramp_vectors(mix_matrix &m, const mix_matrix &step, Sample *const *out, const Sample *const *in,
-                 s32 begin, s32 end) {
+EARSHOT_KERNEL s32 ramp_vectors(mix_matrix &m, const mix_matrix &step, Sample *const *out,
+                                const Sample *const *in, s32 begin, s32 end) {
     const auto advanced = [&](int i, int k, s32 samples) {
         return static_cast<s32>(static_cast<u32>(m[i][k]) +
                                 static_cast<u32>(samples) * static_cast<u32>(step[i][k]));

@@ -114,10 +114,15 @@ struct vec_avx2 {
         const s32v sum = half_add(a, b);
         return {sum, sub(sum, b)};
     }
+    static pair half_add_sub_small(s32v a, s32v b) {
+        const s32v sum = shift_right(add(a, b), 1);
+        return {sum, sub(sum, b)};
+    }
     static s32v mul_q31_rnd(s32v a, s32v b) {
         const s64v p = product(a, b);
         const __m256i half_unit = _mm256_set1_epi64x(s64{1} << 30);
-        return bits_from_31(_mm256_add_epi64(p.even, half_unit), _mm256_add_epi64(p.odd, half_unit));
+        return bits_from_31(_mm256_add_epi64(p.even, half_unit),
+                            _mm256_add_epi64(p.odd, half_unit));
     }
     static s32v mul_q31_rnd_sat(s32v a, s32v b) {
         const s32v q = mul_q31_rnd(a, b);

@@ -1,5 +1,5 @@
-// AVX-512 form of the vector layer: sixteen lanes. See kernel/vec_scalar.hpp for what each operation
-// is. The byte-wise multishift takes a rounded product out of its 64 bits in one step.
+// AVX-512 form of the vector layer: sixteen lanes. See kernel/vec_scalar.hpp for what each
+// operation is. The byte-wise multishift takes a rounded product out of its 64 bits in one step.
 #ifndef EARSHOT_KERNEL_VEC_AVX512_HPP
 #define EARSHOT_KERNEL_VEC_AVX512_HPP
 
@@ -96,8 +96,7 @@ struct vec_avx512 {
     static void store_pairs_reversed(s32 *p, s32v first, s32v second) {
         const s32v low =
             _mm512_setr_epi32(15, 31, 14, 30, 13, 29, 12, 28, 11, 27, 10, 26, 9, 25, 8, 24);
-        const s32v high =
-            _mm512_setr_epi32(7, 23, 6, 22, 5, 21, 4, 20, 3, 19, 2, 18, 1, 17, 0, 16);
+        const s32v high = _mm512_setr_epi32(7, 23, 6, 22, 5, 21, 4, 20, 3, 19, 2, 18, 1, 17, 0, 16);
         store(p, _mm512_permutex2var_epi32(first, low, second));
         store(p + width, _mm512_permutex2var_epi32(first, high, second));
     }
@@ -109,9 +108,7 @@ struct vec_avx512 {
     static s32v add(s32v a, s32v b) { return _mm512_add_epi32(a, b); }
     static s32v sub(s32v a, s32v b) { return _mm512_sub_epi32(a, b); }
     static s32v neg(s32v a) { return sub(_mm512_setzero_si512(), a); }
-    static s32v shift_right(s32v v, s32 n) {
-        return _mm512_sra_epi32(v, _mm_cvtsi32_si128(n));
-    }
+    static s32v shift_right(s32v v, s32 n) { return _mm512_sra_epi32(v, _mm_cvtsi32_si128(n)); }
     static s32v shift_left_sat(s32v v, s32 n) {
         const s32v shifted = _mm512_sll_epi32(v, _mm_cvtsi32_si128(n));
         return saturate_where(_mm512_cmpneq_epi32_mask(shift_right(shifted, n), v), shifted, v);
@@ -119,13 +116,13 @@ struct vec_avx512 {
     static s32v add_sat(s32v a, s32v b) {
         const s32v sum = add(a, b);
         // Overflowed: both operands differ from the sum in sign.
-        return saturate_where(
-            _mm512_movepi32_mask(_mm512_ternarylogic_epi32(a, b, sum, 0x42)), sum, a);
+        return saturate_where(_mm512_movepi32_mask(_mm512_ternarylogic_epi32(a, b, sum, 0x42)), sum,
+                              a);
     }
     static s32v sub_sat(s32v a, s32v b) {
         const s32v difference = sub(a, b);
-        return saturate_where(_mm512_movepi32_mask(_mm512_ternarylogic_epi32(a, b, difference, 0x18)),
-                              difference, a);
+        return saturate_where(
+            _mm512_movepi32_mask(_mm512_ternarylogic_epi32(a, b, difference, 0x18)), difference, a);
     }
     static s32v neg_sat(s32v a) { return neg(_mm512_max_epi32(a, splat(-INT32_MAX))); }
     static s32v half_add(s32v a, s32v b) {
@@ -134,6 +131,10 @@ struct vec_avx512 {
     // a - b = a + b - 2 b
     static pair half_add_sub(s32v a, s32v b) {
         const s32v sum = half_add(a, b);
+        return {sum, sub(sum, b)};
+    }
+    static pair half_add_sub_small(s32v a, s32v b) {
+        const s32v sum = shift_right(add(a, b), 1);
         return {sum, sub(sum, b)};
     }
     static s32v mul_q31_rnd(s32v a, s32v b) {

@@ -61,13 +61,11 @@ struct vec_neon {
     static s32v sub_sat(s32v a, s32v b) { return vqsubq_s32(a, b); }
     static s32v neg_sat(s32v a) { return vqnegq_s32(a); }
     static pair half_add_sub(s32v a, s32v b) { return {vhaddq_s32(a, b), vhsubq_s32(a, b)}; }
+    static pair half_add_sub_small(s32v a, s32v b) { return half_add_sub(a, b); }
     static s32v mul_q31_rnd(s32v a, s32v b) { return vqrdmulhq_s32(a, b); }
     static s32v mul_q31_rnd_sat(s32v a, s32v b) { return vqrdmulhq_s32(a, b); }
 
-    static s32v mul_q31(s32v a, s32v b) {
-        return vcombine_s32(vshrn_n_s64(low_product(a, b), 31),
-                            vshrn_n_s64(high_product(a, b), 31));
-    }
+    static s32v mul_q31(s32v a, s32v b) { return vqdmulhq_s32(a, b); }
     template <int n> static s64v sum_of() { return {vdupq_n_s64(0), vdupq_n_s64(0)}; }
     static s64v mac_q31(s64v sum, s32v a, s32v b) {
         return {vsraq_n_s64(sum.low, low_product(a, b), 31),
@@ -88,14 +86,10 @@ struct vec_neon {
     static bins filter(bins x, bins gain) {
         const auto low = [](s32v v) { return vget_low_s32(v); };
         const auto high = [](s32v v) { return vget_high_s32(v); };
-        const int64x2_t re_low =
-            vmlsl_s32(low_product(x.re, gain.re), low(x.im), low(gain.im));
-        const int64x2_t re_high =
-            vmlsl_s32(high_product(x.re, gain.re), high(x.im), high(gain.im));
-        const int64x2_t im_low =
-            vmlal_s32(low_product(x.re, gain.im), low(x.im), low(gain.re));
-        const int64x2_t im_high =
-            vmlal_s32(high_product(x.re, gain.im), high(x.im), high(gain.re));
+        const int64x2_t re_low = vmlsl_s32(low_product(x.re, gain.re), low(x.im), low(gain.im));
+        const int64x2_t re_high = vmlsl_s32(high_product(x.re, gain.re), high(x.im), high(gain.im));
+        const int64x2_t im_low = vmlal_s32(low_product(x.re, gain.im), low(x.im), low(gain.re));
+        const int64x2_t im_high = vmlal_s32(high_product(x.re, gain.im), high(x.im), high(gain.re));
         return {vcombine_s32(vrshrn_n_s64(re_low, 29), vrshrn_n_s64(re_high, 29)),
                 vcombine_s32(vrshrn_n_s64(im_low, 29), vrshrn_n_s64(im_high, 29))};
     }

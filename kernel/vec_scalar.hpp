@@ -20,9 +20,10 @@
 //     add_sat, sub_sat,      saturating
 //     neg_sat
 //     half_add_sub           the pair of (a + b) >> 1 and (a - b) >> 1 without overflow
+//     half_add_sub_small     the same where a + b and a - b do not overflow
 //     shift_right            arithmetic, by 0 to 31
 //     shift_left_sat         saturating, by 0 to 31
-//     mul_q31                low 32 bits of a x b >> 31
+//     mul_q31                a x b >> 31, where not both are -2^31
 //     mul_q31_rnd            a x b / 2^31 rounded half up, where a is not -2^31
 //     mul_q31_rnd_sat        the same for any a; -2^31 squared saturates
 //     either, differing      the bits of a or b, and those that only one of them has
@@ -103,6 +104,10 @@ struct vec_scalar {
     static s32v neg_sat(s32v a) { return narrow_sat(-s64{a}); }
     static pair half_add_sub(s32v a, s32v b) {
         return {static_cast<s32>((s64{a} + b) >> 1), static_cast<s32>((s64{a} - b) >> 1)};
+    }
+    static pair half_add_sub_small(s32v a, s32v b) {
+        const s32v sum = shift_right(add(a, b), 1);
+        return {sum, sub(sum, b)};
     }
     static s32v mul_q31_rnd_sat(s32v a, s32v b) {
         return narrow_sat((s64{a} * b + 0x40000000) >> 31);

@@ -1,4 +1,5 @@
-// SSE4.1 form of the vector layer: four lanes. See kernel/vec_scalar.hpp for what each operation is.
+// SSE4.1 form of the vector layer: four lanes. See kernel/vec_scalar.hpp for what each operation
+// is.
 #ifndef EARSHOT_KERNEL_VEC_SSE41_HPP
 #define EARSHOT_KERNEL_VEC_SSE41_HPP
 
@@ -91,6 +92,10 @@ struct vec_sse41 {
     // a - b = a + b - 2 b
     static pair half_add_sub(s32v a, s32v b) {
         const s32v sum = half_add(a, b);
+        return {sum, sub(sum, b)};
+    }
+    static pair half_add_sub_small(s32v a, s32v b) {
+        const s32v sum = shift_right(add(a, b), 1);
         return {sum, sub(sum, b)};
     }
     static s32v mul_q31_rnd(s32v a, s32v b) {

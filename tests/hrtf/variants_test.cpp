@@ -91,9 +91,9 @@ void check_filters(const hrtf_set &kernels, operand_source &draw, bool extreme, 
     for (s32 ear : {0, 1}) {
         s32 *sum = &expected[same_ear ? 0 : static_cast<u32>(ear * (2 * half + 1))];
         for (s32 i = 0; i < 2 * half; ++i)
-            sum[i] = wrap(sum[i] + filtered(&x[static_cast<u32>(i & ~1)],
-                                            &gains[static_cast<u32>(ear * 2 * half + (i & ~1))],
-                                            i & 1));
+            sum[i] =
+                wrap(sum[i] + filtered(&x[static_cast<u32>(i & ~1)],
+                                       &gains[static_cast<u32>(ear * 2 * half + (i & ~1))], i & 1));
     }
     s32 *const ears[] = {&actual[0], &actual[same_ear ? 0 : 2 * half + 1]};
     kernels.add_filtered(ears, x.data(), {{gains.data(), gains.data() + 2 * half}}, half);
