@@ -36,8 +36,8 @@ struct fft_set {
     // n samples, which are shifted right first, to the packed spectrum.
     void (*real_forward[form_count])(const s32 *in, s32 shift, s32 n, const twiddle_rows &twiddles,
                                      const split_rows &split, s32 *out);
-    // Half-length spectrum of n samples to packed spectrum (forward, saturating form only), or back,
-    // in place.
+    // Half-length spectrum of n samples to packed spectrum (forward, only saturating), or back, in
+    // place.
     void (*split[variant_count][form_count])(s32 *spec, s32 n, const split_rows &split);
 };
 

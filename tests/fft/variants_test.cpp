@@ -28,9 +28,9 @@ words loudest(operand_source &draw, u32 count, s32 border, int sort) {
         const number wave = i % 2 ? std::sin(angle) : std::cos(angle);
         const s32 any = static_cast<s32>(draw.below(u64{1} << 32)) >> (31 - border);
         const s64 extreme = wave < 0 ? low : high;
-        result[i] = static_cast<s32>(sort % 4 == 3                ? any
-                                     : draw.below(sort * 100 + 2) ? extreme
-                                                                  : any);
+        result[i] = static_cast<s32>(sort % 4 == 3                     ? any
+                                     : draw.below(u64(sort) * 100 + 2) ? extreme
+                                                                       : any);
     }
     return result;
 }
