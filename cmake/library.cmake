@@ -7,7 +7,11 @@ add_library(earshot_objects OBJECT
   fft/real.cpp
   fft/stages.cpp
   fft/tables.cpp
+  fft/transform16.cpp
   fft/twiddle_rows.cpp
+  filters/all_pass.cpp
+  filters/biquad.cpp
+  filters/dc_block.cpp
   hoa_effect/layout.cpp
   hoa_effect/matrices.cpp
   hoa_effect/mix.cpp
@@ -28,8 +32,15 @@ add_library(earshot_objects OBJECT
   kernel/memory.cpp
   kernel/overflow_flag.cpp
   math/division.cpp
+  math/power.cpp
   math/tables.cpp
-  math/trigonometry.cpp)
+  math/trigonometry.cpp
+  profiler/profiler.cpp
+  spatial/gain.cpp
+  spatial/gain_scalar.cpp
+  spatial/geometry.cpp
+  spatial/panner.cpp
+  spatial/rolloff.cpp)
 
 # The assembler takes the binary tables in; it must look for them from the root of the sources.
 set_source_files_properties(hrtf/tables.S PROPERTIES OBJECT_DEPENDS
@@ -53,7 +64,7 @@ target_link_libraries(earshot_objects PRIVATE $<BUILD_INTERFACE:earshot_options>
 # library runs on any processor of the target. Loops over the channels of a matrix want to be
 # unrolled, or its coefficients live in memory; anything more only makes the code longer.
 function(earshot_add_instruction_set name)
-  foreach(kernels fft/kernels hoa_effect/mix hrtf/kernels)
+  foreach(kernels fft/kernels hoa_effect/mix hrtf/kernels spatial/gain)
     target_sources(earshot_objects PRIVATE ${kernels}_${name}.cpp)
     set_source_files_properties(${kernels}_${name}.cpp PROPERTIES COMPILE_OPTIONS
       "${ARGN};-O2;$<$<CXX_COMPILER_ID:GNU>:-fpeel-loops>")

@@ -31,7 +31,7 @@ template <class V, class Word> u32 all_bits(s32 count, const Word &word) {
 template <class V> EARSHOT_KERNEL u32 magnitude_bits(const s32 *words, s32 count) {
     return all_bits<V>(count, [=](auto v, s32 i) {
         const auto word = v.load(words + i);
-        return v.differing(word, v.shift_right(word, 31));
+        return v.differing(word, decltype(v)::template shift_right<31>(word));
     });
 }
 

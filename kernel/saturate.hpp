@@ -26,6 +26,9 @@ constexpr s32 wrap_sub(s32 a, s32 b) {
 constexpr s64 wrap_add(s64 a, s64 b) {
     return static_cast<s64>(static_cast<u64>(a) + static_cast<u64>(b));
 }
+constexpr s64 wrap_sub(s64 a, s64 b) {
+    return static_cast<s64>(static_cast<u64>(a) - static_cast<u64>(b));
+}
 
 constexpr s16 ARM_s16_saturate_s32(s32 a) {
     return a > s16_max ? s16_max : a < s16_min ? s16_min : static_cast<s16>(a);

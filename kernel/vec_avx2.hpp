@@ -86,6 +86,7 @@ struct vec_avx2 {
     }
     static s32v neg(s32v a) { return sub(_mm256_setzero_si256(), a); }
     static s32v shift_right(s32v v, s32 n) { return _mm256_sra_epi32(v, _mm_cvtsi32_si128(n)); }
+    template <int n> static s32v shift_right(s32v v) { return _mm256_srai_epi32(v, n); }
     static s32v shift_left_sat(s32v v, s32 n) {
         const s32v shifted = _mm256_sll_epi32(v, _mm_cvtsi32_si128(n));
         const s32v fits = _mm256_cmpeq_epi32(shift_right(shifted, n), v);
@@ -115,8 +116,15 @@ struct vec_avx2 {
         return {sum, sub(sum, b)};
     }
     static pair half_add_sub_small(s32v a, s32v b) {
-        const s32v sum = shift_right(add(a, b), 1);
+        const s32v sum = shift_right<1>(add(a, b));
         return {sum, sub(sum, b)};
+    }
+    static s32v mul_low(s32v a, s32v b) { return _mm256_mullo_epi32(a, b); }
+    static s32v mul_q15_rnd(s32v a, s32v b) {
+        const s64v p = product(a, b);
+        const __m256i half_unit = _mm256_set1_epi64x(s64{1} << 14);
+        return take_odd(_mm256_srli_epi64(_mm256_add_epi64(p.even, half_unit), 15),
+                        _mm256_slli_epi64(_mm256_add_epi64(p.odd, half_unit), 17));
     }
     static s32v mul_q31_rnd(s32v a, s32v b) {
         const s64v p = product(a, b);

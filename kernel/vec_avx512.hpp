@@ -109,6 +109,7 @@ struct vec_avx512 {
     static s32v sub(s32v a, s32v b) { return _mm512_sub_epi32(a, b); }
     static s32v neg(s32v a) { return sub(_mm512_setzero_si512(), a); }
     static s32v shift_right(s32v v, s32 n) { return _mm512_sra_epi32(v, _mm_cvtsi32_si128(n)); }
+    template <int n> static s32v shift_right(s32v v) { return _mm512_srai_epi32(v, n); }
     static s32v shift_left_sat(s32v v, s32 n) {
         const s32v shifted = _mm512_sll_epi32(v, _mm_cvtsi32_si128(n));
         return saturate_where(_mm512_cmpneq_epi32_mask(shift_right(shifted, n), v), shifted, v);
@@ -134,8 +135,15 @@ struct vec_avx512 {
         return {sum, sub(sum, b)};
     }
     static pair half_add_sub_small(s32v a, s32v b) {
-        const s32v sum = shift_right(add(a, b), 1);
+        const s32v sum = shift_right<1>(add(a, b));
         return {sum, sub(sum, b)};
+    }
+    static s32v mul_low(s32v a, s32v b) { return _mm512_mullo_epi32(a, b); }
+    static s32v mul_q15_rnd(s32v a, s32v b) {
+        const s64v p = product(a, b);
+        const __m512i half_unit = _mm512_set1_epi64(s64{1} << 14);
+        return bits_from<15>(_mm512_add_epi64(p.even, half_unit),
+                             _mm512_add_epi64(p.odd, half_unit));
     }
     static s32v mul_q31_rnd(s32v a, s32v b) {
         const s64v p = product(a, b);

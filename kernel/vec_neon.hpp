@@ -56,12 +56,18 @@ struct vec_neon {
     }
     static s32v neg(s32v a) { return vnegq_s32(a); }
     static s32v shift_right(s32v v, s32 n) { return vshlq_s32(v, vdupq_n_s32(-n)); }
+    template <int n> static s32v shift_right(s32v v) { return vshrq_n_s32(v, n); }
     static s32v shift_left_sat(s32v v, s32 n) { return vqshlq_s32(v, vdupq_n_s32(n)); }
     static s32v add_sat(s32v a, s32v b) { return vqaddq_s32(a, b); }
     static s32v sub_sat(s32v a, s32v b) { return vqsubq_s32(a, b); }
     static s32v neg_sat(s32v a) { return vqnegq_s32(a); }
     static pair half_add_sub(s32v a, s32v b) { return {vhaddq_s32(a, b), vhsubq_s32(a, b)}; }
     static pair half_add_sub_small(s32v a, s32v b) { return half_add_sub(a, b); }
+    static s32v mul_low(s32v a, s32v b) { return vmulq_s32(a, b); }
+    static s32v mul_q15_rnd(s32v a, s32v b) {
+        return vcombine_s32(vrshrn_n_s64(low_product(a, b), 15),
+                            vrshrn_n_s64(high_product(a, b), 15));
+    }
     static s32v mul_q31_rnd(s32v a, s32v b) { return vqrdmulhq_s32(a, b); }
     static s32v mul_q31_rnd_sat(s32v a, s32v b) { return vqrdmulhq_s32(a, b); }
 

@@ -21,8 +21,11 @@
 //     neg_sat
 //     half_add_sub           the pair of (a + b) >> 1 and (a - b) >> 1 without overflow
 //     half_add_sub_small     the same where a + b and a - b do not overflow
-//     shift_right            arithmetic, by 0 to 31
+//     shift_right, also      arithmetic, by 0 to 31
+//     shift_right<n>
 //     shift_left_sat         saturating, by 0 to 31
+//     mul_low                low 32 bits of a x b
+//     mul_q15_rnd            low 32 bits of (a x b + 2^14) >> 15, b of 16 bits
 //     mul_q31                a x b >> 31, where not both are -2^31
 //     mul_q31_rnd            a x b / 2^31 rounded half up, where a is not -2^31
 //     mul_q31_rnd_sat        the same for any a; -2^31 squared saturates
@@ -94,6 +97,7 @@ struct vec_scalar {
     static s32v reverse(s32v v) { return v; }
     static s32v neg(s32v a) { return sub(0, a); }
     static s32v shift_right(s32v v, s32 n) { return v >> n; }
+    template <int n> static s32v shift_right(s32v v) { return v >> n; }
     static s32v shift_left_sat(s32v v, s32 n) {
         return narrow_sat(static_cast<s64>(static_cast<u64>(v) << n));
     }
@@ -106,11 +110,17 @@ struct vec_scalar {
         return {static_cast<s32>((s64{a} + b) >> 1), static_cast<s32>((s64{a} - b) >> 1)};
     }
     static pair half_add_sub_small(s32v a, s32v b) {
-        const s32v sum = shift_right(add(a, b), 1);
+        const s32v sum = shift_right<1>(add(a, b));
         return {sum, sub(sum, b)};
     }
     static s32v mul_q31_rnd_sat(s32v a, s32v b) {
         return narrow_sat((s64{a} * b + 0x40000000) >> 31);
+    }
+    static s32v mul_low(s32v a, s32v b) {
+        return static_cast<s32>(static_cast<u32>(a) * static_cast<u32>(b));
+    }
+    static s32v mul_q15_rnd(s32v a, s32v b) {
+        return static_cast<s32>((s64{a} * b + 0x4000) >> 15);
     }
     static s32v mul_q31_rnd(s32v a, s32v b) {
         return static_cast<s32>((s64{a} * b + 0x40000000) >> 31);

@@ -70,6 +70,7 @@ struct vec_sse41 {
     static s32v sub(s32v a, s32v b) { return _mm_sub_epi32(a, b); }
     static s32v neg(s32v a) { return sub(_mm_setzero_si128(), a); }
     static s32v shift_right(s32v v, s32 n) { return _mm_sra_epi32(v, _mm_cvtsi32_si128(n)); }
+    template <int n> static s32v shift_right(s32v v) { return _mm_srai_epi32(v, n); }
     static s32v shift_left_sat(s32v v, s32 n) {
         const s32v shifted = _mm_sll_epi32(v, _mm_cvtsi32_si128(n));
         const s32v fits = _mm_cmpeq_epi32(shift_right(shifted, n), v);
@@ -95,8 +96,15 @@ struct vec_sse41 {
         return {sum, sub(sum, b)};
     }
     static pair half_add_sub_small(s32v a, s32v b) {
-        const s32v sum = shift_right(add(a, b), 1);
+        const s32v sum = shift_right<1>(add(a, b));
         return {sum, sub(sum, b)};
+    }
+    static s32v mul_low(s32v a, s32v b) { return _mm_mullo_epi32(a, b); }
+    static s32v mul_q15_rnd(s32v a, s32v b) {
+        const s64v p = product(a, b);
+        const __m128i half_unit = _mm_set1_epi64x(s64{1} << 14);
+        return take_odd(_mm_srli_epi64(_mm_add_epi64(p.even, half_unit), 15),
+                        _mm_slli_epi64(_mm_add_epi64(p.odd, half_unit), 17));
     }
     static s32v mul_q31_rnd(s32v a, s32v b) {
         const s64v p = product(a, b);

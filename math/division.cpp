@@ -2,6 +2,7 @@
 #include "math/division.hpp"
 
 #include "kernel/scalar.hpp"
+#include "math/pair.hpp"
 
 #include <algorithm>
 
@@ -69,10 +70,6 @@ s32 approximate_reciprocal(s32 x) {
     const s64 fraction = (x >> 11) & 0xFFFF;
     const s64 slope = s64{invTable[k + 1]} - invTable[k];
     return low_s32(invTable[k] * s64{65536} + slope * fraction);
-}
-
-constexpr s64 pair(s32 low, s32 high) {
-    return static_cast<s64>(u64{static_cast<u32>(high)} << 32 | static_cast<u32>(low));
 }
 
 constexpr s64 no_reciprocal = pair(-1, -1);

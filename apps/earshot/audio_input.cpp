@@ -189,6 +189,12 @@ std::size_t audio_input::read(s32 *interleaved, std::size_t frames) {
     return got;
 }
 
+void audio_input::rewind() {
+    if (sf_seek(file_, 0, SEEK_SET) != 0)
+        throw processing_error(name_, "cannot be read again: " + library_cause(file_));
+    position_ = 0;
+}
+
 // Full scale is 2^31. A sample of exactly +1.0 becomes the largest integer, one unit less, and does
 // not count as clipped: files normalised to 1.0 are full of them.
 std::size_t audio_input::read_floating(s32 *interleaved, std::size_t frames) {

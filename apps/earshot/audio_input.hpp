@@ -7,7 +7,8 @@
 #include <sndfile.h>
 #include <sys/types.h>
 
-#include "frame_source.hpp"
+#include "scene/looping_source.hpp"
+#include "scene_library.hpp"
 
 namespace earshot_tool {
 
@@ -19,7 +20,7 @@ struct file_identity {
     bool operator==(const file_identity &) const = default;
 };
 
-class audio_input : public frame_source {
+class audio_input : public rewindable_source {
   public:
     // Opens a file, or standard input for "-". Throws processing_error for what is not audio, is
     // known to be truncated, or has a sample rate that no recording has.
@@ -32,11 +33,12 @@ class audio_input : public frame_source {
     int rate() const override { return info_.samplerate; }
     std::optional<s64> frames() const override;
     std::size_t read(s32 *interleaved, std::size_t frames) override;
+    void rewind() override; // of a file that is seekable
 
     const std::string &name() const { return name_; }
     file_identity identity() const { return identity_; }
     bool is_seekable() const { return seekable_; } // and so can be read once more
-    s64 position() const { return position_; }     // frames read so far
+    s64 position() const { return position_; }     // frames read since the beginning
     int width() const;                             // bits of a sample; 8-bit formats count as 16
     bool is_float() const;                   // floating point, or a lossy format that decodes so
     u64 clipped() const { return clipped_; } // floating-point samples beyond full scale

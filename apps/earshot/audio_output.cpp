@@ -3,7 +3,7 @@
 #include <cstdio>
 
 #include "console.hpp"
-#include "fixed_point.hpp"
+#include "scene_library.hpp"
 
 namespace earshot_tool {
 

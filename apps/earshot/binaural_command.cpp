@@ -1,6 +1,8 @@
 #include "binaural_command.hpp"
 
 #include <cmath>
+#include <map>
+#include <set>
 
 #include "commands.hpp"
 #include "error.hpp"
@@ -31,11 +33,12 @@ template <class Sink> void drain(binaural_stream &stream, const console &out, Si
 }
 
 void describe(const rendering &work, const binaural_options &options, const console &out) {
-    for (const auto &input : work.inputs) input->describe(out);
+    describe_inputs(work, out);
+    const binaural_engine &engine = work.stream->engine();
     const auto bits = [](int count) { return counted(static_cast<u64>(count), "bit"); };
-    out.detail("rendering " + counted(work.engine->sources(), "source") + " in frames of " +
-               std::to_string(work.engine->frame_length()) + " with a guard of " +
-               bits(work.engine->guard()) + ", writing " + bits(options.output.bits));
+    out.detail("rendering " + counted(engine.sources(), "source") + " in frames of " +
+               std::to_string(engine.frame_length()) + " with a guard of " + bits(engine.guard()) +
+               ", writing " + bits(options.output.bits));
 }
 
 void require_second_reading(const rendering &work) {
@@ -58,11 +61,29 @@ output_level level_reaching_full_scale(rendering &work, const binaural_options &
 
 void report_unsafe_frames(const rendering &work, const std::string &name, const console &out) {
     const u64 frames = work.stream->unsafe_frames();
-    const int safe = work.engine->safe_guard();
     if (frames != 0)
         out.note(name + ": sums could have wrapped in " + counted(frames, "frame") + " of " +
-                 std::to_string(work.engine->frame_length()) + " samples; a guard of " +
-                 std::to_string(safe) + " bits is safe");
+                 std::to_string(work.stream->engine().frame_length()) + " samples; a guard of " +
+                 std::to_string(work.safe_guard) + " bits is safe");
+}
+
+struct clip_counts {
+    u64 reading = 0;
+    u64 conversion = 0;
+};
+
+// Added up where several inputs read the same file.
+void report_inputs(const rendering &work, const console &out) {
+    std::map<std::string, clip_counts> counts;
+    for (const auto &input : work.inputs) {
+        clip_counts &sum = counts[input->file().name()];
+        sum.reading += input->clipped_on_reading();
+        sum.conversion += input->clipped_by_conversion();
+    }
+    for (const auto &[name, sum] : counts) {
+        out.clipped(name, sum.reading, "at full scale on reading");
+        out.clipped(name, sum.conversion, "at full scale by the rate conversion");
+    }
 }
 
 } // namespace
@@ -100,16 +121,27 @@ void add_binaural_options(CLI::App &command, binaural_options &options) {
     add_verbosity(command, options.level);
 }
 
-int guard_for(const binaural_options &options, filter_set set, std::size_t sources) {
-    const int safe = safe_guard(set, sources);
+int guard_for(const binaural_options &options, int safe, std::size_t sources) {
     if (options.guard && *options.guard > safe)
         throw usage_error("--guard: " + std::to_string(*options.guard) + " is more than the safe " +
                           std::to_string(safe) + " for " + counted(sources, "source"));
     return options.guard.value_or(safe);
 }
 
+output_format binaural_format(const binaural_options &options) {
+    const output_format format{choose_container(options.output.path, options.output.raw),
+                               options.output.bits, 2, binaural_rate};
+    check_format(options.output.path, format);
+    return format;
+}
+
+frame_source &binaural_input::sound() {
+    if (repeated_) return *repeated_;
+    return file_;
+}
+
 frame_source &binaural_input::source() {
-    frame_source &source = picked_ ? static_cast<frame_source &>(*picked_) : file_;
+    frame_source &source = picked_ ? static_cast<frame_source &>(*picked_) : sound();
     if (file_.rate() == binaural_rate) return source;
     if (!converted_) converted_.emplace(source, binaural_rate);
     return *converted_;
@@ -120,18 +152,16 @@ void binaural_input::describe(const console &out) const {
     if (converted_) note_conversion(out, file_, binaural_rate);
 }
 
-void binaural_input::report(const console &out) const {
-    out.clipped(file_.name(), file_.clipped(), "at full scale on reading");
-    if (converted_)
-        out.clipped(file_.name(), converted_->clipped(), "at full scale by the rate conversion");
+void describe_inputs(const rendering &work, const console &out) {
+    std::set<std::string> told;
+    for (const auto &input : work.inputs)
+        if (told.insert(input->file().name()).second) input->describe(out);
 }
 
 void run_binaural(const binaural_options &options,
                   const std::function<std::unique_ptr<rendering>()> &open) {
     const console out(options.level);
-    const output_format format{choose_container(options.output.path, options.output.raw),
-                               options.output.bits, 2, binaural_rate};
-    check_format(options.output.path, format);
+    const output_format format = binaural_format(options);
     std::unique_ptr<rendering> work = open();
     describe(*work, options, out);
     output_level level;
@@ -151,7 +181,7 @@ void run_binaural(const binaural_options &options,
           [&](const s32 *pairs, std::size_t frames) { output.write(pairs, frames); });
     output.finish();
 
-    for (const auto &input : work->inputs) input->report(out);
+    report_inputs(*work, out);
     work->report(out);
     out.clipped(output.name(), work->stream->clipped(), "at full scale");
     report_unsafe_frames(*work, output.name(), out);

@@ -7,10 +7,10 @@
 #include <string>
 #include <vector>
 
-#include "binaural_stream.hpp"
 #include "channel_picker.hpp"
 #include "options.hpp"
 #include "resampler.hpp"
+#include "scene/binaural_stream.hpp"
 
 namespace earshot_tool {
 
@@ -27,7 +27,10 @@ struct binaural_options {
 void add_binaural_options(CLI::App &command, binaural_options &options);
 
 // The guard for so many sources. Throws usage_error where the options ask for more than is safe.
-int guard_for(const binaural_options &options, filter_set set, std::size_t sources);
+int guard_for(const binaural_options &options, int safe, std::size_t sources);
+
+// The format of the output. Throws usage_error for what cannot be written.
+output_format binaural_format(const binaural_options &options);
 
 // A file, one channel of it or all, at 48000 Hz.
 class binaural_input {
@@ -35,7 +38,10 @@ class binaural_input {
     explicit binaural_input(const std::string &path) : file_(path) {}
 
     // Before the first read: one channel, counted from 1, instead of all.
-    void pick(int channel) { picked_.emplace(file_, channel); }
+    void pick(int channel) { picked_.emplace(sound(), channel); }
+
+    // Before picking a channel: over and over. The file has to be seekable.
+    void repeat() { repeated_.emplace(file_); }
 
     // At 48000 Hz, from the first call on.
     frame_source &source();
@@ -43,10 +49,16 @@ class binaural_input {
     const audio_input &file() const { return file_; }
 
     void describe(const console &out) const;
-    void report(const console &out) const; // samples clipped on the way
+
+    // Samples clipped on the way.
+    u64 clipped_on_reading() const { return file_.clipped(); }
+    u64 clipped_by_conversion() const { return converted_ ? converted_->clipped() : 0; }
 
   private:
+    frame_source &sound();
+
     audio_input file_;
+    std::optional<looping_source> repeated_;
     std::optional<channel_picker> picked_;
     std::optional<resampler> converted_;
 };
@@ -59,9 +71,13 @@ struct rendering {
     virtual void report(const console &) const {}
 
     std::vector<std::unique_ptr<binaural_input>> inputs;
-    std::optional<binaural_engine> engine;
-    std::optional<binaural_stream> stream;
+    std::optional<binaural_engine> engine; // of a stream that brings none of its own
+    std::unique_ptr<binaural_stream> stream;
+    int safe_guard = 0; // bits with which no sum can wrap
 };
+
+// What the inputs are and what is done to them; a file that several of them read is told once.
+void describe_inputs(const rendering &work, const console &out);
 
 // Renders to the output that the options name; opens the rendering twice where its peak has to be
 // known first.

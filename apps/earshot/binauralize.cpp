@@ -56,10 +56,12 @@ std::unique_ptr<rendering> open_rendering(const binauralize_options &options,
     if (rotates(options.rotation)) work->field->rotate(constant_setting(options.rotation), rows);
 
     const auto channels = static_cast<std::size_t>(input.file().channels());
+    work->safe_guard = safe_guard(filter_set::field_channels, channels);
     work->engine.emplace(filter_set::field_channels, channels, frame_length,
-                         guard_for(options, filter_set::field_channels, channels));
+                         guard_for(options, work->safe_guard, channels));
     for (std::size_t k = 0; k < channels; ++k) work->engine->place(k, static_cast<s32>(k << 16), 0);
-    work->stream.emplace(*work->engine, std::vector<frame_source *>{&*work->field});
+    work->stream = std::make_unique<binaural_stream>(*work->engine,
+                                                     std::vector<frame_source *>{&*work->field});
     return work;
 }
 

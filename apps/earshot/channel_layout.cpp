@@ -1,6 +1,6 @@
 #include "channel_layout.hpp"
 
-#include "fixed_point.hpp"
+#include "scene_library.hpp"
 
 namespace earshot_tool {
 

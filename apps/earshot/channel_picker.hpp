@@ -3,7 +3,7 @@
 
 #include <vector>
 
-#include "frame_source.hpp"
+#include "scene_library.hpp"
 
 namespace earshot_tool {
 
@@ -16,6 +16,7 @@ class channel_picker : public frame_source {
     int channels() const override { return 1; }
     int rate() const override { return source_.rate(); }
     std::optional<s64> frames() const override { return source_.frames(); }
+    bool endless() const override { return source_.endless(); }
 
     std::size_t read(s32 *mono, std::size_t frames) override {
         const auto width = static_cast<std::size_t>(source_.channels());

@@ -10,6 +10,7 @@ void add_rotate(CLI::App &app, action &chosen);
 void add_encode(CLI::App &app, action &chosen);
 void add_render(CLI::App &app, action &chosen);
 void add_binauralize(CLI::App &app, action &chosen);
+void add_bench(CLI::App &app, action &chosen);
 void add_info(CLI::App &app, action &chosen);
 
 // The format of an output made from an input: its width unless the options say otherwise. Throws

@@ -6,8 +6,8 @@
 #include "channel_picker.hpp"
 #include "commands.hpp"
 #include "error.hpp"
-#include "fixed_point.hpp"
 #include "orbit.hpp"
+#include "scene_library.hpp"
 #include "spherical_harmonics.hpp"
 
 namespace earshot_tool {

@@ -4,8 +4,7 @@
 #include <limits>
 
 #include "channel_layout.hpp"
-#include "frame_source.hpp"
-#include "library_status.hpp"
+#include "scene_library.hpp"
 
 namespace earshot_tool {
 

@@ -3,7 +3,7 @@
 #include <array>
 #include <charconv>
 
-#include "parse.hpp"
+#include "scene_library.hpp"
 
 namespace earshot_tool {
 

@@ -2,15 +2,12 @@
 
 #include <algorithm>
 #include <cctype>
-#include <cerrno>
 #include <cmath>
-#include <fstream>
-#include <iostream>
-
-#include <sys/stat.h>
+#include <sstream>
 
 #include "error.hpp"
-#include "parse.hpp"
+#include "scene_library.hpp"
+#include "text_file.hpp"
 
 namespace earshot_tool {
 
@@ -103,19 +100,13 @@ std::vector<keyframe> parse_keyframes(std::istream &table, const std::string &na
             throw processing_error(name + ":" + std::to_string(number) + ": " + error.reason);
         }
     }
-    if (table.bad()) throw processing_error(name, "cannot be read");
     return rows;
 }
 
 std::vector<keyframe> read_keyframes(const std::string &path,
                                      const std::optional<focus_direction> &focus) {
-    if (path == "-") return parse_keyframes(std::cin, "standard input", focus);
-    struct stat status {};
-    if (stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode))
-        throw processing_error(path, system_cause(EISDIR));
-    std::ifstream file(path);
-    if (!file) throw processing_error(path, system_cause(errno));
-    return parse_keyframes(file, path, focus);
+    std::istringstream table(read_text(path));
+    return parse_keyframes(table, text_file_name(path), focus);
 }
 
 } // namespace earshot_tool

@@ -5,6 +5,7 @@
 #include <exception>
 
 #include <fcntl.h>
+#include <sys/resource.h>
 #include <unistd.h>
 
 #include <earshot/earshot.h>
@@ -20,7 +21,10 @@ namespace {
 constexpr int exit_usage = 1;
 constexpr int exit_processing = 2;
 
-int fail(int code, const std::string &message) {
+// One line, whatever the names in it.
+int fail(int code, std::string message) {
+    for (char &c : message)
+        if (static_cast<unsigned char>(c) < ' ') c = '?';
     std::fprintf(stderr, "earshot: %s\n", message.c_str());
     return code;
 }
@@ -31,6 +35,14 @@ void occupy_standard_descriptors() {
     int descriptor = STDIN_FILENO;
     while (descriptor >= 0 && descriptor <= STDERR_FILENO) descriptor = open("/dev/null", O_RDONLY);
     if (descriptor >= 0) close(descriptor);
+}
+
+// A scene may have more sources than a program may open files unless it asks.
+void allow_many_files() {
+    rlimit limit{};
+    if (getrlimit(RLIMIT_NOFILE, &limit) != 0) return;
+    limit.rlim_cur = limit.rlim_max;
+    setrlimit(RLIMIT_NOFILE, &limit);
 }
 
 int run(int argc, char **argv) {
@@ -47,6 +59,7 @@ int run(int argc, char **argv) {
     add_encode(app, chosen);
     add_render(app, chosen);
     add_binauralize(app, chosen);
+    add_bench(app, chosen);
     add_info(app, chosen);
     try {
         app.parse(argc, argv);
@@ -69,6 +82,7 @@ int run(int argc, char **argv) {
 int main(int argc, char **argv) {
     try {
         occupy_standard_descriptors();
+        allow_many_files();
         prepare_signals();
         return run(argc, argv);
     } catch (const usage_error &error) {

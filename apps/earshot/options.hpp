@@ -9,7 +9,7 @@
 #include "audio_output.hpp"
 #include "channel_layout.hpp"
 #include "console.hpp"
-#include "parse.hpp"
+#include "scene_library.hpp"
 
 namespace earshot_tool {
 

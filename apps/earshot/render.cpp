@@ -1,4 +1,4 @@
-// earshot render: sources around the listener, for two ears.
+// earshot render: a scene, or sources at directions around the listener, for two ears.
 
 #include <cmath>
 
@@ -6,6 +6,8 @@
 #include "commands.hpp"
 #include "error.hpp"
 #include "orbit.hpp"
+#include "scene/scene_stream.hpp"
+#include "scene_file.hpp"
 #include "source_argument.hpp"
 
 namespace earshot_tool {
@@ -13,6 +15,7 @@ namespace earshot_tool {
 namespace {
 
 struct render_options : binaural_options {
+    std::string scene;
     std::vector<source_argument> sources;
     double orbit_seconds = 0; // 0: the sources stand still
     int frame = 0;            // 0: the longest that is possible
@@ -75,25 +78,51 @@ std::unique_ptr<rendering> open_rendering(const render_options &options) {
         work->inputs.push_back(std::move(input));
     }
     const std::size_t length = frame_length(options);
+    work->safe_guard = safe_guard(filter_set::directions, sources.size());
     work->engine.emplace(filter_set::directions, sources.size(), length,
-                         guard_for(options, filter_set::directions, sources.size()));
-    work->stream.emplace(*work->engine, sources, turning_sources(options, length));
+                         guard_for(options, work->safe_guard, sources.size()));
+    work->stream =
+        std::make_unique<binaural_stream>(*work->engine, sources, turning_sources(options, length));
     return work;
 }
 
-void render(const render_options &options) {
-    // What is wrong with the command line is said before any file is opened.
+// What is wrong with the command line is said before any file is opened.
+void render_sources(const render_options &options) {
     check_sources(options);
     frame_length(options);
-    guard_for(options, filter_set::directions, options.sources.size());
+    const std::size_t count = options.sources.size();
+    guard_for(options, safe_guard(filter_set::directions, count), count);
     run_binaural(options, [&options] { return open_rendering(options); });
+}
+
+void render_scene(const render_options &options) {
+    if (options.orbit_seconds != 0)
+        throw usage_error("--orbit: a scene says itself how its sources move");
+    if (options.frame != 0) throw usage_error("--frame: the frames of a scene have 96 samples");
+    binaural_format(options);
+    const scene_file scene = read_scene(options.scene);
+    guard_for(options, headroom_for(scene.content).guard, scene.content.sources.size());
+    run_binaural(options, [&] { return open_scene(scene, options.guard); });
+}
+
+void render(const render_options &options) {
+    if (options.scene.empty() == options.sources.empty())
+        throw usage_error("render: name either a scene or sources with -s");
+    if (options.scene.empty())
+        render_sources(options);
+    else
+        render_scene(options);
 }
 
 } // namespace
 
 void add_render(CLI::App &app, action &chosen) {
-    auto *command = add_command(app, "render", "Render sources around the listener for two ears");
+    auto *command =
+        add_command(app, "render", "Render a scene, or sources around the listener, for two ears");
     auto options = std::make_shared<render_options>();
+    command
+        ->add_option("SCENE", options->scene, "Scene to render, a JSON file; - for standard input")
+        ->type_name("");
     command
         ->add_option_function<std::vector<std::string>>(
             "-s,--source",
@@ -101,8 +130,7 @@ void add_render(CLI::App &app, action &chosen) {
                 for (const std::string &text : texts)
                     options->sources.push_back(parse_source(text));
             },
-            "A source and its direction, once for each; - for standard input")
-        ->required()
+            "Instead, a source and its direction, once for each; - for standard input")
         ->allow_extra_args(false)
         ->type_name("FILE[:CHANNEL]@AZ,EL");
     add_orbit(*command, options->orbit_seconds);

@@ -5,7 +5,7 @@
 
 #include <soxr.h>
 
-#include "frame_source.hpp"
+#include "scene_library.hpp"
 
 namespace earshot_tool {
 
@@ -23,6 +23,7 @@ class resampler : public frame_source {
     int channels() const override { return source_.channels(); }
     int rate() const override { return rate_; }
     std::optional<s64> frames() const override;
+    bool endless() const override { return source_.endless(); }
     std::size_t read(s32 *interleaved, std::size_t frames) override;
 
     u64 clipped() const;

@@ -6,8 +6,8 @@
 #include <vector>
 
 #include "channel_layout.hpp"
-#include "frame_source.hpp"
 #include "keyframe_player.hpp"
+#include "scene_library.hpp"
 
 namespace earshot_tool {
 

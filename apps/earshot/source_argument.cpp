@@ -1,7 +1,7 @@
 #include "source_argument.hpp"
 
 #include "error.hpp"
-#include "parse.hpp"
+#include "scene_library.hpp"
 #include "spherical_harmonics.hpp"
 
 namespace earshot_tool {

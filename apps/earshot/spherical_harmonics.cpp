@@ -9,8 +9,7 @@
 
 #include <earshot/math.h>
 
-#include "fixed_point.hpp"
-#include "parse.hpp"
+#include "scene_library.hpp"
 
 namespace earshot_tool {
 

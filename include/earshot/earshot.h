@@ -5,10 +5,13 @@
 #define EARSHOT_EARSHOT_H
 
 #include <earshot/fft.h>
+#include <earshot/filters.h>
 #include <earshot/hoa_effect.h>
 #include <earshot/hrtf.h>
 #include <earshot/kernel.h>
 #include <earshot/math.h>
+#include <earshot/profiler.h>
+#include <earshot/spatial.h>
 #include <earshot/types.h>
 
 EARSHOT_BEGIN_C

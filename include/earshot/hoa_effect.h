@@ -11,7 +11,7 @@
  * azimuth a arrives at the front. The effect is linear, so any normalisation of the first-order
  * channels works that scales Y, Z and X alike; the focus weights are made for SN3D.
  *
- * Use:
+ * Use (examples/effect.c is a whole program):
  *
  *     hoa_effect_config config = {48000, 1, 0, 0, 32, 0};
  *     hoa_effect_requirement need;

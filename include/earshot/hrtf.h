@@ -10,6 +10,8 @@
  * that needs L = 96, because with L = 128 the 32 samples that would be faded from lie past the
  * transformed block and are taken as zeros.
  *
+ * examples/renderer.c does that with one source.
+ *
  * Azimuth grows counter-clockwise (towards the left), elevation upwards, both in degrees, Q16.
  * Channel and ear 0 is the left ear.
  *

@@ -1,5 +1,6 @@
 /*
- * Fixed-point mathematics: trigonometry by table, division and reciprocals.
+ * Fixed-point mathematics: trigonometry by table, division and reciprocals, roots, logarithms and
+ * exponentials.
  *
  * All functions are pure and reentrant (but for the overflow flag where a line says so), run in
  * bounded time and accept every operand.
@@ -145,6 +146,90 @@ EARSHOT_API s64 dsplib_approx_divide(s32 num, s32 den);
  * about m 2^(n - 45), relative error below 1.3e-4. x <= 0 gives 0 in both words.
  */
 EARSHOT_API s64 dsplib_newtons_invert(s32 x);
+
+/* --- Square root, logarithm and exponential -----------------------------------------------------
+ *
+ * A number may come as a mantissa in Q31 with its exponent beside it: (x, a) stands for
+ * x / 2^31 x 2^a. Where a result has an exponent b the caller chooses it: the result r stands for
+ * r / 2^31 x 2^b, which is r in Q(31 - b). Results are rounded, and saturate where they do not fit.
+ * A pair is an s64, low word first. Nothing here touches the overflow flag.
+ *
+ * Errors are the largest that were measured; a unit is 1 in the result (of a pair: in the
+ * mantissa), and 0.5 of it is the rounding. A result that b leaves with few bits has few.
+ */
+
+/*
+ * Square root of (x, a) with exponent b, which is sqrt(x) 2^((a + 31) / 2 - b); 0 for x <= 0. A
+ * polynomial of third degree: relative error from -0.22 % to +0.03 %, and half a unit.
+ * ARM_sqrt_compute is the same function.
+ */
+EARSHOT_API s32 sqrt_compute(s32 x, s16 a, s16 b);
+EARSHOT_API s32 ARM_sqrt_compute(s32 x, s16 a, s16 b);
+
+/* n-th root of (x, a) with exponent b; 0 for x <= 0 or n < 1. Error 0.7 units. */
+EARSHOT_API s32 sqrt_compute_Nth(s32 x, s16 a, s16 b, s32 n);
+
+/*
+ * Reciprocal square root of (x, a) with exponent b, by linear interpolation in inv_sqrt_table_65
+ * and a step of Newton's method; 0x7FFFFFFF for x <= 0. Error 2.2 units, and relative 8e-10 before
+ * it is rounded.
+ */
+EARSHOT_API s32 inv_sqrt_65(s32 x, s16 a, s16 b);
+
+/* 1 / sqrt(0.5 + k / 128) in Q30, rounded, k = 0 to 64. */
+extern EARSHOT_API const s32 inv_sqrt_table_65[65];
+
+/*
+ * Natural logarithm of (x, a) with exponent b; -0x80000000 for x <= 0. Error 0.51 units for b >= 0;
+ * for b < 0, which only fits next to 1.0, 0.8 units. ARM_log_compute is the same function.
+ */
+EARSHOT_API s32 log_compute(s32 x, s16 a, s16 b);
+EARSHOT_API s32 ARM_log_compute(s32 x, s16 a, s16 b);
+
+/* e to the power (x, a), with exponent b. Error 0.7 units. */
+EARSHOT_API s32 exp_compute(s32 x, s16 a, s16 b);
+
+/*
+ * e to the power x / 2^q as a pair: low word the mantissa m, 2^30 to 2^31 - 1, high word its Q
+ * format f; the result stands for m / 2^f. q is any number. Error 1 unit. Powers of more than
+ * 2^(2^31) give (0x7FFFFFFF, 31 - 2^31) and those below 2^(31 - 2^31) have f = 0x7FFFFFFF.
+ */
+EARSHOT_API s64 exp_compute_variable_q(s32 x, s32 q);
+
+/*
+ * Binary logarithm of the whole number x in Q26, by linear interpolation in log2table; -0x80000000
+ * for x <= 0. Error 185 units (2.8e-6), always too low but for the rounding. Of x in Qq it is
+ * q x 2^26 less.
+ */
+EARSHOT_API s32 log2_lut(s32 x);
+
+/* log2(1 + k / 256) in Q31, rounded, saturated, k = 0 to 256. */
+extern EARSHOT_API const s32 log2table[257];
+
+/*
+ * 10^(x / 2^26) in Q15, saturated: x is a decimal exponent, Q26. A parabola: relative error from
+ * -0.22 % to +0.38 %, and up to a unit less, as the last bits are cut off (x = 0 gives 32890, not
+ * 32768).
+ */
+EARSHOT_API s32 exp10_fixed(s32 x);
+
+/* Decimal logarithm of x (Q15) in Q26, the inverse of exp10_fixed; -0x80000000 for x <= 0. Error
+ * 0.51 units. */
+EARSHOT_API s32 log10_fixed(s32 x);
+
+/*
+ * 10^(x / 2^26) as a pair: low word the mantissa m, 2^30 to 2^31 - 1, high word the exponent e; the
+ * result is (m, e), m / 2^31 x 2^e. Error 0.7 units.
+ */
+EARSHOT_API s64 dsplib_exp10(s32 x);
+
+/* Decimal logarithm of (x, a) in Q26; -0x80000000 for x <= 0. Error 0.51 units. */
+EARSHOT_API s32 dsplib_log10(s32 x, s32 a);
+
+/* Two tables of small numbers: 2 floor((k + 1) / 2) - 1 and 16 - floor((k + 1) / 2), k = 0 to 30.
+ */
+extern EARSHOT_API const s16 exp_l[31];
+extern EARSHOT_API const s16 exp_r[31];
 
 EARSHOT_END_C
 

@@ -234,7 +234,7 @@ class Errors(RenderTest):
         needed = "; FILE[:CHANNEL]@AZ,EL is needed"
         one = ["-s", "in.wav@0,0"]
         for message, *args in [
-                ("--source is required",),
+                ("render: name either a scene or sources with -s",),
                 ("-s in.wav: has no direction" + needed, "-s", "in.wav"),
                 ("-s @0,0: has no file" + needed, "-s", "@0,0"),
                 ("-s :1@0,0: has no file" + needed, "-s", ":1@0,0"),

@@ -1,0 +1,186 @@
+#!/usr/bin/env python3
+"""Makes the figures of docs/performance.md from its CSV file: tables between the marks in the text,
+two plots, and a verdict per aim on standard output.
+
+    bench/report.py docs/performance.csv docs/performance.md
+"""
+import csv
+import pathlib
+import re
+import subprocess
+import sys
+
+# (case, sizes, other, what is compared, {level: aim}): the aim bounds a ratio of times. Where it is
+# "faster", other's time over earshot's must reach it; else earshot's over other's must stay below.
+TRANSFORM = {"avx512": 2.5, "avx2": 1.8}
+RENDERER = {"avx512": 1.25, "avx2": 1.8}
+AIMS = [
+    ("real forward", [256], "libavutil", "faster", TRANSFORM),
+    ("real inverse", [256], "libavutil", "faster", TRANSFORM),
+    ("real forward", [256], "fftw", "time", {"avx512": 1.4, "avx2": 2.0}),
+    ("real inverse", [256], "fftw", "time", {"avx512": 1.4, "avx2": 2.0}),
+    ("complex forward", [128, 256, 512, 1024], "libavutil", "faster", TRANSFORM),
+    ("complex inverse", [128, 256, 512, 1024], "libavutil", "faster", TRANSFORM),
+    ("source-second L=96", [16], "yardstick", "time", RENDERER),
+    ("source-second L=128", [16], "yardstick", "time", RENDERER),
+    ("moving source-second L=96", [16], "yardstick", "time", RENDERER),
+    ("ambisonic second L=128", [25], "yardstick", "time", {"avx512": 1.25}),
+    ("effect 32 bits steady", [1024], "float", "time", {"avx512": 5}),
+    ("effect 32 bits ramp", [1024], "float", "time", {"avx512": 1}),
+]
+REPORTED_LEVELS = ["avx512", "avx2"]
+# Levels from pale to dark, in the order in which they run; what is not earshot stands apart.
+LEVEL_COLOURS = ["#a6cee3", "#6baed6", "#2171b5", "#08306b"]
+OTHER_COLOURS = {"libavutil": "#dd181f"}
+PLOTS = [
+    ("performance-transforms.png", "nanoseconds", "points",
+     [("complex forward", "Complex transforms, forward"), ("real forward", "Real transforms, forward")]),
+    ("performance-sources.png", "microseconds per source and second", "sources",
+     [("source-second L=96", "Frames of 96 samples"),
+      ("source-second L=128", "Frames of 128 samples")]),
+]
+
+
+class Figures:
+    def __init__(self, path):
+        with open(path, newline="") as file:
+            self.machine = file.readline().lstrip("# ").strip()
+            self.rows = list(csv.DictReader(file))
+        self.by_key = {(r["case"], int(r["size"]), r["contestant"], r["over"]): r for r in self.rows}
+        self.contestants = list(dict.fromkeys(r["contestant"] for r in self.rows))
+        self.levels = list(dict.fromkeys(r["contestant"] for r in self.rows if r["over"]))
+
+    def spread(self, case, size, contestant, over=""):
+        row = self.by_key.get((case, size, contestant, over))
+        return row and [float(row[k]) for k in ("median", "lower", "upper")]
+
+
+def digits(value):
+    return f"{value:.3g}" if value < 100 else f"{value:.0f}"
+
+
+def table(head, rows):
+    lines = ["| " + " | ".join(head) + " |", "|" + "---|" * len(head)]
+    return "\n".join(lines + ["| " + " | ".join(row) + " |" for row in rows])
+
+
+def aim_rows(figures):
+    """Case, what is compared, then measured and aim for each level."""
+    rows = []
+    for case, sizes, other, kind, aims in AIMS:
+        for size in sizes:
+            row = [f"{case}, {size}",
+                   f"times as fast as {other}" if kind == "faster" else f"times the time of {other}"]
+            for level in REPORTED_LEVELS:
+                row += aim_cells(figures, (case, size, level, other), kind, aims.get(level))
+            rows.append(row)
+    return rows
+
+
+def aim_cells(figures, key, kind, aim):
+    if key[2] not in figures.levels:
+        return ["not run", ""]
+    spread = figures.spread(*key)
+    if spread is None:
+        sys.exit(f"report: no figure for {key}")
+    if kind == "faster":
+        spread = [1 / spread[0], 1 / spread[2], 1 / spread[1]]
+    measured = f"{digits(spread[0])} ({digits(spread[1])} to {digits(spread[2])})"
+    if aim is None:
+        return [measured, ""]
+    met = spread[0] >= aim if kind == "faster" else spread[0] <= aim
+    return [measured, f"{'at least' if kind == 'faster' else 'at most'} {aim}: "
+            + ("met" if met else "**missed**")]
+
+
+def aims_table(figures):
+    head = ["what", "figure"]
+    for level in REPORTED_LEVELS:
+        head += [level, "aim"]
+    return table(head, aim_rows(figures))
+
+
+def times_table(figures):
+    # The yardsticks differ from case to case: they share a column.
+    names = figures.levels + ["fftw", "libavutil", "float loops", "float-closed"]
+    rows = []
+    for case, size, unit in dict.fromkeys(
+            (r["case"], int(r["size"]), r["unit"]) for r in figures.rows
+            if not r["over"] and r["case"] != "text size"):
+        cells = []
+        for name in names:
+            own = "yardstick" if figures.spread(case, size, "yardstick") else "float"
+            spread = figures.spread(case, size, own if name == "float loops" else name)
+            cells.append(digits(spread[0]) if spread else "")
+        rows.append([f"{case}, {size}", unit] + cells)
+    return table(["what", "unit"] + names, rows)
+
+
+def size_table(figures):
+    rows = [[level, digits(s[0])] for level in figures.levels
+            if (s := figures.spread("text size", 1, level))]
+    return table(["kernels of", "bytes of code and constants"], rows)
+
+
+def fill(text, mark, content):
+    pattern = rf"(<!-- {mark} -->\n).*?(<!-- end -->)"
+    if not re.search(pattern, text, re.S):
+        sys.exit(f"report: no mark for {mark}")
+    return re.sub(pattern, lambda m: m[1] + content + "\n" + m[2], text, flags=re.S)
+
+
+def panel(figures, case, title):
+    """A plot command with a curve per contestant, and the data that it reads."""
+    curves, data = [], ""
+    for name in figures.contestants:
+        sizes = sorted(s for c, s, n, over in figures.by_key if (c, n, over) == (case, name, ""))
+        if not sizes:
+            continue
+        if name in figures.levels:
+            place = min(figures.levels.index(name), len(LEVEL_COLOURS) - 1)
+            style = f"dt 1 pt 7 lc rgb '{LEVEL_COLOURS[place]}'"
+        else:
+            style = f"dt 2 pt 6 lc rgb '{OTHER_COLOURS.get(name, '#333333')}'"
+        curves.append(f"'-' using 1:2 with linespoints lw 2 {style} title '{name}'")
+        data += "".join(f"{s} {figures.spread(case, s, name)[0]}\n" for s in sizes) + "e\n"
+    return f"set title '{title}'\nplot " + ", ".join(curves) + "\n" + data
+
+
+def plot(figures, folder):
+    for name, y_label, x_label, panels in PLOTS:
+        script = f"""
+set terminal pngcairo size 1000,460 font 'sans,11'
+set output '{folder / name}'
+set logscale x 2
+set logscale y
+set grid
+set key left top
+set xlabel '{x_label}'
+set ylabel '{y_label}'
+{"set key right top" if x_label == "sources" else ""}
+set multiplot layout 1,2
+"""
+        script += "".join(panel(figures, *p) for p in panels) + "unset multiplot\n"
+        subprocess.run(["gnuplot"], input=script, text=True, check=True)
+
+
+def main(csv_path, doc_path):
+    figures = Figures(csv_path)
+    doc = pathlib.Path(doc_path)
+    text = doc.read_text()
+    for mark, content in (("machine", figures.machine), ("aims", aims_table(figures)),
+                          ("times", times_table(figures)), ("sizes", size_table(figures))):
+        text = fill(text, mark, content)
+    doc.write_text(text)
+    plot(figures, doc.parent)
+    for row in aim_rows(figures):
+        print("{:<31} {:<32}".format(*row), end="")
+        for level, measured, aim in zip(REPORTED_LEVELS, row[2::2], row[3::2]):
+            print(f" {level}: {measured:<24} {aim.replace('*', ''):<20}", end="")
+        print()
+
+
+if __name__ == "__main__":
+    if len(sys.argv) != 3:
+        sys.exit(__doc__)
+    main(*sys.argv[1:])

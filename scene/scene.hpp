@@ -1,0 +1,108 @@
+// A scene: sounds around a listener, where they are and how that changes over time. Everything is a
+// whole number, made once when the scene is read, so that a scene sounds the same to the bit
+// wherever it is rendered.
+//
+// Frame of reference: x to the front, y to the left, z up. Positions are metres in Q16, angles
+// degrees in Q16. Azimuth counts counter-clockwise from the front, elevation upwards.
+//
+// Times are samples at 48000 Hz from the beginning of the scene.
+#pragma once
+
+#include <optional>
+#include <stdexcept>
+#include <string>
+#include <variant>
+#include <vector>
+
+#include <earshot/spatial.h>
+
+namespace earshot_scene {
+
+inline constexpr int scene_rate = 48000;
+
+// What makes a scene impossible; the message names the place.
+struct scene_error : std::runtime_error {
+    using std::runtime_error::runtime_error;
+};
+
+// Metres, Q16. Coordinates lie within +-8191 m, so that the difference of two and its rotation
+// cannot leave the 32 bits.
+struct position {
+    s32 x = 0;
+    s32 y = 0;
+    s32 z = 0;
+
+    bool operator==(const position &) const = default;
+};
+
+// Degrees, Q16. The azimuth is any number, so that a track from 0 to 720 goes round twice.
+struct direction {
+    s32 azimuth = 0;
+    s32 elevation = 0;
+
+    bool operator==(const direction &) const = default;
+};
+
+// The turns that take a listener who looks to the front into an orientation, each about the
+// listener's own axes as the turns before have left them: yaw to the left, then pitch upwards, then
+// roll to the right (right ear down). Degrees, Q16.
+struct head_angles {
+    s32 yaw = 0;
+    s32 pitch = 0;
+    s32 roll = 0;
+
+    bool operator==(const head_angles &) const = default;
+};
+
+// The same turn as a unit quaternion, Q31: v becomes q v q*, the axis in the scene's frame.
+struct quaternion {
+    s32 w = INT32_MAX;
+    s32 x = 0;
+    s32 y = 0;
+    s32 z = 0;
+
+    bool operator==(const quaternion &) const = default;
+};
+
+template <class Value> struct track_row {
+    s64 time = 0;
+    Value value{};
+};
+
+// At least one row, times strictly increasing. Between two rows the value goes in a straight line
+// (see track.hpp), before the first and after the last it stays. What never changes is one row.
+template <class Value> using track = std::vector<track_row<Value>>;
+
+struct scene_listener {
+    track<earshot_scene::position> position{1};
+    std::variant<track<head_angles>, track<quaternion>> orientation = track<head_angles>(1);
+};
+
+// Gain over distance, see rolloff_gain in earshot/spatial.h: at the minimum distance, and from
+// there to one metre, a source has half its amplitude, nearer than one metre all of it.
+struct scene_rolloff {
+    u32 model = ROLLOFF_INVERSE;
+    s32 minimum = 0; // metres, Q16
+    s32 maximum = 0;
+};
+
+struct scene_source {
+    std::string file;
+    int channel = 0; // counted from 1; 0: the only one
+    s64 start = 0;
+    s32 gain = 0; // thousandths of a decibel, -120000 to 60000
+    bool loop = false;
+    bool dc_block = false;
+    // A source at a direction is at no particular distance: it turns with the listener's head and
+    // does not change when the listener walks, and it has no roll-off.
+    std::variant<track<position>, track<direction>> place = track<direction>(1);
+    std::optional<scene_rolloff> rolloff;
+};
+
+struct scene {
+    std::optional<s64> duration; // nothing: until the last source that does not loop has ended
+    scene_listener listener;
+    std::vector<scene_source> sources; // 1 to 4096
+};
+
+} // namespace earshot_scene

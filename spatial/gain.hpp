@@ -1,0 +1,31 @@
+// The kernels of the panners, one set per instruction set: samples times gains.
+#ifndef EARSHOT_SPATIAL_GAIN_HPP
+#define EARSHOT_SPATIAL_GAIN_HPP
+
+#include "kernel/level.hpp"
+
+#include <earshot/types.h>
+
+namespace earshot {
+
+// out may be in; a level's vectors are used where out does not begin within one of them after in,
+// which makes the result that of the ascending loop for every overlap.
+struct gain_kernels {
+    // One gain for all samples.
+    void (*steady)(s32 *out, const s32 *in, s32 gain, s64 count);
+    // A gain for each.
+    void (*ramp)(s32 *out, const s32 *in, const s32 *gains, s64 count);
+};
+
+struct gain_set {
+    gain_kernels q15; // (in x gain + 2^14) >> 15, low 32 bits; gains of 16 bits
+    gain_kernels q28; // (low 32 bits of in x gain + 2^27) >> 28
+};
+
+extern const gain_set gain_scalar, gain_sse41, gain_avx2, gain_avx512, gain_neon;
+
+const gain_set &gain_at(level l);
+
+} // namespace earshot
+
+#endif

@@ -1,0 +1,135 @@
+// Gain ramps: the two panners.
+#include "kernel/scalar.hpp"
+#include "math/division.hpp"
+#include "spatial/gain.hpp"
+
+#include <earshot/spatial.h>
+
+namespace earshot {
+namespace {
+
+// What differs between the two panners. Their records have fields of the same names.
+struct narrow {
+    using record = a3d_panner;
+    using gain = s16;
+    static constexpr u32 step_bits = 16; // fraction bits of a step
+    static gain difference(gain a, gain b) { return s16_sub_s16_s16_sat(a, b); }
+    static gain current(const record &p) {
+        const s64 way = (s64{p.step} * p.remaining + 0x8000) >> 16;
+        return difference(p.target, ARM_s16_saturate_s32(ARM_s32_saturate_s64(way)));
+    }
+};
+
+struct wide {
+    using record = a3d_panner32q28;
+    using gain = s32;
+    static constexpr u32 step_bits = 0;
+    static gain difference(gain a, gain b) { return ARM_s32_sub_s32_s32_sat(a, b); }
+    static gain current(const record &p) {
+        return difference(p.target, low_s32(s64{p.step} * p.remaining));
+    }
+};
+
+template <class Kind> typename Kind::gain current(const typename Kind::record &panner) {
+    return panner.remaining == 0 ? panner.target : Kind::current(panner);
+}
+
+template <class Kind>
+void setup(typename Kind::record &panner, typename Kind::gain target, s32 duration, u32 user) {
+    panner.user = duration < 1 ? 0 : user;
+    const auto way = Kind::difference(target, current<Kind>(panner));
+    const bool glides = duration >= 1 && way != 0;
+    panner.step = glides ? divide_qx(way, duration, Kind::step_bits) : 0;
+    panner.remaining = glides ? duration : 0;
+    panner.target = target;
+}
+
+// How many of count steps belong to the ramp; less than 0 for a negative count, whose steps are
+// followed although nothing is written.
+template <class Record> s32 take_ramp(Record &panner, s32 count) {
+    const s32 ramp = panner.remaining < count ? panner.remaining : count;
+    panner.remaining = wrap_sub(panner.remaining, ramp);
+    return ramp;
+}
+
+constexpr s64 at_least_0(s32 x) { return x > 0 ? x : 0; }
+
+// Writes count samples whose gains next() tells one after the other.
+template <class Next>
+void fill_ramp(const gain_kernels &kernels, s32 *out, const s32 *in, s64 count, Next next) {
+    constexpr s64 chunk = 64;
+    s32 gains[chunk];
+    for (s64 done = 0; done < count; done += chunk) {
+        const s64 size = count - done < chunk ? count - done : chunk;
+        for (s64 i = 0; i < size; ++i) gains[i] = next();
+        kernels.ramp(out + done, in + done, gains, size);
+    }
+}
+
+s32 fill(s32 *out, const s32 *in, a3d_panner &panner, s32 frames, s32 samples_per_frame) {
+    const gain_kernels &kernels = gain_at(active_level()).q15;
+    s32 accumulator = low_s32(shift_left(current<narrow>(panner), 16)); // Q16 in units of the gain
+    const s32 step = panner.step;
+    const auto next = [&] {
+        const s32 gain = accumulator >> 16;
+        accumulator = ARM_s32_add_s32_s32_sat(accumulator, step);
+        return gain;
+    };
+    const s64 ramp = at_least_0(take_ramp(panner, frames)), size = at_least_0(samples_per_frame);
+    const s64 steady = at_least_0(frames) - ramp;
+    if (size == 0) return panner.remaining;
+    if (size == 1) {
+        fill_ramp(kernels, out, in, ramp, next);
+    } else {
+        for (s64 frame = 0; frame < ramp; ++frame)
+            kernels.steady(out + frame * size, in + frame * size, next(), size);
+    }
+    kernels.steady(out + ramp * size, in + ramp * size, panner.target, steady * size);
+    return panner.remaining;
+}
+
+s32 fill(s32 *out, const s32 *in, a3d_panner32q28 &panner, s32 count) {
+    const gain_kernels &kernels = gain_at(active_level()).q28;
+    s32 gain = current<wide>(panner);
+    const s32 step = panner.step;
+    const auto next = [&] {
+        const s32 present = gain;
+        gain = ARM_s32_add_s32_s32_sat(gain, step);
+        return present;
+    };
+    const s64 ramp = at_least_0(take_ramp(panner, count));
+    fill_ramp(kernels, out, in, ramp, next);
+    kernels.steady(out + ramp, in + ramp, panner.target, at_least_0(count) - ramp);
+    return panner.remaining;
+}
+
+} // namespace
+} // namespace earshot
+
+using namespace earshot;
+
+extern "C" {
+
+void a3d_panner_setup(a3d_panner *panner, s16 target, s32 duration, u32 user) {
+    setup<narrow>(*panner, target, duration, user);
+}
+s32 a3d_panner_get_status(const a3d_panner *panner) { return panner->remaining; }
+s16 a3d_panner_get_current(a3d_panner panner) { return current<narrow>(panner); }
+s32 a3d_buffer32_fill_panner(s32 *out, const s32 *in, a3d_panner *panner, s32 frames,
+                             s32 samples_per_frame) {
+    return fill(out, in, *panner, frames, samples_per_frame);
+}
+void a3d_panner32q28_setup(a3d_panner32q28 *panner, s32 target, s32 duration, u32 user) {
+    setup<wide>(*panner, target, duration, user);
+}
+s32 a3d_panner32q28_get_status(const a3d_panner32q28 *panner) { return panner->remaining; }
+s32 a3d_panner32q28_get_current(a3d_panner32q28 panner) { return current<wide>(panner); }
+s32 a3d_buffer32_fill_panner32q28(s32 *out, const s32 *in, a3d_panner32q28 *panner, s32 count) {
+    return fill(out, in, *panner, count);
+}
+s32 a3d_local_mult(s32 a, s32 b) { return low_s32((s64{a} * b + 0x8000) >> 16); }
+s32 s32_mult_s32_s32_shr28(s32 a, s32 b) {
+    return low_s32((s64{low_s32(s64{a} * b)} + 0x8000000) >> 28);
+}
+
+} // extern "C"

@@ -1,0 +1,266 @@
+/* Scenes as they sound. */
+#include "sounds.hpp"
+#include "tests/support/digest.hpp"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstdio>
+
+namespace earshot_scene::test {
+namespace {
+
+constexpr double pi = 3.14159265358979323846;
+
+u64 digest_of(const samples &pairs) {
+    earshot::test::digest pinned;
+    for (const s32 sample : pairs) pinned.add(sample);
+    return pinned.value();
+}
+
+/* --- The same bits everywhere ------------------------------------------------------------------*/
+
+struct pinned_scene {
+    const char *name;
+    u64 digest;
+    std::string text;
+};
+
+std::string many_sources() {
+    std::string text = R"({"version": 1, "sources": [)";
+    for (int k = 0; k < 20; ++k) {
+        char source[200];
+        std::snprintf(source, sizeof source,
+                      R"(%s{"file": "a", "gain": %d, "track": [[0, %d, 0], [0.1, %d, 40]]})",
+                      k == 0 ? "" : ",", -2 * k, 18 * k, 400 - 30 * k);
+        text += source;
+    }
+    return text + "]}";
+}
+
+std::string table(const std::string &) {
+    return "time,x,y,z\n0,0.25,0,0\n0.05,3,0,1\n0.1,3,4,0\n0.15,-100,0,0\n";
+}
+
+TEST(SceneRender, ScenesHaveTheirDigests) {
+    const pinned_scene scenes[] = {
+        {"direction", 1557485991965005373u, scene_text(R"("direction": [30, 10])")},
+        {"position", 2368923530277895570u, scene_text(R"("position": [-3, 4, 1],
+            "rolloff": {"model": "inverse", "minimum": 2, "maximum": 50})")},
+        {"flight", 7924480934207391842u, scene_text(R"("track": [[0, 2, 20, 1], [0.2, 2, -20, 1]],
+            "rolloff": {"model": "linear", "minimum": 1, "maximum": 30})")},
+        {"turns", 17288586654762934593u,
+         scene_text(R"("track": [[0, 0, -40], [0.1, 720, 90], [0.2, -360, 0]])")},
+        {"head", 9036979256656448372u, scene_text(R"("position": [1, 1, 0])", R"("listener": {
+            "position": [0, 0, 1.7], "orientation_track":
+            [[0, 0, 0, 0], [0.1, 90, 45, -30], [0.2, 360, -90, 180]]})")},
+        {"walk", 17766143245033072462u,
+         scene_text(R"("position": [1, 1, 0],
+            "rolloff": {"model": "inverse", "minimum": 1, "maximum": 20})",
+                    R"("listener": {
+            "position_track": [[0, 0, 0, 0], [0.2, 2, 2, 0.5]], "orientation_track":
+            [[0, 1, 0, 0, 0], [0.05, 0.5, 0.5, 0.5, 0.5], [0.2, 0, 0, -1, 0]]})")},
+        {"loop", 1726718025555571643u,
+         scene_text(R"("direction": [-100, 0], "loop": true, "start": 0.0111)",
+                    R"("duration": 0.3)")},
+        {"levels", 5832757741854193876u, R"({"version": 1, "sources": [
+            {"file": "a", "direction": [0, 0], "gain": 20, "dc_block": true},
+            {"file": "b", "position": [0, -1, 0], "gain": -33.333, "dc_block": true,
+             "start": 0.05},
+            {"file": "c", "direction": [180, 0], "gain": 6.02}]})"},
+        {"many", 9199302991828007885u, many_sources()},
+        {"table", 1304151498155868653u,
+         scene_text(R"("track": "table", "gain": -6, "dc_block": true,
+            "start": 0.01, "rolloff": {"model": "none", "minimum": 0.5, "maximum": 60})",
+                    R"("duration": 0.2, "listener": {
+            "orientation": {"quaternion": [0.5, -0.5, 0.5, 0.5]}})")},
+    };
+    samples steps(9000);
+    for (std::size_t i = 0; i < steps.size(); ++i)
+        steps[i] = static_cast<s32>((i / 300 % 7 << 27) + 0x10000000);
+    for (const auto &[name, expected, text] : scenes) {
+        performance played(parse_scene(text, table), {noise(9600, 1), steps, noise(4000, 2, 0)});
+        EXPECT_EQ(expected, digest_of(played.play())) << name;
+    }
+}
+
+/* --- What comes out ----------------------------------------------------------------------------*/
+
+TEST(SceneRender, FixedDirectionsArePlainFilters) {
+    const samples sound = noise(2000, 3, 0);
+    for (const auto &[azimuth, elevation] : {std::pair{0.0, 0.0},
+                                             {2.5, 0.0},
+                                             {90.0, 0.0},
+                                             {-37.5, 35.0},
+                                             {360.0, -90.0},
+                                             {180.0, 90.0}}) {
+        memory_source input(sound);
+        binaural_engine engine(filter_set::directions, 1, 96, 3);
+        engine.place(0, static_cast<s32>(azimuth * 65536), static_cast<s32>(elevation * 65536));
+        binaural_stream plain(engine, {&input});
+        samples expected(2 * (sound.size() + 127));
+        ASSERT_EQ(sound.size() + 127, plain.read(expected.data(), 5000));
+        performance played(scene_text(R"("direction": [)" + std::to_string(azimuth) + ", " +
+                                      std::to_string(elevation) + "]"),
+                           {sound});
+        EXPECT_EQ(expected.size() / 2, static_cast<std::size_t>(*played.stream->frames()));
+        EXPECT_EQ(expected, played.play()) << azimuth;
+    }
+}
+
+TEST(SceneRender, ReadsCanBeCutAnywhere) {
+    const std::string text = scene_text(R"("track": [[0, 2, 20, 1], [0.2, 2, -20, 1]], "gain": 3,
+        "rolloff": {"model": "inverse", "minimum": 1, "maximum": 30}, "dc_block": true)");
+    const samples whole = performance(text, {noise(9600, 4)}).play(20000);
+    for (const std::size_t step : {1u, 95u, 96u, 2047u})
+        EXPECT_EQ(whole, performance(text, {noise(9600, 4)}).play(step)) << step;
+}
+
+TEST(SceneRender, HeadAndSourceTurnTogether) {
+    const samples sound = noise(24000, 5);
+    const samples still = performance(scene_text(R"("direction": [20, 10])"), {sound}).play();
+    EXPECT_EQ(still, performance(scene_text(R"("track": [[0, 20, 10], [0.5, 740, 10]])",
+                                            R"("listener": {"orientation_track":
+                                                [[0, 0, 0, 0], [0.5, 720, 0, 0]]})"),
+                                 {sound})
+                         .play());
+    // Both of them walk, too.
+    EXPECT_EQ(performance(scene_text(R"("position": [3, 1, 0])"), {sound}).play(),
+              performance(scene_text(R"("track": [[0, 3, 1, 0], [0.5, 13, 6, -2]])",
+                                     R"("listener": {"position_track":
+                                         [[0, 0, 0, 0], [0.5, 10, 5, -2]]})"),
+                          {sound})
+                  .play());
+    EXPECT_NE(still,
+              performance(scene_text(R"("track": [[0, 20, 10], [0.5, 740, 10]])"), {sound}).play());
+}
+
+TEST(SceneRender, StartsLoopsAndDurations) {
+    const samples sound = noise(4800, 6);
+    const samples once = performance(scene_text(R"("direction": [50, 0])"), {sound}).play();
+    ASSERT_EQ(2u * (4800 + 127), once.size());
+
+    const samples late =
+        performance(scene_text(R"("direction": [50, 0], "start": 0.1)"), {sound}).play();
+    ASSERT_EQ(once.size() + 9600, late.size());
+    EXPECT_TRUE(std::equal(once.begin(), once.end(), late.begin() + 9600));
+    const std::ptrdiff_t silent = 2 * (4800 - 96); // the frame before the start hears its noise
+    EXPECT_EQ(samples(silent), samples(late.begin(), late.begin() + silent));
+
+    samples thrice;
+    for (int k = 0; k < 3; ++k) thrice.insert(thrice.end(), sound.begin(), sound.end());
+    const samples repeated =
+        performance(scene_text(R"("direction": [50, 0], "loop": true)", R"("duration": 0.25)"),
+                    {sound})
+            .play();
+    ASSERT_EQ(24000u, repeated.size());
+    const samples unrolled = performance(scene_text(R"("direction": [50, 0])"), {thrice}).play();
+    EXPECT_TRUE(std::equal(repeated.begin(), repeated.end(), unrolled.begin()));
+
+    // A duration pads and cuts; a looping source ends with the last that does not.
+    const auto length = [&](const std::string &text) {
+        return performance(text, {sound, noise(100, 7)}).play().size() / 2;
+    };
+    EXPECT_EQ(48000u, length(scene_text(R"("direction": [0, 0])", R"("duration": 1)")));
+    EXPECT_EQ(480u, length(scene_text(R"("direction": [0, 0])", R"("duration": 0.01)")));
+    EXPECT_EQ(4927u, length(R"({"version": 1, "sources": [{"file": "a", "direction": [0, 0]},
+                               {"file": "b", "direction": [0, 0], "loop": true}]})"));
+}
+
+/* Loud sources come out as if their sound had been made louder before, and lowering the output
+ * shows that nothing was clipped inside. */
+TEST(SceneRender, GainsDoNotClipInside) {
+    const samples quiet = noise(9600, 8, 5);
+    samples loud = quiet;
+    for (s32 &sample : loud) sample *= 10;
+    const std::string plain = R"("direction": [75, 0])", raised = plain + R"(, "gain": 20)";
+    const samples expected = performance(scene_text(plain), {loud}).play();
+    const samples amplified = performance(scene_text(raised), {quiet}).play();
+    performance lowered(scene_text(raised), {loud});
+    lowered.stream->set_level(output_level::decibels(-20000), {});
+    const samples restored = lowered.play();
+    double worst = 0;
+    for (std::size_t i = 0; i < expected.size(); ++i)
+        worst = std::max({worst, std::abs(double{1} * amplified[i] - expected[i]),
+                          std::abs(double{1} * restored[i] - expected[i])});
+    RecordProperty("worst", std::to_string(20 * std::log10(worst / 0x1p31)));
+    EXPECT_LT(worst, 0x1p31 * 1e-4);
+    EXPECT_GT(lowered.stream->peak(), s64{1} << 31); // and it would have clipped
+    EXPECT_EQ(0u, lowered.stream->clipped() + lowered.stream->unsafe_frames());
+}
+
+TEST(SceneRender, HeadroomIsAsLargeAsItMustBe) {
+    scene scene;
+    const auto bits = [&](const std::vector<s32> &gains, bool dc_block = false) {
+        scene.sources.assign(gains.size(), {});
+        for (std::size_t k = 0; k < gains.size(); ++k) {
+            scene.sources[k].gain = gains[k];
+            scene.sources[k].dc_block = dc_block;
+        }
+        const scene_headroom found = headroom_for(scene);
+        return std::pair{found.gain, found.guard};
+    };
+    EXPECT_EQ((std::pair{0, 3}), bits({0}));
+    EXPECT_EQ((std::pair{0, 4}), bits({0, 0}));
+    EXPECT_EQ((std::pair{0, 5}), bits({0, 0, 0}));
+    EXPECT_EQ((std::pair{4, 3}), bits({20000}));
+    EXPECT_EQ((std::pair{4, 4}), bits({20000, 20000}));
+    EXPECT_EQ((std::pair{4, 3}), bits({20000, 0, 0, 0}));
+    EXPECT_EQ((std::pair{0, 3}), bits(std::vector<s32>(99, -40000)));
+    EXPECT_EQ((std::pair{1, 4}), bits({0, 0}, true));
+    // Sources at full scale in the worst way stay inside.
+    const std::string text = many_sources();
+    std::vector<samples> steps;
+    for (int sign : {1, -1}) steps.emplace_back(4800, sign < 0 ? INT32_MIN : INT32_MAX);
+    performance played(text, {steps[0]}), negative(text, {steps[1]});
+    played.play();
+    negative.play();
+    EXPECT_EQ(0u, played.stream->unsafe_frames() + negative.stream->unsafe_frames());
+}
+
+/* --- Clicks ------------------------------------------------------------------------------------*/
+
+/* Energy above 4 kHz of one ear against all of it, dB. */
+double click_level(const samples &pairs) {
+    constexpr int reach = 200; // of a windowed high-pass, -92 dB at 1 kHz
+    std::vector<double> taps(2 * reach + 1);
+    for (int t = -reach; t <= reach; ++t) {
+        const double x = pi * t / (reach + 1), cutoff = 4000.0 / 48000;
+        const double window =
+            0.35875 + 0.48829 * std::cos(x) + 0.14128 * std::cos(2 * x) + 0.01168 * std::cos(3 * x);
+        const double low = t == 0 ? 2 * cutoff : std::sin(2 * pi * cutoff * t) / (pi * t);
+        taps[static_cast<std::size_t>(t + reach)] = window * ((t == 0 ? 1 : 0) - low);
+    }
+    double high = 0, all = 0;
+    for (std::size_t i = 0; i + 2 * taps.size() <= pairs.size() - 2 * 4800; i += 2) {
+        double y = 0;
+        for (std::size_t t = 0; t < taps.size(); ++t) y += taps[t] * pairs[2 * 2400 + i + 2 * t];
+        high += y * y;
+        all += std::pow(double{1} * pairs[2 * 2400 + i], 2);
+    }
+    return 10 * std::log10(high / all);
+}
+
+TEST(SceneRender, FlightsAreContinuous) {
+    samples tone(48000);
+    for (std::size_t i = 0; i < tone.size(); ++i)
+        tone[i] = static_cast<s32>(1e9 * std::sin(2 * pi * static_cast<double>(i % 48) / 48));
+    const std::string rolloff =
+        R"(, "rolloff": {"model": "inverse", "minimum": 1, "maximum": 100})";
+    const auto level = [&](const std::string &place) {
+        return click_level(performance(scene_text(place + rolloff), {tone}).play());
+    };
+    const double still = level(R"("position": [2, 1, 0])");
+    const double flight = level(R"("track": [[0, 1, 20, 0], [1, 1, -20, 0]])");
+    const double jumps = level(R"("track": [[0, 1, 20, 0], [0.33334, 1, 20, 0],
+        [0.33335, 1, -1, 0], [0.66667, 1, -1, 0], [0.66668, 1, 3, 0]])");
+    RecordProperty("still", std::to_string(still));
+    RecordProperty("flight", std::to_string(flight));
+    RecordProperty("jumps", std::to_string(jumps));
+    EXPECT_LT(still, -80);
+    EXPECT_LT(flight, -60);
+    EXPECT_LT(jumps, -40);
+}
+
+} // namespace
+} // namespace earshot_scene::test

@@ -1,0 +1,86 @@
+/* Sounds made of integers, and scenes that play them. */
+#ifndef EARSHOT_TESTS_SCENE_SOUNDS_HPP
+#define EARSHOT_TESTS_SCENE_SOUNDS_HPP
+
+#include "scene/looping_source.hpp"
+#include "scene/scene_json.hpp"
+#include "scene/scene_stream.hpp"
+
+#include <algorithm>
+#include <deque>
+#include <string>
+#include <vector>
+
+namespace earshot_scene::test {
+
+using samples = std::vector<s32>;
+
+/* Noise with `level` bits less than full scale. */
+inline samples noise(std::size_t length, u64 seed, int level = 2) {
+    samples sound(length);
+    for (s32 &sample : sound) {
+        seed = seed * 6364136223846793005u + 1442695040888963407u;
+        sample = static_cast<s32>(seed >> 32) >> level;
+    }
+    return sound;
+}
+
+class memory_source : public rewindable_source {
+  public:
+    explicit memory_source(samples sound) : sound_(std::move(sound)) {}
+
+    int channels() const override { return 1; }
+    int rate() const override { return scene_rate; }
+    std::optional<s64> frames() const override { return static_cast<s64>(sound_.size()); }
+    void rewind() override { position_ = 0; }
+    std::size_t read(s32 *mono, std::size_t frames) override {
+        const std::size_t count = std::min(frames, sound_.size() - position_);
+        std::copy_n(sound_.data() + position_, count, mono);
+        position_ += count;
+        return count;
+    }
+
+  private:
+    samples sound_;
+    std::size_t position_ = 0;
+};
+
+/* A scene with its sounds, one for each source. */
+struct performance {
+    performance(earshot_scene::scene played, const std::vector<samples> &sounds)
+        : scene(std::move(played)) {
+        std::vector<frame_source *> inputs;
+        for (std::size_t k = 0; k < scene.sources.size(); ++k) {
+            memory_source &once = files.emplace_back(sounds[k % sounds.size()]);
+            inputs.push_back(&once);
+            if (scene.sources[k].loop) inputs.back() = &loops.emplace_back(once);
+        }
+        stream.emplace(scene, inputs);
+    }
+    performance(const std::string &text, const std::vector<samples> &sounds)
+        : performance(parse_scene(text, {}), sounds) {}
+
+    /* All that is left, in reads of so many frames. */
+    samples play(std::size_t step = 1000) {
+        samples out, block(2 * step);
+        while (const std::size_t got = stream->read(block.data(), step))
+            out.insert(out.end(), block.begin(),
+                       block.begin() + static_cast<std::ptrdiff_t>(2 * got));
+        return out;
+    }
+
+    earshot_scene::scene scene;
+    std::deque<memory_source> files;
+    std::deque<looping_source> loops;
+    std::optional<scene_stream> stream;
+};
+
+/* A scene's text with some keys of its own; those of the source follow "file". */
+inline std::string scene_text(const std::string &source, const std::string &top = "") {
+    return R"({"version": 1, )" + (top.empty() ? "" : top + ", ") +
+           R"("sources": [{"file": "a", )" + source + "}]}";
+}
+
+} // namespace earshot_scene::test
+
+#endif

@@ -1,0 +1,139 @@
+/* What happens to a source before it reaches the head. */
+#include "scene/dc_blocker.hpp"
+#include "scene/source_chain.hpp"
+
+#include "sounds.hpp"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+
+namespace earshot_scene::test {
+namespace {
+
+constexpr s32 q16 = 65536;
+
+/* Everything a chain yields, at its own level. */
+samples chain_output(const scene_source &source, const scene_listener &listener,
+                     const samples &sound, int headroom = 0) {
+    memory_source input(sound);
+    source_chain chain(source, listener, input, headroom);
+    samples out(sound.size() + static_cast<std::size_t>(source.start) + 10);
+    std::size_t got = 0;
+    // Odd pieces, to cross the blocks of the gain.
+    for (std::size_t step = 1; got < out.size(); step = step * 7 % 263) {
+        const std::size_t asked = std::min(step, out.size() - got);
+        const std::size_t more = chain.read(out.data() + got, asked);
+        got += more;
+        if (more < asked) break;
+    }
+    out.resize(got);
+    return out;
+}
+
+scene_source at_distance(double distance, const scene_rolloff &rolloff) {
+    scene_source source;
+    source.place = track<position>{{0, {static_cast<s32>(distance * q16), 0, 0}}};
+    source.rolloff = rolloff;
+    return source;
+}
+
+TEST(SceneStages, NothingToDoChangesNothing) {
+    const samples sound = noise(3000, 1, 0);
+    EXPECT_EQ(sound, chain_output({}, {}, sound));
+    scene_source late;
+    late.start = 1234;
+    samples delayed(1234);
+    delayed.insert(delayed.end(), sound.begin(), sound.end());
+    EXPECT_EQ(delayed, chain_output(late, {}, sound));
+}
+
+TEST(SceneStages, LoopsHaveNoJoints) {
+    const samples sound = noise(1000, 2);
+    memory_source once(sound), silent(samples{});
+    looping_source loop(once), nothing(silent);
+    samples out(7777);
+    EXPECT_EQ(5000u, loop.read(out.data(), 5000));
+    EXPECT_EQ(2777u, loop.read(out.data() + 5000, 2777));
+    for (std::size_t i = 0; i < out.size(); ++i) ASSERT_EQ(sound[i % 1000], out[i]) << i;
+    EXPECT_EQ(0u, nothing.read(out.data(), 10));
+}
+
+/* Against the same filter in double precision, for noise and steps that fill the 32 bits, where the
+ * error is less than -165 dB; and what rounding leaves of a constant: -138 dB. */
+TEST(SceneStages, DcBlockerHasTheResolutionOfItsSamples) {
+    samples sound = noise(48000, 3, 0);
+    for (std::size_t i = 8000; i < 24000; ++i) sound[i] = i % 500 < 250 ? INT32_MIN : INT32_MAX;
+    for (std::size_t i = 24000; i < 36000; ++i) sound[i] = 123456789 + (sound[i] >> 8);
+    samples out = sound;
+    dc_blocker blocker;
+    blocker.process(out.data(), 10001);
+    blocker.process(out.data() + 10001, out.size() - 10001);
+    double x = 0, y = 0, noise_power = 0;
+    for (std::size_t i = 0; i < sound.size(); ++i) {
+        y = sound[i] - x + y * 32638 / 32768;
+        x = sound[i];
+        noise_power += std::pow((2.0 * out[i] - y) / 0x1p31, 2);
+    }
+    const double floor = 10 * std::log10(noise_power / static_cast<double>(sound.size()));
+    RecordProperty("noise_floor_db", std::to_string(floor));
+    EXPECT_LT(floor, -165);
+
+    samples constant(48000, 2000000000);
+    dc_blocker{}.process(constant.data(), constant.size());
+    EXPECT_LE(std::abs(constant.back()), 126); // at half the level
+}
+
+TEST(SceneStages, LevelsAreExact) {
+    const samples sound = noise(1000, 4, 0);
+    scene_source source;
+    for (const auto &[thousandths, headroom] : {std::pair{20000, 4}, {-20000, 0}, {6021, 1}}) {
+        source.gain = thousandths;
+        const samples out = chain_output(source, {}, sound, headroom);
+        const double gain = std::pow(10, thousandths / 20000.0) / (1 << headroom);
+        for (std::size_t i = 0; i < sound.size(); ++i) ASSERT_NEAR(sound[i] * gain, out[i], 1.5);
+    }
+}
+
+/* The level of noise against that at one metre from its source. */
+TEST(SceneStages, LevelsRollOff) {
+    const samples sound = noise(5000, 5, 0);
+    const auto level = [&](double distance, const scene_rolloff &rolloff) {
+        double energy = 0;
+        for (const s32 sample : chain_output(at_distance(distance, rolloff), {}, sound))
+            energy += std::pow(sample / 0x1p31, 2);
+        return std::sqrt(energy / 5000) * std::sqrt(3); // of noise at full scale
+    };
+    const scene_rolloff inverse{ROLLOFF_INVERSE, q16, 1000 * q16};
+    EXPECT_NEAR(1.0, level(0.5, inverse), 0.02);
+    for (const double distance : {1.0, 2.0, 4.0, 8.0, 16.0})
+        EXPECT_NEAR(0.5 / level(distance, inverse) * (1 - distance / 1000), distance,
+                    0.02 * distance);
+    const scene_rolloff linear{ROLLOFF_LINEAR, q16, 11 * q16};
+    EXPECT_NEAR(0.25, level(6, linear), 0.005);
+    EXPECT_EQ(0, level(10.95, linear));
+    const scene_rolloff none{ROLLOFF_NONE, q16, 11 * q16};
+    EXPECT_NEAR(1.0, level(6, none), 0.02);
+    EXPECT_EQ(0, level(20, none));
+}
+
+/* A gain that changes goes in a straight line through every block of 96 samples. */
+TEST(SceneStages, GainsGlide) {
+    scene_source source = at_distance(2, {ROLLOFF_LINEAR, q16, 11 * q16});
+    std::get<track<position>>(source.place).push_back({9600, {10 * q16, 0, 0}});
+    constexpr s32 level = 1 << 30;
+    const samples out = chain_output(source, {}, samples(9600, level));
+    s64 steepest = 0, bend = 0;
+    for (std::size_t i = 1; i < out.size(); ++i) {
+        const s64 slope = s64{out[i]} - out[i - 1];
+        steepest = std::max(steepest, std::abs(slope));
+        if (i % 96 > 1) bend = std::max(bend, std::abs(slope - (s64{out[i - 1]} - out[i - 2])));
+    }
+    EXPECT_NEAR(0.45 * level, out.front(), level / 200.0);
+    EXPECT_NEAR(0.05 * level, out.back(), level / 200.0);
+    EXPECT_LE(steepest, 2 * (level >> 15)); // the gain's smallest steps
+    EXPECT_LE(bend, level >> 15);
+}
+
+} // namespace
+} // namespace earshot_scene::test
