@@ -11,7 +11,7 @@ namespace {
 constexpr s32 least_size = 16;
 
 void transform(const fft_set &set, variant v, const s32 *in, s32 n, s32 *out) {
-    const form f = form_for(set.magnitude_bits(in, 2 * n), headroom_of(v, n));
+    const form f = form_for(set, in, 2 * n, headroom_of(v, n));
     set.complex[v][f](in, n, own_twiddle_rows(n, v != forward), out);
 }
 

@@ -24,9 +24,9 @@ constexpr s32 log2_of(s32 n) { return std::countr_zero(static_cast<u32>(n)); }
 // that. Halving butterflies leave moduli as they are, within a few units.
 constexpr s32 headroom_of(variant v, s32 n) { return v == inverse_scaled ? 2 : log2_of(n) + 2; }
 
-// Which form may run on words whose magnitudes need these bits.
-constexpr form form_for(u32 magnitude_bits, s32 headroom) {
-    return magnitude_bits >> (31 - headroom) == 0 ? plain : saturating;
+// The form for words of which so much headroom is asked.
+inline form form_for(const fft_set &set, const s32 *words, s32 count, s32 headroom) {
+    return set.are_within(words, count, 31 - headroom) ? plain : saturating;
 }
 
 // Whether a caller's table has the words of the library's own, as far as n complex values need it.

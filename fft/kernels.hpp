@@ -26,8 +26,8 @@ enum form : u32 {
 inline constexpr int variant_count = 3, form_count = 2;
 
 struct fft_set {
-    // All bits that the magnitudes of these words need.
-    u32 (*magnitude_bits)(const s32 *words, s32 count);
+    // Whether all words are from -2^bits to 2^bits - 1, bits at most 30.
+    bool (*are_within)(const s32 *words, s32 count, s32 bits);
     // Whether all words are the same.
     bool (*are_same)(const s32 *a, const s32 *b, s32 count);
     // n complex values.

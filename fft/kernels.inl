@@ -28,11 +28,17 @@ template <class V, class Word> u32 all_bits(s32 count, const Word &word) {
     return static_cast<u32>(all);
 }
 
-template <class V> EARSHOT_KERNEL u32 magnitude_bits(const s32 *words, s32 count) {
-    return all_bits<V>(count, [=](auto v, s32 i) {
-        const auto word = v.load(words + i);
-        return v.differing(word, decltype(v)::template shift_right<31>(word));
+template <class V> EARSHOT_KERNEL bool are_within(const s32 *words, s32 count, s32 bits) {
+    // Adding 2^bits takes what is within to 0 and above, below 2^(bits + 1).
+    const s32 offset = s32{1} << bits;
+    const auto moved = V::splat(offset);
+    const u32 all = all_bits<V>(count, [=](auto v, s32 i) {
+        if constexpr (decltype(v)::width == 1)
+            return v.add(v.load(words + i), offset);
+        else
+            return v.add(v.load(words + i), moved);
     });
+    return all >> (bits + 1) == 0;
 }
 
 template <class V> EARSHOT_KERNEL bool are_same(const s32 *a, const s32 *b, s32 count) {
@@ -91,7 +97,7 @@ template <class V, variant v, form f> void split_stage(s32 *spec, s32 n, const s
 
 template <class V>
 constexpr fft_set fft_set_of = {
-    magnitude_bits<V>,
+    are_within<V>,
     are_same<V>,
     {{complex_transform<V, forward, saturating>, complex_transform<V, forward, plain>},
      {complex_transform<V, inverse_scaled, saturating>,

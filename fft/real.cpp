@@ -46,7 +46,7 @@ void transform(const fft_set &set, variant v, form f, s32 *spec, s32 n,
 // In is const s32 forward, s32 inverse.
 template <class In> void transform(const fft_set &set, variant v, In *in, s32 n, s32 *out) {
     const s32 words = v == forward ? n : n + 1; // of a spectrum all but the last imaginary one
-    const form f = form_for(set.magnitude_bits(in, words), headroom_of_real(v, n));
+    const form f = form_for(set, in, words, headroom_of_real(v, n));
     transform(set, v, f, in, n, own_twiddles(v, n), out);
 }
 

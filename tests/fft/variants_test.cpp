@@ -80,22 +80,28 @@ TEST(fft_variants, plain_has_the_bits_of_saturating_up_to_the_border) {
     });
 }
 
-/* The bits of magnitudes, and words that differ, wherever they stand. */
+/* Words that differ, and those beyond the border, wherever they stand. */
 TEST(fft_variants, single_words_are_seen) {
     at_every_level([](level l) {
         for (const s32 n : {16, 64}) {
             const fft_set &set = fft_set_at(l, n);
-            for (s32 count = 0; count <= 67; ++count) {
-                words a(u32(count) + 5), b(u32(count) + 5);
+            for (s32 count = 1; count <= 67; ++count) {
+                words a(u32(count) + 5), b = a;
                 a[0] = a.back() = INT32_MIN; /* outside */
                 for (s32 i = 1; i <= count; ++i) {
-                    const s32 bit = static_cast<s32>(u32{1} << i % 32);
-                    EXPECT_EQ(0, set.magnitude_bits(&a[1], count));
-                    EXPECT_TRUE(set.are_same(&a[1], &b[1], count));
-                    a[u32(i)] = bit;
-                    EXPECT_EQ(u32(bit < 0 ? ~bit : bit), set.magnitude_bits(&a[1], count));
+                    const s32 bits = i % 31, low = static_cast<s32>(-(s64{1} << bits));
+                    s32 &word = a[u32(i)];
+                    const auto within = [&](s32 w) {
+                        word = w;
+                        return set.are_within(&a[1], count, bits);
+                    };
+                    EXPECT_TRUE(within(low) && within(~low)) << count << ' ' << i;
+                    EXPECT_FALSE(within(low - 1) || within(-low)) << count << ' ' << i;
+                    EXPECT_FALSE(within(INT32_MIN) || within(INT32_MAX));
+                    word = low;
                     EXPECT_FALSE(set.are_same(&a[1], &b[1], count));
-                    a[u32(i)] = 0;
+                    word = 0;
+                    EXPECT_TRUE(set.are_same(&a[1], &b[1], count));
                 }
             }
         }
