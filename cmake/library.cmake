@@ -5,8 +5,10 @@ add_library(earshot_objects OBJECT
   fft/kernels.cpp
   fft/kernels_scalar.cpp
   fft/real.cpp
+  fft/stages.cpp
   fft/tables.cpp
   fft/transform16.cpp
+  fft/twiddle_rows.cpp
   filters/all_pass.cpp
   filters/biquad.cpp
   filters/dc_block.cpp
@@ -19,9 +21,10 @@ add_library(earshot_objects OBJECT
   hrtf/back.cpp
   hrtf/crossfade.cpp
   hrtf/front.cpp
+  hrtf/kernels.cpp
+  hrtf/kernels_scalar.cpp
   hrtf/module.cpp
   hrtf/select.cpp
-  hrtf/spectral_product.cpp
   hrtf/table_groups.cpp
   hrtf/tables.S
   kernel/exports.cpp
@@ -58,23 +61,28 @@ set_target_properties(earshot_objects PROPERTIES
 target_link_libraries(earshot_objects PRIVATE $<BUILD_INTERFACE:earshot_options>)
 
 # The vectorised kernels, a file each per instruction set, compiled for its own: the rest of the
-# library runs on any processor of the target.
-function(earshot_add_instruction_set name flag)
-  foreach(source fft/kernels_${name}.cpp hoa_effect/mix_${name}.cpp
-      spatial/gain_${name}.cpp)
-    target_sources(earshot_objects PRIVATE ${source})
-    set_source_files_properties(${source} PROPERTIES COMPILE_OPTIONS "${flag};-O3")
+# library runs on any processor of the target. Loops over the channels of a matrix want to be
+# unrolled, or its coefficients live in memory; anything more only makes the code longer.
+function(earshot_add_instruction_set name)
+  foreach(kernels fft/kernels hoa_effect/mix hrtf/kernels spatial/gain)
+    target_sources(earshot_objects PRIVATE ${kernels}_${name}.cpp)
+    set_source_files_properties(${kernels}_${name}.cpp PROPERTIES COMPILE_OPTIONS
+      "${ARGN};-O2;$<$<CXX_COMPILER_ID:GNU>:-fpeel-loops>")
   endforeach()
-  string(TOUPPER ${name} upper)
-  target_compile_definitions(earshot_objects PRIVATE EARSHOT_HAVE_${upper})
 endfunction()
 
 if(CMAKE_SYSTEM_PROCESSOR MATCHES "^(x86_64|AMD64|i.86)$")
+  earshot_add_instruction_set(sse41 -msse4.1)
   earshot_add_instruction_set(avx2 -mavx2)
+  earshot_add_instruction_set(avx512
+    -mavx512f -mavx512dq -mavx512bw -mavx512vl -mavx512vbmi -mprefer-vector-width=512)
+  target_compile_definitions(earshot_objects PRIVATE EARSHOT_HAVE_X86)
 elseif(CMAKE_SYSTEM_PROCESSOR MATCHES "^(aarch64|arm64)$")
   earshot_add_instruction_set(neon -march=armv8-a)
+  target_compile_definitions(earshot_objects PRIVATE EARSHOT_HAVE_NEON)
 elseif(CMAKE_SYSTEM_PROCESSOR MATCHES "^arm")
   earshot_add_instruction_set(neon -mfpu=neon)
+  target_compile_definitions(earshot_objects PRIVATE EARSHOT_HAVE_NEON)
 endif()
 
 add_library(earshot SHARED $<TARGET_OBJECTS:earshot_objects>)

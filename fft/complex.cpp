@@ -1,5 +1,7 @@
-// The complex transforms: the entry points and their stages by themselves.
+// The complex transforms: the choice of their kernels.
 #include "fft/complex.hpp"
+
+#include "fft/tables.hpp"
 
 #include <earshot/fft.h>
 
@@ -8,27 +10,31 @@ namespace {
 
 constexpr s32 least_size = 16;
 
-void first_stage(variant v, const s32 *in, s32 n, const s32 *twiddles, s32 *out) {
-    if (is_transform_size(n, least_size)) fft_stages_of(v).first(in, n, twiddles, out, log2_of(n));
+void transform(const fft_set &set, variant v, const s32 *in, s32 n, s32 *out) {
+    const form f = form_for(set, in, 2 * n, headroom_of(v, n));
+    set.complex[v][f](in, n, own_twiddle_rows(n, v != forward), out);
 }
 
-void later_stages(variant v, s32 *data, s32 n, const s32 *twiddles) {
-    if (is_transform_size(n, least_size)) fft_stages_of(v).later(data, n, twiddles, log2_of(n));
-}
-
-void radix2_stage(variant v, s32 *data, s32 n) {
-    if (is_transform_size(n, least_size)) fft_stages_of(v).radix2(data, n);
+// Apart, because of the stack that a copy takes. Nothing is known of these twiddles.
+__attribute__((noinline)) void transform_by_copy(const fft_set &set, variant v, const s32 *in,
+                                                 s32 n, const s32 *twiddles, s32 *out) {
+    const twiddle_copy copy(twiddles, n, v != forward);
+    set.complex[v][saturating](in, n, copy.rows(), out);
 }
 
 } // namespace
 
+bool is_own_table(const fft_set &set, const s32 *twiddles, s32 n) {
+    return set.are_same(twiddles, fft_twiddles[0], 6 * (n / 4));
+}
+
 void complex_transform(variant v, const s32 *in, s32 n, const s32 *twiddles, s32 *out) {
     if (!is_transform_size(n, least_size)) return;
-    const fft_stages &stages = fft_stages_of(v);
-    const s32 log2n = log2_of(n);
-    stages.first(in, n, twiddles, out, log2n);
-    stages.later(out, n, twiddles, log2n);
-    if (log2n % 2 != 0) stages.radix2(out, n);
+    const fft_set &set = fft_set_at(active_level(), n);
+    if (is_own_table(set, twiddles, n))
+        transform(set, v, in, n, out);
+    else
+        transform_by_copy(set, v, in, n, twiddles, out);
 }
 
 } // namespace earshot
@@ -46,27 +52,5 @@ void cmplxifft32x32_scaled(const s32 *in, s32 n, const s32 *twiddles, s32 *out) 
 void cmplxifft32x32(const s32 *in, s32 n, const s32 *twiddles, s32 *out) {
     complex_transform(inverse_unscaled, in, n, twiddles, out);
 }
-
-void fftRadix4Stage1_32x32_neon(const s32 *in, s32 n, const s32 *twiddles, s32 *out, s32) {
-    first_stage(forward, in, n, twiddles, out);
-}
-void ifftRadix4Stage1_32x32_neon(const s32 *in, s32 n, const s32 *twiddles, s32 *out, s32) {
-    first_stage(inverse_scaled, in, n, twiddles, out);
-}
-void ifftRadix4Stage1_32x32_neon_noscale(const s32 *in, s32 n, const s32 *twiddles, s32 *out, s32) {
-    first_stage(inverse_unscaled, in, n, twiddles, out);
-}
-void fftRadix4Stage_32x32_neon(s32 *data, s32 n, const s32 *twiddles, s32) {
-    later_stages(forward, data, n, twiddles);
-}
-void ifftRadix4Stage_32x32_neon(s32 *data, s32 n, const s32 *twiddles, s32) {
-    later_stages(inverse_scaled, data, n, twiddles);
-}
-void ifftRadix4Stage_32x32_neon_noscale(s32 *data, s32 n, const s32 *twiddles, s32) {
-    later_stages(inverse_unscaled, data, n, twiddles);
-}
-void fftRadix2Stage_neon(s32 *data, s32 n) { radix2_stage(forward, data, n); }
-void ifftRadix2Stage_neon(s32 *data, s32 n) { radix2_stage(inverse_scaled, data, n); }
-void ifftRadix2Stage_neon_noscale(s32 *data, s32 n) { radix2_stage(inverse_unscaled, data, n); }
 
 } // extern "C"

@@ -4,9 +4,11 @@
 
 namespace earshot {
 
-const fft_stages &fft_stages_of(variant v) {
+const fft_set &fft_set_at(level l, s32 n) {
     static constexpr const fft_set *sets[] = EARSHOT_LEVEL_TABLE(fft);
-    return sets[static_cast<u32>(active_level())]->of[v];
+    constexpr s32 least_of_wide = 64;
+    if (n < least_of_wide && (l == level::avx2 || l == level::avx512)) l = level::sse41;
+    return *sets[static_cast<u32>(l)];
 }
 
 } // namespace earshot

@@ -1,8 +1,9 @@
-// The stages of the transforms, one set per instruction set. fft/complex.cpp and fft/real.cpp put
-// them together.
+// The kernels of the transforms, one set per instruction set. fft/complex.cpp and fft/real.cpp
+// choose among them.
 #ifndef EARSHOT_FFT_KERNELS_HPP
 #define EARSHOT_FFT_KERNELS_HPP
 
+#include "fft/twiddle_rows.hpp"
 #include "kernel/level.hpp"
 
 #include <earshot/types.h>
@@ -16,28 +17,34 @@ enum variant : u32 {
     inverse_unscaled, // e^(+j...), wrapping
 };
 
-inline constexpr int variant_count = 3;
-
-// n is the size of the complex transform, of the real one for split; log2n its logarithm.
-struct fft_stages {
-    // Span n/4, from in in natural order to out in bit-reversed order.
-    void (*first)(const s32 *in, s32 n, const s32 *twiddles, s32 *out, s32 log2n);
-    // The radix-4 stages behind the first, in place.
-    void (*later)(s32 *data, s32 n, const s32 *twiddles, s32 log2n);
-    // The stage without twiddles for odd log2n, in place.
-    void (*radix2)(s32 *data, s32 n);
-    // Half-length spectrum to packed spectrum (forward), or back, in place.
-    void (*split)(s32 *spec, s32 n, const s32 *split_twiddles, s32 stride);
+// What the operands of a kernel may be. Both forms give the same bits where plain may run.
+enum form : u32 {
+    saturating, // anything
+    plain,      // so small that no sum overflows (see headroom_of)
 };
+
+inline constexpr int variant_count = 3, form_count = 2;
 
 struct fft_set {
-    fft_stages of[variant_count];
+    // Whether all words are from -2^bits to 2^bits - 1, bits at most 30.
+    bool (*are_within)(const s32 *words, s32 count, s32 bits);
+    // Whether all words are the same.
+    bool (*are_same)(const s32 *a, const s32 *b, s32 count);
+    // n complex values.
+    void (*complex[variant_count][form_count])(const s32 *in, s32 n, const twiddle_rows &twiddles,
+                                               s32 *out);
+    // n samples, which are shifted right first, to the packed spectrum.
+    void (*real_forward[form_count])(const s32 *in, s32 shift, s32 n, const twiddle_rows &twiddles,
+                                     const split_rows &split, s32 *out);
+    // Half-length spectrum of n samples to packed spectrum (forward, only saturating), or back, in
+    // place.
+    void (*split[variant_count][form_count])(s32 *spec, s32 n, const split_rows &split);
 };
 
-extern const fft_set fft_scalar, fft_avx2, fft_neon;
+extern const fft_set fft_scalar, fft_sse41, fft_avx2, fft_avx512, fft_neon;
 
-// The stages of a variant at the active level.
-const fft_stages &fft_stages_of(variant v);
+// The kernels of a level for n complex values. Wide levels leave small sizes to narrower ones.
+const fft_set &fft_set_at(level l, s32 n);
 
 } // namespace earshot
 

@@ -3,6 +3,7 @@
 #include "fft/real.hpp"
 
 #include "fft/complex.hpp"
+#include "fft/tables.hpp"
 
 #include <earshot/fft.h>
 
@@ -16,29 +17,80 @@ constexpr bool is_real_transform(s32 n, s32 stride) {
     return is_transform_size(n, least_size) && stride >= 1 && stride <= 1024 / n;
 }
 
-void split_stage(variant v, s32 *spec, s32 n, const s32 *split_twiddles, s32 stride) {
-    if (is_real_transform(n, stride)) fft_stages_of(v).split(spec, n, split_twiddles, stride);
+// As for the complex transforms; the split stage makes moduli sqrt 2 times as large where it
+// halves, twice that where it does not. The forward transform has it last, where there is room.
+constexpr s32 headroom_of_real(variant v, s32 n) {
+    return headroom_of(v, n / 2) + (v == forward ? 0 : v == inverse_scaled ? 1 : 2);
 }
 
-void inverse(variant v, s32 *spec, s32 n, const s32 *twiddles, const s32 *split_twiddles,
-             s32 stride, s32 *out) {
+struct real_twiddles {
+    twiddle_rows complex;
+    split_rows split;
+};
+
+real_twiddles own_twiddles(variant v, s32 n) {
+    return {own_twiddle_rows(n / 2, v != forward), own_split_rows(n, v != forward)};
+}
+
+void transform(const fft_set &set, variant, form f, const s32 *in, s32 n,
+               const real_twiddles &twiddles, s32 *out) {
+    set.real_forward[f](in, 0, n, twiddles.complex, twiddles.split, out);
+}
+
+void transform(const fft_set &set, variant v, form f, s32 *spec, s32 n,
+               const real_twiddles &twiddles, s32 *out) {
+    set.split[v][f](spec, n, twiddles.split);
+    set.complex[v][f](spec, n / 2, twiddles.complex, out);
+}
+
+// In is const s32 forward, s32 inverse.
+template <class In> void transform(const fft_set &set, variant v, In *in, s32 n, s32 *out) {
+    const s32 words = v == forward ? n : n + 1; // of a spectrum all but the last imaginary one
+    const form f = form_for(set, in, words, headroom_of_real(v, n));
+    transform(set, v, f, in, n, own_twiddles(v, n), out);
+}
+
+// Apart, because of the stack that copies take. Nothing is known of these twiddles.
+template <class In>
+__attribute__((noinline)) void transform_by_copies(const fft_set &set, variant v, In *in, s32 n,
+                                                   const s32 *twiddles, const s32 *split_twiddles,
+                                                   s32 stride, s32 *out) {
+    const twiddle_copy complex(twiddles, n / 2, v != forward);
+    const split_copy split(split_twiddles, n, stride, v != forward);
+    transform(set, v, saturating, in, n, {complex.rows(), split.rows()}, out);
+}
+
+bool is_own_split_table(const fft_set &set, const s32 *split_twiddles, s32 n, s32 stride) {
+    return stride == 1024 / n && set.are_same(split_twiddles, fft_split_twiddles[0], 2 * 256);
+}
+
+template <class In>
+void transform(variant v, In *in, s32 n, const s32 *twiddles, const s32 *split_twiddles, s32 stride,
+               s32 *out) {
     if (!is_real_transform(n, stride)) return;
-    split_stage(v, spec, n, split_twiddles, stride);
-    complex_transform(v, spec, n / 2, twiddles, out);
+    const fft_set &set = fft_set_at(active_level(), n / 2);
+    if (is_own_table(set, twiddles, n / 2) && is_own_split_table(set, split_twiddles, n, stride))
+        transform(set, v, in, n, out);
+    else
+        transform_by_copies(set, v, in, n, twiddles, split_twiddles, stride, out);
+}
+
+void split_stage(variant v, s32 *spec, s32 n, const s32 *split_twiddles, s32 stride) {
+    if (!is_real_transform(n, stride)) return;
+    const split_copy copy(split_twiddles, n, stride, v != forward);
+    fft_set_at(active_level(), n / 2).split[v][saturating](spec, n, copy.rows());
 }
 
 } // namespace
 
-void rfft_32x32(const s32 *in, s32 n, const s32 *twiddles, const s32 *split_twiddles, s32 stride,
-                s32 *out) {
-    if (!is_real_transform(n, stride)) return;
-    complex_transform(forward, in, n / 2, twiddles, out);
-    split_stage(forward, out, n, split_twiddles, stride);
+void rfft_of_shifted(const s32 *in, s32 shift, s32 n, s32 *out) {
+    fft_set_at(active_level(), n / 2)
+        .real_forward[plain](in, shift, n, own_twiddle_rows(n / 2, false), own_split_rows(n, false),
+                             out);
 }
 
-void rifft_32x32_scaled(s32 *spec, s32 n, const s32 *twiddles, const s32 *split_twiddles,
-                        s32 stride, s32 *out) {
-    inverse(inverse_scaled, spec, n, twiddles, split_twiddles, stride, out);
+void rifft_32x32_scaled(s32 *spec, s32 n, s32 *out) {
+    transform(fft_set_at(active_level(), n / 2), inverse_scaled, spec, n, out);
 }
 
 } // namespace earshot
@@ -49,15 +101,15 @@ extern "C" {
 
 void Vorkel_rfft_32x32(const s32 *in, s32 n, const s32 *twiddles, const s32 *split_twiddles,
                        s32 stride, s32 *out) {
-    rfft_32x32(in, n, twiddles, split_twiddles, stride, out);
+    transform(forward, in, n, twiddles, split_twiddles, stride, out);
 }
 void Vorkel_rifft_32x32_scaled(s32 *spec, s32 n, const s32 *twiddles, const s32 *split_twiddles,
                                s32 stride, s32 *out) {
-    rifft_32x32_scaled(spec, n, twiddles, split_twiddles, stride, out);
+    transform(inverse_scaled, spec, n, twiddles, split_twiddles, stride, out);
 }
 void Vorkel_rifft_32x32(s32 *spec, s32 n, const s32 *twiddles, const s32 *split_twiddles,
                         s32 stride, s32 *out) {
-    inverse(inverse_unscaled, spec, n, twiddles, split_twiddles, stride, out);
+    transform(inverse_unscaled, spec, n, twiddles, split_twiddles, stride, out);
 }
 
 void rfftStage_32x32_neon(s32 *spec, s32 n, const s32 *split_twiddles, s32 stride) {

@@ -7,10 +7,10 @@
 
 namespace earshot {
 
-const s32 fft_twiddles[256][6] = {
+alignas(64) const s32 fft_twiddles[256][6] = {
 #include "fft/generated/twiddles.inc"
 };
-const s32 fft_split_twiddles[256][2] = {
+alignas(64) const s32 fft_split_twiddles[256][2] = {
 #include "fft/generated/split_twiddles.inc"
 };
 

@@ -30,7 +30,7 @@ struct mix_set {
     mix_kernels<s32> wide;
 };
 
-extern const mix_set mix_scalar, mix_avx2, mix_neon;
+extern const mix_set mix_scalar, mix_sse41, mix_avx2, mix_avx512, mix_neon;
 
 // The kernels of a level that is available.
 const mix_set &mix_at(level l);

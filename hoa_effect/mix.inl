@@ -6,6 +6,11 @@
 namespace earshot {
 namespace {
 
+constexpr s32 most_lanes = 16;
+// What the lanes of a vector are behind its last one.
+constexpr s32 steps_back[most_lanes] = {-15, -14, -13, -12, -11, -10, -9, -8,
+                                        -7,  -6,  -5,  -4,  -3,  -2,  -1, 0};
+
 // A matrix with the coefficients of width consecutive samples in its lanes.
 template <class V> struct lanes_matrix { typename V::s32v c[mix_channels][mix_channels]; };
 
@@ -34,8 +39,8 @@ void mix_at_index(const lanes_matrix<V> &m, Sample *const *out, const Sample *co
 
 // Whole vectors from begin on; returns the index of the first sample left over.
 template <class V, class Sample>
-s32 steady_vectors(const mix_matrix &m, Sample *const *out, const Sample *const *in, s32 begin,
-                   s32 end) {
+EARSHOT_KERNEL s32 steady_vectors(const mix_matrix &m, Sample *const *out, const Sample *const *in,
+                                  s32 begin, s32 end) {
     lanes_matrix<V> lanes;
     for (int i = 0; i < mix_channels; ++i)
         for (int k = 0; k < mix_channels; ++k) lanes.c[i][k] = V::splat(m[i][k]);
@@ -44,21 +49,19 @@ s32 steady_vectors(const mix_matrix &m, Sample *const *out, const Sample *const 
 }
 
 template <class V, class Sample>
-s32 ramp_vectors(mix_matrix &m, const mix_matrix &step, Sample *const *out, const Sample *const *in,
-                 s32 begin, s32 end) {
+EARSHOT_KERNEL s32 ramp_vectors(mix_matrix &m, const mix_matrix &step, Sample *const *out,
+                                const Sample *const *in, s32 begin, s32 end) {
     const auto advanced = [&](int i, int k, s32 samples) {
         return static_cast<s32>(static_cast<u32>(m[i][k]) +
                                 static_cast<u32>(samples) * static_cast<u32>(step[i][k]));
     };
     const s32 vectors = (end - begin) / V::width;
+    const auto back = V::load(steps_back + most_lanes - V::width);
     lanes_matrix<V> lanes, stride;
     for (int i = 0; i < mix_channels; ++i) {
         for (int k = 0; k < mix_channels; ++k) {
             // One stride back: the first vector advances like every other.
-            s32 first[V::width];
-            for (s32 lane = 0; lane < V::width; ++lane)
-                first[lane] = advanced(i, k, lane + 1 - V::width);
-            lanes.c[i][k] = V::load(first);
+            lanes.c[i][k] = V::add(V::splat(m[i][k]), V::mul_low(V::splat(step[i][k]), back));
             stride.c[i][k] =
                 V::splat(static_cast<s32>(u32{V::width} * static_cast<u32>(step[i][k])));
             m[i][k] = advanced(i, k, vectors * V::width);

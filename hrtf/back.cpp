@@ -1,7 +1,6 @@
 // The back end: from two ear spectra to the samples of two ears.
 #include "fft/real.hpp"
-#include "fft/tables.hpp"
-#include "hrtf/crossfade.hpp"
+#include "hrtf/kernels.hpp"
 #include "hrtf/module.hpp"
 #include "kernel/memory.hpp"
 #include "kernel/saturate.hpp"
@@ -154,33 +153,46 @@ constexpr extent extent_of(const config_t &config) {
     return {frame, at_most(fade, half - frame)};
 }
 
-void restore_level(s32 *samples, u32 count, u32 shift) {
-    for (u32 i = 0; i < count; ++i) samples[i] = ARM_s32_shl_s32_sat(samples[i], shift);
-}
-
-void fade_and_save_tails(state_t *state, s32 *const *ears, const extent &present) {
+void fade_and_save_tails(const hrtf_set &kernels, state_t *state, s32 *const *ears,
+                         const extent &present) {
     constexpr u32 tail_size = sizeof state->tail[0];
     for (u32 c = 0; c < 2; ++c) {
         s32 *tail = state->tail[c];
-        if (state->changed == 1) crossfade(ears[c], tail, ears[c]);
+        if (state->changed == 1) kernels.crossfade(ears[c], tail, ears[c]);
         memset(tail, 0, tail_size);
         memscpy(tail, tail_size, ears[c] + present.frame, present.tail * u32{sizeof *tail});
     }
     if (state->changed == 1) state->changed = 0;
 }
 
-constexpr void convert(s32 &out, s32 sample) { out = sample; }
-constexpr void convert(s16 &out, s32 sample) { out = ARM_s16_saturate_s32(sample); }
+void write_one(const hrtf_set &, s32 *out, const s32 *ear, u32 count) {
+    memcpy(out, ear, count * sizeof *out);
+}
+void write_one(const hrtf_set &kernels, s16 *out, const s32 *ear, u32 count) {
+    kernels.narrow(out, ear, static_cast<s32>(count));
+}
+void write_both(const hrtf_set &kernels, s32 *out, s32 *const *ears, u32 count) {
+    kernels.interleave(out, ears[0], ears[1], static_cast<s32>(count));
+}
+void write_both(const hrtf_set &kernels, s16 *out, s32 *const *ears, u32 count) {
+    kernels.interleave_narrow(out, ears[0], ears[1], static_cast<s32>(count));
+}
 
+// Frames longer than what is present end with zeros.
 template <class Sample>
-void write_ears(const hrtf_ear_outputs *outputs, s32 *const *ears, const config_t &config) {
-    const u32 present = extent_of(config).frame;
-    const size_t step = config.interleaved != 0 ? 2 : 1;
+void write_ears(const hrtf_set &kernels, const hrtf_ear_outputs *outputs, s32 *const *ears,
+                const config_t &config) {
+    const u32 present = extent_of(config).frame, missing = config.frame_length - present;
+    if (config.interleaved != 0) {
+        Sample *out = static_cast<Sample *>(outputs->ear[0]);
+        write_both(kernels, out, ears, present);
+        memset(out + 2 * size_t{present}, 0, 2 * size_t{missing} * sizeof *out);
+        return;
+    }
     for (u32 c = 0; c < 2; ++c) {
-        Sample *out = static_cast<Sample *>(outputs->ear[step == 2 ? 0 : c]);
-        if (step == 2) out += c;
-        for (u32 i = 0; i < present; ++i) convert(out[i * step], ears[c][i]);
-        for (u32 i = present; i < config.frame_length; ++i) convert(out[i * step], 0);
+        Sample *out = static_cast<Sample *>(outputs->ear[c]);
+        write_one(kernels, out, ears[c], present);
+        memset(out + present, 0, size_t{missing} * sizeof *out);
     }
 }
 
@@ -194,19 +206,20 @@ u32 process(instance_t *instance, u32 sample_count, const hrtf_ear_outputs *outp
     if (instance->scratch_ptr == nullptr) return EARSHOT_BAD_MEMORY;
 
     const extent present = extent_of(config);
+    const hrtf_set &kernels = hrtf_set_at(active_level());
     s32 *ears[2];
     for (u32 c = 0; c < 2; ++c) {
         s32 *block = static_cast<s32 *>(instance->scratch_ptr) + c * n;
-        rifft_32x32_scaled(spectra->ear[c], static_cast<s32>(n), &fft_twiddles[0][0],
-                           &fft_split_twiddles[0][0], state->stride, block);
+        rifft_32x32_scaled(spectra->ear[c], static_cast<s32>(n), block);
         ears[c] = block + half;
-        restore_level(ears[c], present.frame + present.tail, state->level_shift);
+        kernels.restore_level(ears[c], static_cast<s32>(present.frame + present.tail),
+                              static_cast<s32>(at_most(state->level_shift, 31)));
     }
-    if (config.crossfade == 1) fade_and_save_tails(state, ears, present);
+    if (config.crossfade == 1) fade_and_save_tails(kernels, state, ears, present);
     if (config.format == format_s16)
-        write_ears<s16>(outputs, ears, config);
+        write_ears<s16>(kernels, outputs, ears, config);
     else
-        write_ears<s32>(outputs, ears, config);
+        write_ears<s32>(kernels, outputs, ears, config);
     return EARSHOT_OK;
 }
 

@@ -1,9 +1,8 @@
 // The front end: sources, their filters, and the sum of their filtered spectra.
 #include "fft/real.hpp"
-#include "fft/tables.hpp"
+#include "hrtf/kernels.hpp"
 #include "hrtf/module.hpp"
 #include "hrtf/select.hpp"
-#include "hrtf/spectral_product.hpp"
 #include "kernel/memory.hpp"
 #include "kernel/saturate.hpp"
 
@@ -34,8 +33,8 @@ constexpr u32 highest_selector = 2;
 constexpr s32 neutral_third = 65536;
 constexpr u32 version_word = 0;
 
-// Scratch memory: the samples of a frame, the product for ear 0, and the transform, which the
-// product for ear 1 replaces.
+// Scratch memory has room for the samples of a frame, the product for ear 0, and the transform,
+// which the product for ear 1 replaces; only the transform is still kept.
 constexpr u32 frame_size = 256;
 constexpr u32 words_of_bins(u32 fft_size) { return fft_size + 2; }
 constexpr u32 scratch_size = (frame_size + 2 * words_of_bins(frame_size)) * sizeof(s32);
@@ -227,18 +226,25 @@ u32 get(const instance_t *instance, u32 id, void *payload) {
 
 // --- Processing ---------------------------------------------------------------------------------
 
-void add_source(const state_t *state, const source_t &source, const s32 *input, s32 *scratch,
+// Bins 0 and n/2 are real, as are their gains, which share entry 0 of a filter. Their products are
+// truncated and saturate; those of all other bins are rounded and wrap, as all sums do.
+void add_real_bin(s32 *sum, s32 value, s32 gain) {
+    *sum = wrap_add(*sum, ARM_s32_saturate_s64(s64{value} * gain >> filter_q));
+}
+
+void add_source(const state_t *state, const source_t &source, const s32 *input, s32 *spectrum,
                 s32 *const *ears) {
-    const s32 n = state->fft_size, half = n / 2, shift = state->input_shift;
-    s32 *const product = scratch + n;
-    s32 *const spectrum = product + words_of_bins(static_cast<u32>(n));
-    // The headroom keeps the transform from saturating.
-    for (s32 i = 0; i < n; ++i) scratch[i] = input[i] >> shift;
-    rfft_32x32(scratch, n, &fft_twiddles[0][0], &fft_split_twiddles[0][0], state->stride, spectrum);
-    spectral_product(product, spectrum, source.filter[0], half, state->q_format);
-    spectral_product(spectrum, spectrum, source.filter[1], half, state->q_format);
-    add_spectrum(ears[0], product, half);
-    add_spectrum(ears[1], spectrum, half);
+    const s32 n = state->fft_size;
+    // The shift is the headroom that keeps the transform from saturating.
+    rfft_of_shifted(input, state->input_shift, n, spectrum);
+    const s32 dc = spectrum[0], nyquist = spectrum[n];
+    spectrum[0] = 0; // so that the kernel may take bin 0 for any other
+    hrtf_set_at(active_level())
+        .add_filtered(ears, spectrum, {{source.filter[0], source.filter[1]}}, n / 2);
+    for (u32 c = 0; c < 2; ++c) {
+        add_real_bin(ears[c], dc, source.filter[c][0]);
+        add_real_bin(ears[c] + n, nyquist, source.filter[c][1]);
+    }
 }
 
 u32 process(instance_t *instance, u32 bin_count, const hrtf_ear_spectra *spectra, u32 sample_count,

@@ -4,7 +4,7 @@
 
 // The compiler's own processor probe keeps its findings in writable data of its own, so we ask the
 // processor or the kernel ourselves.
-#if defined(EARSHOT_HAVE_AVX2)
+#if defined(EARSHOT_HAVE_X86)
 #include <cpuid.h>
 #elif defined(EARSHOT_HAVE_NEON) && defined(__arm__)
 #include <sys/auxv.h>
@@ -15,16 +15,40 @@ namespace {
 
 level active = level::scalar;
 
-#if defined(EARSHOT_HAVE_AVX2)
-// AVX2 itself, and an operating system that saves the wide registers.
-bool processor_has_avx2() {
-    constexpr u32 osxsave = 1u << 27, avx2 = 1u << 5, xmm_and_ymm = 6;
-    u32 a = 0, b = 0, c = 0, d = 0;
-    if (__get_cpuid(1, &a, &b, &c, &d) == 0 || (c & osxsave) == 0) return false;
+#if defined(EARSHOT_HAVE_X86)
+struct cpuid_words {
+    u32 a, b, c, d;
+};
+
+// Zeros for what the processor does not know.
+cpuid_words cpuid(u32 leaf) {
+    cpuid_words w = {0, 0, 0, 0};
+    return __get_cpuid_count(leaf, 0, &w.a, &w.b, &w.c, &w.d) != 0 ? w : cpuid_words{0, 0, 0, 0};
+}
+
+constexpr bool has_all(u32 word, u32 bits) { return (word & bits) == bits; }
+
+bool processor_has_sse41() { return has_all(cpuid(1).c, 1u << 19); }
+
+// Whether the operating system saves these parts of the registers.
+bool system_saves(u32 parts) {
+    constexpr u32 osxsave = 1u << 27;
+    if (!has_all(cpuid(1).c, osxsave)) return false;
     u32 saved = 0, saved_high = 0;
     __asm__("xgetbv" : "=a"(saved), "=d"(saved_high) : "c"(0));
-    if ((saved & xmm_and_ymm) != xmm_and_ymm) return false;
-    return __get_cpuid_count(7, 0, &a, &b, &c, &d) != 0 && (b & avx2) != 0;
+    return has_all(saved, parts);
+}
+
+bool processor_has_avx2() {
+    constexpr u32 avx2 = 1u << 5, xmm_and_ymm = 0x06;
+    return processor_has_sse41() && system_saves(xmm_and_ymm) && has_all(cpuid(7).b, avx2);
+}
+
+bool processor_has_avx512() {
+    constexpr u32 f = 1u << 16, dq = 1u << 17, bw = 1u << 30, vl = 1u << 31, vbmi = 1u << 1;
+    constexpr u32 masks_and_zmm = 0xE0;
+    return processor_has_avx2() && system_saves(masks_and_zmm) &&
+           has_all(cpuid(7).b, f | dq | bw | vl) && has_all(cpuid(7).c, vbmi);
 }
 #endif
 
@@ -49,8 +73,12 @@ __attribute__((constructor)) void find_level() {
 
 const char *name_of(level l) {
     switch (l) {
+    case level::sse41:
+        return "sse41";
     case level::avx2:
         return "avx2";
+    case level::avx512:
+        return "avx512";
     case level::neon:
         return "neon";
     case level::scalar:
@@ -61,9 +89,13 @@ const char *name_of(level l) {
 
 bool is_available(level l) {
     switch (l) {
-#if defined(EARSHOT_HAVE_AVX2)
+#if defined(EARSHOT_HAVE_X86)
+    case level::sse41:
+        return processor_has_sse41();
     case level::avx2:
         return processor_has_avx2();
+    case level::avx512:
+        return processor_has_avx512();
 #endif
 #if defined(EARSHOT_HAVE_NEON)
     case level::neon:

@@ -7,9 +7,11 @@
 
 namespace earshot {
 
-enum class level : u32 { scalar, avx2, neon };
+// In ascending order on every target.
+enum class level : u32 { scalar, sse41, avx2, avx512, neon };
 
-inline constexpr level all_levels[] = {level::scalar, level::avx2, level::neon};
+inline constexpr level all_levels[] = {level::scalar, level::sse41, level::avx2, level::avx512,
+                                       level::neon};
 
 const char *name_of(level l);
 

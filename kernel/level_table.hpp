@@ -5,10 +5,10 @@
 
 #include "kernel/level.hpp"
 
-#if defined(EARSHOT_HAVE_AVX2)
-#define EARSHOT_IF_AVX2(entry) entry
+#if defined(EARSHOT_HAVE_X86)
+#define EARSHOT_IF_X86(entry) entry
 #else
-#define EARSHOT_IF_AVX2(entry) nullptr
+#define EARSHOT_IF_X86(entry) nullptr
 #endif
 
 #if defined(EARSHOT_HAVE_NEON)
@@ -20,6 +20,9 @@
 // The initialiser of an array of pointers to NAME_scalar, NAME_avx2 and so on, in the order of
 // level; null for what was not built.
 #define EARSHOT_LEVEL_TABLE(name)                                                                  \
-    { &name##_scalar, EARSHOT_IF_AVX2(&name##_avx2), EARSHOT_IF_NEON(&name##_neon) }
+    {                                                                                              \
+        &name##_scalar, EARSHOT_IF_X86(&name##_sse41), EARSHOT_IF_X86(&name##_avx2),               \
+            EARSHOT_IF_X86(&name##_avx512), EARSHOT_IF_NEON(&name##_neon)                          \
+    }
 
 #endif

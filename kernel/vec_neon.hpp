@@ -12,9 +12,11 @@ namespace {
 struct vec_neon {
     static constexpr s32 width = 4;
     using s32v = int32x4_t;
-    using half = vec_neon; // four lanes are the least
     struct pair {
         s32v first, second;
+    };
+    struct bins {
+        s32v re, im;
     };
     struct s64v {
         int64x2_t low, high;
@@ -35,33 +37,41 @@ struct vec_neon {
     static void store_pairs(s32 *p, s32v first, s32v second) {
         vst2q_s32(p, int32x4x2_t{{first, second}});
     }
-    static s32v gather(const s32 *p, const s32 *offsets) {
-        s32v v = vdupq_n_s32(p[offsets[0]]);
-        v = vld1q_lane_s32(p + offsets[1], v, 1);
-        v = vld1q_lane_s32(p + offsets[2], v, 2);
-        return vld1q_lane_s32(p + offsets[3], v, 3);
+    static void store_pairs(s16 *p, s32v first, s32v second) {
+        vst2_s16(p, int16x4x2_t{{vqmovn_s32(first), vqmovn_s32(second)}});
+    }
+    static void store_quads(s32 *p, s32v a, s32v b, s32v c, s32v d) {
+        vst4q_s32(p, int32x4x4_t{{a, b, c, d}});
+    }
+    static pair load_pairs_reversed(const s32 *p) {
+        const pair v = load_pairs(p);
+        return {reverse(v.first), reverse(v.second)};
+    }
+    static void store_pairs_reversed(s32 *p, s32v first, s32v second) {
+        store_pairs(p, reverse(first), reverse(second));
     }
     static s32v reverse(s32v v) {
         const s32v swapped = vrev64q_s32(v);
         return vcombine_s32(vget_high_s32(swapped), vget_low_s32(swapped));
     }
+    static s32v neg(s32v a) { return vnegq_s32(a); }
+    static s32v shift_right(s32v v, s32 n) { return vshlq_s32(v, vdupq_n_s32(-n)); }
+    template <int n> static s32v shift_right(s32v v) { return vshrq_n_s32(v, n); }
+    static s32v shift_left_sat(s32v v, s32 n) { return vqshlq_s32(v, vdupq_n_s32(n)); }
     static s32v add_sat(s32v a, s32v b) { return vqaddq_s32(a, b); }
     static s32v sub_sat(s32v a, s32v b) { return vqsubq_s32(a, b); }
     static s32v neg_sat(s32v a) { return vqnegq_s32(a); }
-    static s32v half_add(s32v a, s32v b) { return vhaddq_s32(a, b); }
-    static s32v half_sub(s32v a, s32v b) { return vhsubq_s32(a, b); }
+    static pair half_add_sub(s32v a, s32v b) { return {vhaddq_s32(a, b), vhsubq_s32(a, b)}; }
+    static pair half_add_sub_small(s32v a, s32v b) { return half_add_sub(a, b); }
     static s32v mul_low(s32v a, s32v b) { return vmulq_s32(a, b); }
     static s32v mul_q15_rnd(s32v a, s32v b) {
         return vcombine_s32(vrshrn_n_s64(low_product(a, b), 15),
                             vrshrn_n_s64(high_product(a, b), 15));
     }
-    template <int n> static s32v shift_right(s32v a) { return vshrq_n_s32(a, n); }
+    static s32v mul_q31_rnd(s32v a, s32v b) { return vqrdmulhq_s32(a, b); }
     static s32v mul_q31_rnd_sat(s32v a, s32v b) { return vqrdmulhq_s32(a, b); }
 
-    static s32v mul_q31(s32v a, s32v b) {
-        return vcombine_s32(vshrn_n_s64(low_product(a, b), 31),
-                            vshrn_n_s64(high_product(a, b), 31));
-    }
+    static s32v mul_q31(s32v a, s32v b) { return vqdmulhq_s32(a, b); }
     template <int n> static s64v sum_of() { return {vdupq_n_s64(0), vdupq_n_s64(0)}; }
     static s64v mac_q31(s64v sum, s32v a, s32v b) {
         return {vsraq_n_s64(sum.low, low_product(a, b), 31),
@@ -69,6 +79,25 @@ struct vec_neon {
     }
     static s32v narrow_sat(s64v sum) {
         return vcombine_s32(vqmovn_s64(sum.low), vqmovn_s64(sum.high));
+    }
+    static s32v either(s32v a, s32v b) { return vorrq_s32(a, b); }
+    static s32v differing(s32v a, s32v b) { return veorq_s32(a, b); }
+
+    static bins load_bins(const s32 *p) {
+        const int32x4x2_t v = vld2q_s32(p);
+        return {v.val[0], v.val[1]};
+    }
+    static void store_bins(s32 *p, bins b) { store_pairs(p, b.re, b.im); }
+    static bins add(bins a, bins b) { return {add(a.re, b.re), add(a.im, b.im)}; }
+    static bins filter(bins x, bins gain) {
+        const auto low = [](s32v v) { return vget_low_s32(v); };
+        const auto high = [](s32v v) { return vget_high_s32(v); };
+        const int64x2_t re_low = vmlsl_s32(low_product(x.re, gain.re), low(x.im), low(gain.im));
+        const int64x2_t re_high = vmlsl_s32(high_product(x.re, gain.re), high(x.im), high(gain.im));
+        const int64x2_t im_low = vmlal_s32(low_product(x.re, gain.im), low(x.im), low(gain.re));
+        const int64x2_t im_high = vmlal_s32(high_product(x.re, gain.im), high(x.im), high(gain.re));
+        return {vcombine_s32(vrshrn_n_s64(re_low, 29), vrshrn_n_s64(re_high, 29)),
+                vcombine_s32(vrshrn_n_s64(im_low, 29), vrshrn_n_s64(im_high, 29))};
     }
 
   private:

@@ -8,22 +8,37 @@
 //     load, store            of s32 or s16 samples at any address aligned for the sample; s16 are
 //                            sign-extended, and clamped when stored
 //     splat                  one value in all lanes
-//     load_pairs,            width interleaved pairs as two vectors, and back
+//     load_groups            four lanes of p[0], four of p[4] and so on (from eight lanes up)
+//     load_pairs,            width interleaved pairs as two vectors, and back; as s16 clamped
 //     store_pairs
-//     gather                 width words at the given offsets
+//     load_pairs_reversed,   the same with the lanes in reverse order
+//     store_pairs_reversed
+//     store_quads            four vectors interleaved lane by lane
+//     store_groups           four vectors interleaved by groups of four lanes (from eight lanes up)
 //     reverse                the lanes in reverse order
-//     add, sub               wrapping
+//     add, sub, neg          wrapping
 //     add_sat, sub_sat,      saturating
 //     neg_sat
-//     half_add, half_sub     (a + b) >> 1 and (a - b) >> 1 without overflow
+//     half_add_sub           the pair of (a + b) >> 1 and (a - b) >> 1 without overflow
+//     half_add_sub_small     the same where a + b and a - b do not overflow
+//     shift_right, also      arithmetic, by 0 to 31
+//     shift_right<n>
+//     shift_left_sat         saturating, by 0 to 31
 //     mul_low                low 32 bits of a x b
 //     mul_q15_rnd            low 32 bits of (a x b + 2^14) >> 15, b of 16 bits
-//     shift_right<n>         a >> n, 0 < n < 32
-//     mul_q31                low 32 bits of a x b >> 31
-//     mul_q31_rnd_sat        a x b / 2^31 rounded half up; -2^31 squared saturates
+//     mul_q31                a x b >> 31, where not both are -2^31
+//     mul_q31_rnd            a x b / 2^31 rounded half up, where a is not -2^31
+//     mul_q31_rnd_sat        the same for any a; -2^31 squared saturates
+//     either, differing      the bits of a or b, and those that only one of them has
 //     sum_of<n>              start of a sum of n terms
 //     mac_q31                sum + (a x b >> 31), the products of full width
 //     narrow_sat             sum clamped to s32, once all n terms are in
+//     bins                   width complex words (real word first in memory), in whatever order
+//                            suits the instruction set
+//     load_bins, store_bins
+//     add                    of bins: wrapping
+//     filter                 of bins by Q29 gains: the 64-bit sums of products, wrapping, rounded
+//                            half up to bit 29, of which 32 bits are kept
 // Everything is in an unnamed namespace: code compiled for a newer instruction set must not be
 // shared with the rest of the library by the linker.
 #ifndef EARSHOT_KERNEL_VEC_SCALAR_HPP
@@ -31,18 +46,22 @@
 
 #include <earshot/types.h>
 
+// A function of its own with all that it calls inside: what stays in registers must not go through
+// memory, nor one butterfly become part of many functions.
+#define EARSHOT_KERNEL __attribute__((noinline, flatten))
+
 namespace earshot {
 namespace {
-
-template <class V> struct vec_pair { V first, second; };
 
 struct vec_scalar {
     static constexpr s32 width = 1;
     using s32v = s32;
     using s64v = s64;
-    using half = vec_scalar; // the form for half as many lanes
     struct pair {
         s32v first, second;
+    };
+    struct bins {
+        s32 re, im;
     };
 
     static s32v load(const s32 *p) { return *p; }
@@ -61,22 +80,50 @@ struct vec_scalar {
         p[0] = first;
         p[1] = second;
     }
-    static s32v gather(const s32 *p, const s32 *offsets) { return p[*offsets]; }
+    static void store_pairs(s16 *p, s32v first, s32v second) {
+        store(p, first);
+        store(p + 1, second);
+    }
+    static void store_quads(s32 *p, s32v a, s32v b, s32v c, s32v d) {
+        p[0] = a;
+        p[1] = b;
+        p[2] = c;
+        p[3] = d;
+    }
+    static pair load_pairs_reversed(const s32 *p) { return load_pairs(p); }
+    static void store_pairs_reversed(s32 *p, s32v first, s32v second) {
+        store_pairs(p, first, second);
+    }
     static s32v reverse(s32v v) { return v; }
+    static s32v neg(s32v a) { return sub(0, a); }
+    static s32v shift_right(s32v v, s32 n) { return v >> n; }
+    template <int n> static s32v shift_right(s32v v) { return v >> n; }
+    static s32v shift_left_sat(s32v v, s32 n) {
+        return narrow_sat(static_cast<s64>(static_cast<u64>(v) << n));
+    }
+    static s32v either(s32v a, s32v b) { return a | b; }
+    static s32v differing(s32v a, s32v b) { return a ^ b; }
     static s32v add_sat(s32v a, s32v b) { return narrow_sat(s64{a} + b); }
     static s32v sub_sat(s32v a, s32v b) { return narrow_sat(s64{a} - b); }
     static s32v neg_sat(s32v a) { return narrow_sat(-s64{a}); }
-    static s32v half_add(s32v a, s32v b) { return static_cast<s32>((s64{a} + b) >> 1); }
-    static s32v half_sub(s32v a, s32v b) { return static_cast<s32>((s64{a} - b) >> 1); }
+    static pair half_add_sub(s32v a, s32v b) {
+        return {static_cast<s32>((s64{a} + b) >> 1), static_cast<s32>((s64{a} - b) >> 1)};
+    }
+    static pair half_add_sub_small(s32v a, s32v b) {
+        const s32v sum = shift_right<1>(add(a, b));
+        return {sum, sub(sum, b)};
+    }
+    static s32v mul_q31_rnd_sat(s32v a, s32v b) {
+        return narrow_sat((s64{a} * b + 0x40000000) >> 31);
+    }
     static s32v mul_low(s32v a, s32v b) {
         return static_cast<s32>(static_cast<u32>(a) * static_cast<u32>(b));
     }
     static s32v mul_q15_rnd(s32v a, s32v b) {
         return static_cast<s32>((s64{a} * b + 0x4000) >> 15);
     }
-    template <int n> static s32v shift_right(s32v a) { return a >> n; }
-    static s32v mul_q31_rnd_sat(s32v a, s32v b) {
-        return narrow_sat((s64{a} * b + 0x40000000) >> 31);
+    static s32v mul_q31_rnd(s32v a, s32v b) {
+        return static_cast<s32>((s64{a} * b + 0x40000000) >> 31);
     }
     static s32v mul_q31(s32v a, s32v b) { return static_cast<s32>(s64{a} * b >> 31); }
     template <int n> static s64v sum_of() { return 0; }
@@ -84,8 +131,20 @@ struct vec_scalar {
     static s32v narrow_sat(s64v sum) {
         return static_cast<s32>(clamp(sum, -s64{0x80000000}, 0x7FFFFFFF));
     }
+    static bins load_bins(const s32 *p) { return {p[0], p[1]}; }
+    static void store_bins(s32 *p, bins b) {
+        p[0] = b.re;
+        p[1] = b.im;
+    }
+    static bins add(bins a, bins b) { return {add(a.re, b.re), add(a.im, b.im)}; }
+    static bins filter(bins x, bins gain) {
+        return {rounded_q29(product(x.re, gain.re) - product(x.im, gain.im)),
+                rounded_q29(product(x.re, gain.im) + product(x.im, gain.re))};
+    }
 
   private:
+    static u64 product(s32 a, s32 b) { return static_cast<u64>(s64{a} * b); }
+    static s32 rounded_q29(u64 sum) { return static_cast<s32>((sum + (u64{1} << 28)) >> 29); }
     static s64 clamp(s64 x, s64 lo, s64 hi) { return x < lo ? lo : x > hi ? hi : x; }
 };
 

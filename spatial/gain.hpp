@@ -22,7 +22,7 @@ struct gain_set {
     gain_kernels q28; // (low 32 bits of in x gain + 2^27) >> 28
 };
 
-extern const gain_set gain_scalar, gain_avx2, gain_neon;
+extern const gain_set gain_scalar, gain_sse41, gain_avx2, gain_avx512, gain_neon;
 
 const gain_set &gain_at(level l);
 

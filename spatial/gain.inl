@@ -28,7 +28,7 @@ template <class V> bool starts_within_a_vector_after(const s32 *out, const s32 *
 // Whole vectors from begin on; gain(i) are the gains of sample i and those behind it. Returns the
 // index of the first sample left over.
 template <class V, template <class> class Product, class Gain>
-s64 vectors(s32 *out, const s32 *in, Gain gain, s64 begin, s64 count) {
+EARSHOT_KERNEL s64 vectors(s32 *out, const s32 *in, Gain gain, s64 begin, s64 count) {
     for (; count - begin >= V::width; begin += V::width)
         V::store(out + begin, Product<V>::apply(V::load(in + begin), gain(begin)));
     return begin;

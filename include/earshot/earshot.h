@@ -20,9 +20,9 @@ EARSHOT_BEGIN_C
 EARSHOT_API const char *earshot_version(void);
 
 /*
- * The instruction set that the processing kernels use on this processor: "scalar", "avx2" or
- * "neon". It is found once, when the library is loaded. It changes how fast a call is and never
- * what it computes. The string is constant.
+ * The instruction set that the processing kernels use on this processor: "scalar", "sse41", "avx2",
+ * "avx512" or "neon". It is found once, when the library is loaded. It changes how fast a call is
+ * and never what it computes. The string is constant.
  */
 EARSHOT_API const char *earshot_instruction_set(void);
 

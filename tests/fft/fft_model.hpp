@@ -6,8 +6,8 @@
 #define EARSHOT_TESTS_FFT_FFT_MODEL_HPP
 
 #include "../support/digest.hpp"
+#include "../support/levels.hpp"
 #include "../support/operands.hpp"
-#include "kernel/level.hpp"
 
 #include <earshot/fft.h>
 
@@ -16,7 +16,6 @@
 #include <bit>
 #include <cmath>
 #include <complex>
-#include <cstdio>
 #include <vector>
 
 namespace earshot::test {
@@ -251,18 +250,12 @@ inline void expect_refusals(const routine &r) {
 /* At every level; the digests of the first routines are the same on every target. */
 template <index count>
 void expect_bits(const routine (&routines)[count], const std::vector<u64> (&golden)[3]) {
-    const level before = active_level();
-    for (const level l : all_levels) {
-        std::printf("%-8s %s\n", name_of(l), is_available(l) ? "checked" : "not available here");
-        if (!is_available(l)) continue;
-        SCOPED_TRACE(name_of(l));
-        force_level(l);
+    at_every_level([&](level) {
         for (const routine &r : routines) check_bits(r, operand_source());
         for (const routine &r : routines) expect_refusals(r);
         for (index i = 0; i < 3; ++i)
             EXPECT_EQ(check_bits(routines[i], operand_source(1)), golden[i]) << routines[i].name;
-    }
-    force_level(before);
+    });
 }
 
 /* The sums of in[m] e^(sign j 2 pi m k / N) over a divisor, of complex values in pairs of words. */

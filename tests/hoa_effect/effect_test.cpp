@@ -3,6 +3,7 @@
  * target, and physically.
  */
 #include "../support/digest.hpp"
+#include "../support/levels.hpp"
 #include "../support/operands.hpp"
 #include "effect_model.hpp"
 #include "kernel/level.hpp"
@@ -83,14 +84,11 @@ TEST(HoaEffect, MatchesThePlainModel) {
 /* The same on every target and level. When one differs, CONTRIBUTING.md says how to find out why.
  */
 TEST(HoaEffect, GoldenDigests) {
-    const level before = active_level();
-    for (const level l : all_levels) {
-        force_level(l);
+    at_every_level([](level) {
         operand_source draw(1);
-        EXPECT_EQ(0x1494AD99B0043B20, run_against_model<s16>(draw)) << name_of(active_level());
-        EXPECT_EQ(0x131BB4211C1FA520, run_against_model<s32>(draw)) << name_of(active_level());
-    }
-    force_level(before);
+        EXPECT_EQ(0x1494AD99B0043B20, run_against_model<s16>(draw));
+        EXPECT_EQ(0x131BB4211C1FA520, run_against_model<s32>(draw));
+    });
 }
 
 struct direction {

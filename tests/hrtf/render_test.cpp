@@ -4,9 +4,9 @@
  */
 #include "fft/tables.hpp"
 #include "guarded.hpp"
-#include "hrtf/spectral_product.hpp"
 #include "tests/support/digest.hpp"
 #include "tests/support/exact.hpp"
+#include "tests/support/levels.hpp"
 #include "tests/support/operands.hpp"
 
 #include <earshot/earshot.h>
@@ -132,22 +132,8 @@ words model_back(words spectrum, u32 length, const words *faded_from) {
     return y;
 }
 
-TEST(HrtfRender, ProductsFollowTheRules) {
-    operand_source source;
-    for (int round = 0; round < 40; ++round) {
-        words spectrum(2 * bins), filter(n), out(2 * bins);
-        for (s32 &w : spectrum) w = round == 0 ? INT32_MIN : source.next<s32>();
-        for (s32 &w : filter) w = round == 0 ? INT32_MIN : source.next<s32>();
-        const words expected = model_product(spectrum, filter.data());
-        spectral_product(out.data(), spectrum.data(), filter.data(), half, 29);
-        EXPECT_EQ(expected, out);
-        spectral_product(spectrum.data(), spectrum.data(), filter.data(), half, 29);
-        EXPECT_EQ(expected, spectrum);
-    }
-}
-
 /* Filters of any content, spectra that are not clear, all layouts, and guards around everything. */
-TEST(HrtfRender, FramesFollowTheRules) {
+void check_frames() {
     operand_source source(5);
     digest pinned;
     for (u32 run = 0; run < 32; ++run) {
@@ -202,6 +188,10 @@ TEST(HrtfRender, FramesFollowTheRules) {
         }
     }
     EXPECT_EQ(17884322831908297222u, pinned.value());
+}
+
+TEST(HrtfRender, FramesFollowTheRules) {
+    at_every_level([](level) { check_frames(); });
 }
 
 TEST(HrtfRender, CrossfadeIsLinear) {

@@ -1,13 +1,12 @@
 /* Both panners against the loop over single samples that defines them, in every form there is. */
 #include "../support/exact.hpp"
+#include "../support/levels.hpp"
 #include "../support/operands.hpp"
-#include "kernel/level.hpp"
 
 #include <earshot/math.h>
 #include <earshot/spatial.h>
 
 #include <algorithm>
-#include <cstdio>
 #include <cstring>
 #include <vector>
 
@@ -76,7 +75,7 @@ void fill(s32 *out, const s32 *in, typename Kind::record &p, s32 steps, s32 each
     p.remaining = wrap(s64{p.remaining} - ramp);
 }
 
-constexpr s32 widest = 16; // lanes of the widest instruction set to come
+constexpr s32 widest = 16; // lanes of the widest instruction set
 constexpr s32 farthest = widest + 2, margin = farthest + 5;
 
 /* A random record, or one that was set up on it, fills random samples between guards; out lies lag
@@ -122,12 +121,7 @@ template <class Kind> void check(s32 count, s32 lag, operand_source &draw) {
 
 /* All levels in one process; the one that was active comes back. */
 TEST(panner, follows_the_scalar_loop_at_every_level) {
-    const level before = active_level();
-    for (const level l : all_levels) {
-        std::printf("%-8s %s\n", name_of(l), is_available(l) ? "checked" : "not available here");
-        if (!is_available(l)) continue;
-        SCOPED_TRACE(name_of(l));
-        force_level(l);
+    at_every_level([](level) {
         operand_source draw;
         // Every length up to three of the widest vectors and one, and some long ones.
         for (s32 count = 0; count <= 140 && !HasFailure(); count += count > 3 * widest ? 13 : 1)
@@ -135,8 +129,7 @@ TEST(panner, follows_the_scalar_loop_at_every_level) {
                 check<narrow>(count, lag, draw);
                 check<wide>(count, lag, draw);
             }
-    }
-    force_level(before);
+    });
 }
 
 TEST(panner, multiplies) {

@@ -104,7 +104,7 @@ class Build(ToolTest):
         found = {line[:24].strip(): line[24:] for line in lines}
         version = self.tool("--version").decode()
         self.assertEqual(version, "earshot " + found["version"] + "\n")
-        self.assertIn(found["instruction set"], ("scalar", "avx2", "neon"))
+        self.assertIn(found["instruction set"], ("scalar", "sse41", "avx2", "avx512", "neon"))
         self.assertEqual(found["interface version"], "0x01000100")
         size = {"64 bits": "1592 bytes", "32 bits": "1552 bytes"}[found["addresses"]]
         self.assertEqual(found["ambisonic effect"], size)

@@ -1,0 +1,160 @@
+// Complex transforms over the vector layer V, radix-4 decimation in frequency (Cooley and Tukey
+// 1965) in the self-sorting order of Stockham: every pass reads four quarters of a buffer and
+// writes another one, with the results of a butterfly a span apart, so that nothing is ever put in
+// bit-reversed order and the last pass leaves the natural one. Between first and last pass real and
+// imaginary words lie apart.
+#include "fft/butterfly.inl"
+
+namespace earshot {
+namespace {
+
+// Complex values in memory.
+struct planes {
+    s32 *re, *im;
+};
+struct pairs {
+    s32 *words;
+};
+
+template <class V> complex_lanes<V> load_values(const planes &p, s32 i) {
+    return {V::load(p.re + i), V::load(p.im + i)};
+}
+template <class V> complex_lanes<V> load_pairs(const s32 *words, s32 i) {
+    const auto pair = V::load_pairs(words + 2 * i);
+    return {pair.first, pair.second};
+}
+template <class V> complex_lanes<V> load_reversed(const planes &p, s32 i) {
+    return {V::reverse(V::load(p.re + i)), V::reverse(V::load(p.im + i))};
+}
+template <class V> complex_lanes<V> load_reversed(const s32 *words, s32 i) {
+    const auto pair = V::load_pairs_reversed(words + 2 * i);
+    return {pair.first, pair.second};
+}
+template <class V> void store_values(const planes &p, s32 i, const complex_lanes<V> &x) {
+    V::store(p.re + i, x.re);
+    V::store(p.im + i, x.im);
+}
+template <class V> void store_values(const pairs &p, s32 i, const complex_lanes<V> &x) {
+    V::store_pairs(p.words + 2 * i, x.re, x.im);
+}
+
+// What a pass does, beside its butterflies: one function has all of them, because a butterfly is
+// the larger part of its code and the choices cost little beside one.
+struct pass_plan {
+    const s32 *in_pairs; // or null
+    planes in;
+    s32 shift; // to the right, before anything else
+    s32 n, span;
+    planes out;
+    s32 *out_pairs; // or null; from a span of one vector on
+};
+
+template <class V> complex_lanes<V> load_operand(const pass_plan &plan, s32 i) {
+    return plan.in_pairs == nullptr ? load_values<V>(plan.in, i) : load_pairs<V>(plan.in_pairs, i);
+}
+
+template <class V> void shift_right(complex_lanes<V> &x, s32 shift) {
+    x = {V::shift_right(x.re, shift), V::shift_right(x.im, shift)};
+}
+
+// Spans shorter than a vector: that of the first stage, and the next one's of wide vectors.
+template <class V> bool is_short(s32 span) { return span < V::width; }
+
+template <class V> twiddle<V> twiddles_of(const pass_plan &plan, const twiddle_rows &rows, s32 i) {
+    if (plan.span == 1) return load_twiddle<V>(rows, i, [](const s32 *p) { return V::load(p); });
+    if constexpr (V::width > 4) {
+        if (is_short<V>(plan.span))
+            return load_twiddle<V>(rows, i, [](const s32 *p) { return V::load_groups(p); });
+    }
+    return load_twiddle<V>(rows, i & -plan.span, [](const s32 *p) { return V::splat(*p); });
+}
+
+template <class V>
+void store_results(const complex_lanes<V> &y0, const complex_lanes<V> &y1,
+                   const complex_lanes<V> &y2, const complex_lanes<V> &y3, const pass_plan &plan,
+                   s32 i) {
+    if (plan.span == 1) {
+        V::store_quads(plan.out.re + 4 * i, y0.re, y1.re, y2.re, y3.re);
+        V::store_quads(plan.out.im + 4 * i, y0.im, y1.im, y2.im, y3.im);
+        return;
+    }
+    if constexpr (V::width > 4) {
+        if (is_short<V>(plan.span)) {
+            V::store_groups(plan.out.re + 4 * i, y0.re, y1.re, y2.re, y3.re);
+            V::store_groups(plan.out.im + 4 * i, y0.im, y1.im, y2.im, y3.im);
+            return;
+        }
+    }
+    const auto store = [&](const auto &out) {
+        const s32 k = i & (plan.span - 1), first = 4 * (i - k) + k;
+        store_values<V>(out, first, y0);
+        store_values<V>(out, first + plan.span, y1);
+        store_values<V>(out, first + 2 * plan.span, y2);
+        store_values<V>(out, first + 3 * plan.span, y3);
+    };
+    if (plan.out_pairs == nullptr)
+        store(plan.out);
+    else
+        store(pairs{plan.out_pairs});
+}
+
+template <class V, variant v, form f>
+EARSHOT_KERNEL void radix4_pass(const pass_plan &given, const twiddle_rows &given_rows) {
+    // Copies: what the pass writes might be these words for all that the compiler knows.
+    const pass_plan plan = given;
+    const twiddle_rows rows = given_rows;
+    const s32 quarter = plan.n / 4;
+    for (s32 i = 0; i < quarter; i += V::width) {
+        // The middle operands of a butterfly stand in bit-reversed order.
+        complex_lanes<V> x0 = load_operand<V>(plan, i);
+        complex_lanes<V> x1 = load_operand<V>(plan, i + 2 * quarter);
+        complex_lanes<V> x2 = load_operand<V>(plan, i + quarter);
+        complex_lanes<V> x3 = load_operand<V>(plan, i + 3 * quarter);
+        if (plan.shift != 0) {
+            shift_right<V>(x0, plan.shift);
+            shift_right<V>(x1, plan.shift);
+            shift_right<V>(x2, plan.shift);
+            shift_right<V>(x3, plan.shift);
+        }
+        if (f == plain && i < plan.span && !is_short<V>(plan.span))
+            first_butterfly<V, v>(x0, x1, x2, x3);
+        else
+            butterfly<V, v, f>(x0, x1, x2, x3, twiddles_of<V>(plan, rows, i));
+        store_results<V>(x0, x1, x2, x3, plan, i);
+    }
+}
+
+template <class V, variant v, form f>
+EARSHOT_KERNEL void radix2_pass(const planes &in, s32 n, const pairs &out) {
+    using op = arithmetic<V, v, f>;
+    for (s32 i = 0; i < n / 2; i += V::width) {
+        complex_lanes<V> a = load_values<V>(in, i), b = load_values<V>(in, i + n / 2);
+        add_sub<op>(a, b);
+        store_values<V>(out, i, a);
+        store_values<V>(out, i + n / 2, b);
+    }
+}
+
+constexpr bool is_odd_power_of_2(s32 n) { return (n & 0x55555555) == 0; }
+
+// All radix-4 passes, taking turns between two buffers. The last one of an even log2 n writes pairs
+// where out is not null; any other last one leaves planes, which are returned.
+template <class V, variant v, form f>
+planes radix4_passes(const s32 *in, s32 shift, s32 n, const twiddle_rows &rows, planes first,
+                     planes second, s32 *out) {
+    pass_plan plan = {in, second, shift, n, 1, first, nullptr};
+    radix4_pass<V, v, f>(plan, rows);
+    plan.in_pairs = nullptr;
+    plan.shift = 0;
+    for (plan.span = 4; plan.span <= n / 4; plan.span *= 4) {
+        const planes last = plan.in;
+        plan.in = plan.out;
+        plan.out = last;
+        if (plan.span == n / 4) plan.out_pairs = out;
+        radix4_pass<V, v, f>(plan, rows);
+    }
+    return plan.out;
+}
+
+} // namespace
+} // namespace earshot

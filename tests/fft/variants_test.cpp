@@ -1,0 +1,112 @@
+/*
+ * The plain form of the transforms against the saturating one, at the border of the headroom that
+ * it needs: both are called directly, whatever would be chosen. The model and the digests of the
+ * other tests hold the choice and the saturating form at every level.
+ */
+#include "fft/complex.hpp"
+#include "fft_model.hpp"
+
+namespace earshot::test {
+namespace {
+
+/* The border is said once more here: 2^border is the first magnitude without headroom. Below it
+ * nothing passes 2^30, from twice that on the sums of a signal in phase do. */
+s32 border_of(kind is, s32 n, bool real) {
+    const s32 bits = std::countr_zero(static_cast<u32>(n));
+    if (!is.inverse) return real ? 30 - bits : 29 - bits;
+    if (is.rule == carry::halves) return real ? 28 : 29;
+    return real ? 28 - bits : 29 - bits;
+}
+
+/* Words of the largest magnitude in the phase of some bin, of all or at random, or at random. */
+words loudest(operand_source &draw, u32 count, s32 border, int sort) {
+    const s64 high = (s64{1} << border) - 1, low = -high - 1;
+    const auto k = static_cast<number>(sort < 4 ? draw.below(4) * count / 8 : draw.below(count));
+    words result(count);
+    for (u32 i = 0; i < count; ++i) {
+        const number angle = 4 * pi * k * number(i / 2) / count + pi / 4;
+        const number wave = i % 2 ? std::sin(angle) : std::cos(angle);
+        const s32 any = static_cast<s32>(draw.below(u64{1} << 32)) >> (31 - border);
+        const s64 extreme = wave < 0 ? low : high;
+        result[i] = static_cast<s32>(sort % 4 == 3                     ? any
+                                     : draw.below(u64(sort) * 100 + 2) ? extreme
+                                                                       : any);
+    }
+    return result;
+}
+
+constexpr kind kinds[] = {forward, scaled, unscaled};
+
+/* What a form makes of in: spectrum or samples, and in itself where it changes. */
+words complex_result(const fft_set &set, u32 v, form f, const words &in, s32 n) {
+    words out(in.size());
+    set.complex[v][f](in.data(), n, own_twiddle_rows(n, v != 0), out.data());
+    return out;
+}
+words real_result(const fft_set &set, u32 v, form f, const words &in, s32 n) {
+    words spec = in, out(in.size());
+    const twiddle_rows twiddles = own_twiddle_rows(n / 2, v != 0);
+    const split_rows split = own_split_rows(n, v != 0);
+    if (v == 0) {
+        set.real_forward[f](in.data(), 0, n, twiddles, split, out.data());
+        return out;
+    }
+    set.split[v][f](spec.data(), n, split);
+    set.complex[v][f](spec.data(), n / 2, twiddles, out.data());
+    out.insert(out.end(), spec.begin(), spec.end());
+    return out;
+}
+
+TEST(fft_variants, plain_has_the_bits_of_saturating_up_to_the_border) {
+    at_every_level([](level l) {
+        operand_source draw;
+        for (s32 n = 16; n <= 1024; n *= 2) {
+            for (u32 v = 0; v < 3; ++v) {
+                for (int sort = 0; sort < 24; ++sort) {
+                    const fft_set &set = fft_set_at(l, n), &half_set = fft_set_at(l, n / 2);
+                    const words in = loudest(draw, u32(2 * n), border_of(kinds[v], n, false), sort);
+                    ASSERT_EQ(complex_result(set, v, saturating, in, n),
+                              complex_result(set, v, plain, in, n))
+                        << "complex " << n << ", variant " << v << ", input " << sort;
+                    if (n == 16) continue;
+                    const words real =
+                        loudest(draw, u32(n + 2), border_of(kinds[v], n, true), sort);
+                    ASSERT_EQ(real_result(half_set, v, saturating, real, n),
+                              real_result(half_set, v, plain, real, n))
+                        << "real " << n << ", variant " << v << ", input " << sort;
+                }
+            }
+        }
+    });
+}
+
+/* Words that differ, and those beyond the border, wherever they stand. */
+TEST(fft_variants, single_words_are_seen) {
+    at_every_level([](level l) {
+        for (const s32 n : {16, 64}) {
+            const fft_set &set = fft_set_at(l, n);
+            for (s32 count = 1; count <= 67; ++count) {
+                words a(u32(count) + 5), b = a;
+                a[0] = a.back() = INT32_MIN; /* outside */
+                for (s32 i = 1; i <= count; ++i) {
+                    const s32 bits = i % 31, low = static_cast<s32>(-(s64{1} << bits));
+                    s32 &word = a[u32(i)];
+                    const auto within = [&](s32 w) {
+                        word = w;
+                        return set.are_within(&a[1], count, bits);
+                    };
+                    EXPECT_TRUE(within(low) && within(~low)) << count << ' ' << i;
+                    EXPECT_FALSE(within(low - 1) || within(-low)) << count << ' ' << i;
+                    EXPECT_FALSE(within(INT32_MIN) || within(INT32_MAX));
+                    word = low;
+                    EXPECT_FALSE(set.are_same(&a[1], &b[1], count));
+                    word = 0;
+                    EXPECT_TRUE(set.are_same(&a[1], &b[1], count));
+                }
+            }
+        }
+    });
+}
+
+} // namespace
+} // namespace earshot::test
