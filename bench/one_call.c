@@ -13,8 +13,7 @@
 
 enum { fft_size = 256, bins = fft_size / 2 + 1, block = 1024 };
 
-/* --- Transforms
- * ---------------------------------------------------------------------------------*/
+/* --- Transforms ------------------------------------------------------------------------------*/
 
 static s32 twiddles[256][6], split_twiddles[256][2];
 static s32 wave[2 * block + 2], spectrum[2 * block + 2];
@@ -46,8 +45,7 @@ static void real_256_inverse(void) {
     Vorkel_rifft_32x32_scaled(spectrum, 256, twiddles[0], split_twiddles[0], 4, wave);
 }
 
-/* --- Renderer
- * -----------------------------------------------------------------------------------*/
+/* --- Renderer --------------------------------------------------------------------------------*/
 
 static hrtf_filt_front_instance *front;
 static hrtf_filt_back_instance *back;
@@ -72,10 +70,12 @@ static void make_renderer(u32 sources) {
 }
 
 static void one_source(void) { make_renderer(1); }
+static void sixteen_sources(void) { make_renderer(16); }
 
 static void front_end(void) {
     const hrtf_ear_spectra spectra = {{ears[0], ears[1]}};
-    const s32 *const inputs[] = {wave};
+    const s32 *inputs[16];
+    for (int s = 0; s < 16; ++s) inputs[s] = wave + 64 * s;
     hrtf_filt_front_process(front, bins, &spectra, fft_size, inputs);
 }
 
@@ -85,8 +85,13 @@ static void back_end(void) {
     hrtf_filt_back_process(back, 96, &outputs, bins, &spectra);
 }
 
-/* --- Effect
- * -------------------------------------------------------------------------------------*/
+static void frame(void) {
+    memset(ears, 0, sizeof ears);
+    front_end();
+    back_end();
+}
+
+/* --- Effect ----------------------------------------------------------------------------------*/
 
 static hoa_effect_state *effect;
 static s32 field[8][block];
@@ -116,8 +121,7 @@ static void glide(void) {
     process_field();
 }
 
-/* --- Panner
- * -------------------------------------------------------------------------------------*/
+/* --- Panner ----------------------------------------------------------------------------------*/
 
 static void panner_ramp(void) {
     a3d_panner panner = {0, 0, 0, 0, 0};
@@ -137,6 +141,7 @@ static const struct {
     {"real-256-inverse", nothing, real_256_inverse},
     {"front-end-1-source", one_source, front_end},
     {"back-end-96", one_source, back_end},
+    {"frame-96-of-16-sources", sixteen_sources, frame},
     {"effect-steady-1024", make_effect, process_field},
     {"effect-ramp-1024", make_effect, glide},
     {"panner-ramp-1024", nothing, panner_ramp},

@@ -1,8 +1,8 @@
 #!/usr/bin/env python3
-"""Makes the figures of docs/performance.md from its CSV file: tables between the marks in the text,
-two plots, and a verdict per aim on standard output.
+"""Makes the figures of docs/performance.md and of the README's section on speed from the CSV files in
+docs: tables between the marks in the texts, two plots, and a verdict per aim on standard output.
 
-    bench/report.py docs/performance.csv docs/performance.md
+    bench/report.py docs README.md
 """
 import csv
 import pathlib
@@ -29,6 +29,21 @@ AIMS = [
     ("effect 32 bits ramp", [1024], "float", "time", {"avx512": 1}),
 ]
 REPORTED_LEVELS = ["avx512", "avx2"]
+# (what the README calls it, case, size, what it is compared with)
+SUMMARY = [
+    ("complex transform, 128 points", "complex forward", 128, "libavutil"),
+    ("real transform, 256 points, forward", "real forward", 256, "libavutil"),
+    ("real transform, 256 points, scaled inverse", "real inverse", 256, "libavutil"),
+    ("one of 16 sources for a second, frames of 96", "source-second L=96", 16, "yardstick"),
+    ("one of 16 sources for a second, frames of 128", "source-second L=128", 16, "yardstick"),
+    ("25 ambisonic channels for a second", "ambisonic second L=128", 25, "yardstick"),
+    ("ambisonic effect, 1024 frames of 32 bits, steady", "effect 32 bits steady", 1024, "float"),
+    ("ambisonic effect, 1024 frames of 32 bits, ramp", "effect 32 bits ramp", 1024, "float"),
+]
+# Inner loops that the text about ARM tells of, by the beginnings of their names.
+ARM_LOOPS = ["radix4_pass<forward, plain", "split_bins<forward, plain, from_halves", "add_filtered",
+             "restore_level", "steady_vectors<int", "ramp_vectors<int",
+             "vectors<q15_gain, ramp"]
 # Levels from pale to dark, in the order in which they run; what is not earshot stands apart.
 LEVEL_COLOURS = ["#a6cee3", "#6baed6", "#2171b5", "#08306b"]
 OTHER_COLOURS = {"libavutil": "#dd181f"}
@@ -122,6 +137,33 @@ def size_table(figures):
     return table(["kernels of", "bytes of code and constants"], rows)
 
 
+def summary_table(figures):
+    rows = []
+    for name, case, size, other in SUMMARY:
+        row, times = [name], lambda contestant: digits(figures.spread(case, size, contestant)[0])
+        unit = next(r["unit"] for r in figures.rows if (r["case"], r["over"]) == (case, ""))
+        for level in REPORTED_LEVELS:
+            row.append(f"{times(level)} {unit}" if level in figures.levels else "not run")
+        rows.append(row + [f"{other}: {times(other)} {unit}"])
+    return table(["what"] + REPORTED_LEVELS + ["beside"], rows)
+
+
+def arm_tables(folder):
+    """The calls, and the inner loops that are told of, each as instructions."""
+    with open(folder / "performance-arm.csv", newline="") as file:
+        calls = table(["call", "instructions"],
+                      [[r["case"], r["instructions"]] for r in csv.DictReader(file)])
+    with open(folder / "performance-arm-loops.csv", newline="") as file:
+        loops = {r["function"]: r for r in csv.DictReader(file)}
+    rows = []
+    for begin in ARM_LOOPS:
+        name = next((n for n in loops if n.startswith(begin)), None)
+        if name is None:
+            sys.exit(f"report: no inner loop of {begin}")
+        rows.append([f"`{name}`", loops[name]["instructions"], loops[name]["vector"]])
+    return calls, table(["inner loop", "instructions", "NEON"], rows)
+
+
 def fill(text, mark, content):
     pattern = rf"(<!-- {mark} -->\n).*?(<!-- end -->)"
     if not re.search(pattern, text, re.S):
@@ -164,15 +206,22 @@ set multiplot layout 1,2
         subprocess.run(["gnuplot"], input=script, text=True, check=True)
 
 
-def main(csv_path, doc_path):
-    figures = Figures(csv_path)
-    doc = pathlib.Path(doc_path)
-    text = doc.read_text()
-    for mark, content in (("machine", figures.machine), ("aims", aims_table(figures)),
-                          ("times", times_table(figures)), ("sizes", size_table(figures))):
+def fill_file(path, contents):
+    text = path.read_text()
+    for mark, content in contents.items():
         text = fill(text, mark, content)
-    doc.write_text(text)
-    plot(figures, doc.parent)
+    path.write_text(text)
+
+
+def main(folder, readme):
+    figures = Figures(folder / "performance.csv")
+    calls, loops = arm_tables(folder)
+    fill_file(folder / "performance.md",
+              {"machine": figures.machine, "aims": aims_table(figures),
+               "times": times_table(figures), "sizes": size_table(figures), "arm": calls,
+               "arm loops": loops})
+    fill_file(readme, {"speed": figures.machine + ":\n\n" + summary_table(figures)})
+    plot(figures, folder)
     for row in aim_rows(figures):
         print("{:<31} {:<32}".format(*row), end="")
         for level, measured, aim in zip(REPORTED_LEVELS, row[2::2], row[3::2]):
@@ -183,4 +232,4 @@ def main(csv_path, doc_path):
 if __name__ == "__main__":
     if len(sys.argv) != 3:
         sys.exit(__doc__)
-    main(*sys.argv[1:])
+    main(*map(pathlib.Path, sys.argv[1:]))
