@@ -13,8 +13,8 @@ namespace earshot {
 struct gain_kernels {
     // One gain for all samples.
     void (*steady)(s32 *out, const s32 *in, s32 gain, s64 count);
-    // A gain for each.
-    void (*ramp)(s32 *out, const s32 *in, const s32 *gains, s64 count);
+    // Gains on a line from start on by step, which wraps. That of q15 has 16 more fraction bits.
+    void (*ramp)(s32 *out, const s32 *in, s32 start, s32 step, s64 count);
 };
 
 struct gain_set {

@@ -9,6 +9,7 @@ namespace {
 template <class V> struct q15_gain {
     using s32v = typename V::s32v;
     static s32v apply(s32v x, s32v gain) { return V::mul_q15_rnd(x, gain); }
+    static s32v of_ramp(s32v accumulator) { return V::template shift_right<16>(accumulator); }
 };
 
 // The sum with 2^27 could overflow, so that one more bit is kept and rounded off.
@@ -18,6 +19,7 @@ template <class V> struct q28_gain {
         const s32v p = V::template shift_right<27>(V::mul_low(x, gain));
         return V::template shift_right<1>(V::add(p, V::splat(1)));
     }
+    static s32v of_ramp(s32v accumulator) { return accumulator; }
 };
 
 template <class V> bool starts_within_a_vector_after(const s32 *out, const s32 *in) {
@@ -25,35 +27,51 @@ template <class V> bool starts_within_a_vector_after(const s32 *out, const s32 *
     return distance != 0 && distance < V::width * sizeof(s32);
 }
 
-// Whole vectors from begin on; gain(i) are the gains of sample i and those behind it. Returns the
-// index of the first sample left over.
-template <class V, template <class> class Product, class Gain>
-EARSHOT_KERNEL s64 vectors(s32 *out, const s32 *in, Gain gain, s64 begin, s64 count) {
+// Whole vectors from begin on. Both return the index of the first sample left over.
+
+template <class V, template <class> class Product>
+s64 steady_vectors(s32 *out, const s32 *in, s32 gain, s64 begin, s64 count) {
+    const auto gains = V::splat(gain);
     for (; count - begin >= V::width; begin += V::width)
-        V::store(out + begin, Product<V>::apply(V::load(in + begin), gain(begin)));
+        V::store(out + begin, Product<V>::apply(V::load(in + begin), gains));
     return begin;
+}
+
+template <class V, template <class> class Product>
+s64 ramp_vectors(s32 *out, const s32 *in, s32 start, s32 step, s64 begin, s64 count) {
+    const auto after = [=](s64 steps) {
+        return static_cast<s32>(static_cast<u32>(start) +
+                                static_cast<u32>(steps) * static_cast<u32>(step));
+    };
+    s32 first[V::width];
+    for (s32 lane = 0; lane < V::width; ++lane) first[lane] = after(begin + lane);
+    auto accumulator = V::load(first);
+    const auto stride = V::splat(static_cast<s32>(u32{V::width} * static_cast<u32>(step)));
+    for (; count - begin >= V::width; begin += V::width) {
+        const auto gains = Product<V>::of_ramp(accumulator);
+        V::store(out + begin, Product<V>::apply(V::load(in + begin), gains));
+        accumulator = V::add(accumulator, stride);
+    }
+    return begin;
+}
+
+template <class V> constexpr bool may_use_vectors(const s32 *out, const s32 *in) {
+    return V::width > 1 && !starts_within_a_vector_after<V>(out, in);
 }
 
 template <class V, template <class> class Product>
 void steady(s32 *out, const s32 *in, s32 gain, s64 count) {
     s64 done = 0;
-    if (V::width > 1 && !starts_within_a_vector_after<V>(out, in)) {
-        const auto lanes = V::splat(gain);
-        done = vectors<V, Product>(
-            out, in, [&](s64) { return lanes; }, 0, count);
-    }
-    vectors<vec_scalar, Product>(
-        out, in, [&](s64) { return gain; }, done, count);
+    if (may_use_vectors<V>(out, in)) done = steady_vectors<V, Product>(out, in, gain, 0, count);
+    steady_vectors<vec_scalar, Product>(out, in, gain, done, count);
 }
 
 template <class V, template <class> class Product>
-void ramp(s32 *out, const s32 *in, const s32 *gains, s64 count) {
+void ramp(s32 *out, const s32 *in, s32 start, s32 step, s64 count) {
     s64 done = 0;
-    if (V::width > 1 && !starts_within_a_vector_after<V>(out, in))
-        done = vectors<V, Product>(
-            out, in, [=](s64 i) { return V::load(gains + i); }, 0, count);
-    vectors<vec_scalar, Product>(
-        out, in, [=](s64 i) { return gains[i]; }, done, count);
+    if (may_use_vectors<V>(out, in))
+        done = ramp_vectors<V, Product>(out, in, start, step, 0, count);
+    ramp_vectors<vec_scalar, Product>(out, in, start, step, done, count);
 }
 
 template <class V>

@@ -54,35 +54,39 @@ template <class Record> s32 take_ramp(Record &panner, s32 count) {
 
 constexpr s64 at_least_0(s32 x) { return x > 0 ? x : 0; }
 
-// Writes count samples whose gains next() tells one after the other.
-template <class Next>
-void fill_ramp(const gain_kernels &kernels, s32 *out, const s32 *in, s64 count, Next next) {
-    constexpr s64 chunk = 64;
-    s32 gains[chunk];
-    for (s64 done = 0; done < count; done += chunk) {
-        const s64 size = count - done < chunk ? count - done : chunk;
-        for (s64 i = 0; i < size; ++i) gains[i] = next();
-        kernels.ramp(out + done, in + done, gains, size);
+// Gains that saturate step by step are on a straight line up to a bound, and stay there.
+struct gain_line {
+    s32 start, step;
+
+    s32 at(s64 k) const { return ARM_s32_saturate_s64(start + k * step); }
+
+    // How many of the first count gains come before the bound.
+    s64 length(s64 count) const {
+        const s64 bound = step > 0 ? s32_max : s32_min;
+        const bool stays = count == 0 || at(count - 1) == start + (count - 1) * step;
+        return stays ? count : (bound - start) / step + 1;
     }
+};
+
+// fraction_bits: of the line, beyond those of the gains.
+void fill_ramp(const gain_kernels &kernels, s32 *out, const s32 *in, const gain_line &line,
+               s64 count, s32 fraction_bits) {
+    const s64 length = line.length(count);
+    kernels.ramp(out, in, line.start, line.step, length);
+    kernels.steady(out + length, in + length, line.at(count) >> fraction_bits, count - length);
 }
 
 s32 fill(s32 *out, const s32 *in, a3d_panner &panner, s32 frames, s32 samples_per_frame) {
     const gain_kernels &kernels = gain_at(active_level()).q15;
-    s32 accumulator = low_s32(shift_left(current<narrow>(panner), 16)); // Q16 in units of the gain
-    const s32 step = panner.step;
-    const auto next = [&] {
-        const s32 gain = accumulator >> 16;
-        accumulator = ARM_s32_add_s32_s32_sat(accumulator, step);
-        return gain;
-    };
+    const gain_line line = {low_s32(shift_left(current<narrow>(panner), 16)), panner.step};
     const s64 ramp = at_least_0(take_ramp(panner, frames)), size = at_least_0(samples_per_frame);
     const s64 steady = at_least_0(frames) - ramp;
     if (size == 0) return panner.remaining;
     if (size == 1) {
-        fill_ramp(kernels, out, in, ramp, next);
+        fill_ramp(kernels, out, in, line, ramp, 16);
     } else {
         for (s64 frame = 0; frame < ramp; ++frame)
-            kernels.steady(out + frame * size, in + frame * size, next(), size);
+            kernels.steady(out + frame * size, in + frame * size, line.at(frame) >> 16, size);
     }
     kernels.steady(out + ramp * size, in + ramp * size, panner.target, steady * size);
     return panner.remaining;
@@ -90,15 +94,9 @@ s32 fill(s32 *out, const s32 *in, a3d_panner &panner, s32 frames, s32 samples_pe
 
 s32 fill(s32 *out, const s32 *in, a3d_panner32q28 &panner, s32 count) {
     const gain_kernels &kernels = gain_at(active_level()).q28;
-    s32 gain = current<wide>(panner);
-    const s32 step = panner.step;
-    const auto next = [&] {
-        const s32 present = gain;
-        gain = ARM_s32_add_s32_s32_sat(gain, step);
-        return present;
-    };
+    const gain_line line = {current<wide>(panner), panner.step};
     const s64 ramp = at_least_0(take_ramp(panner, count));
-    fill_ramp(kernels, out, in, ramp, next);
+    fill_ramp(kernels, out, in, line, ramp, 0);
     kernels.steady(out + ramp, in + ramp, panner.target, at_least_0(count) - ramp);
     return panner.remaining;
 }
