@@ -1,4 +1,4 @@
-// The transforms of 16-bit data. Their order is that of the 32-bit ones (fft/kernels.inl), so that
+// The transforms of 16-bit data. Their order is that of the 32-bit ones (fft/stages.cpp), so that
 // the twiddle tables are the same; but sums are exact, and what is stored is rounded once per
 // stage.
 #include "fft/complex.hpp"
