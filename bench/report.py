@@ -43,7 +43,7 @@ SUMMARY = [
 # Inner loops that the text about ARM tells of, by the beginnings of their names.
 ARM_LOOPS = ["radix4_pass<forward, plain", "split_bins<forward, plain, from_halves", "add_filtered",
              "restore_level", "steady_vectors<int", "ramp_vectors<int",
-             "vectors<q15_gain, ramp"]
+             "ramp<q15_gain"]
 # Levels from pale to dark, in the order in which they run; what is not earshot stands apart.
 LEVEL_COLOURS = ["#a6cee3", "#6baed6", "#2171b5", "#08306b"]
 OTHER_COLOURS = {"libavutil": "#dd181f"}
