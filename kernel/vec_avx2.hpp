@@ -2,21 +2,18 @@
 #ifndef EARSHOT_KERNEL_VEC_AVX2_HPP
 #define EARSHOT_KERNEL_VEC_AVX2_HPP
 
-#include "kernel/vec_scalar.hpp"
+#include "kernel/vec_x86.hpp"
 
 #include <immintrin.h>
 
 namespace earshot {
 namespace {
 
-struct vec_avx2 {
+struct avx2_lanes {
     static constexpr s32 width = 8;
     using s32v = __m256i;
     struct pair {
         s32v first, second;
-    };
-    struct bins {
-        s32v low, high;
     };
 
     // The 32 x 32-bit multiply takes every other lane, so sums are kept that way.
@@ -110,15 +107,6 @@ struct vec_avx2 {
     static s32v half_add(s32v a, s32v b) {
         return add(_mm256_and_si256(a, b), _mm256_srai_epi32(_mm256_xor_si256(a, b), 1));
     }
-    // a - b = a + b - 2 b
-    static pair half_add_sub(s32v a, s32v b) {
-        const s32v sum = half_add(a, b);
-        return {sum, sub(sum, b)};
-    }
-    static pair half_add_sub_small(s32v a, s32v b) {
-        const s32v sum = shift_right<1>(add(a, b));
-        return {sum, sub(sum, b)};
-    }
     static s32v mul_low(s32v a, s32v b) { return _mm256_mullo_epi32(a, b); }
     static s32v mul_q15_rnd(s32v a, s32v b) {
         const s64v p = product(a, b);
@@ -164,17 +152,7 @@ struct vec_avx2 {
         return _mm256_blendv_epi8(bound, low, fits);
     }
 
-    static bins load_bins(const s32 *p) { return {load(p), load(p + width)}; }
-    static void store_bins(s32 *p, bins b) {
-        store(p, b.low);
-        store(p + width, b.high);
-    }
-    static bins add(bins a, bins b) { return {add(a.low, b.low), add(a.high, b.high)}; }
-    static bins filter(bins x, bins gain) {
-        return {filter(x.low, gain.low), filter(x.high, gain.high)};
-    }
-
-  private:
+  protected:
     // Pairs, with the lanes in the order 0 1 4 5 2 3 6 7, which shuffles within halves come to.
     static pair load_mixed_pairs(const s32 *p) {
         const __m256 low = _mm256_castsi256_ps(load(p));
@@ -221,6 +199,8 @@ struct vec_avx2 {
         return _mm256_blend_epi32(even, odd, 0xAA);
     }
 };
+
+using vec_avx2 = vec_x86<avx2_lanes>;
 
 } // namespace
 } // namespace earshot

@@ -3,7 +3,7 @@
 #ifndef EARSHOT_KERNEL_VEC_AVX512_HPP
 #define EARSHOT_KERNEL_VEC_AVX512_HPP
 
-#include "kernel/vec_scalar.hpp"
+#include "kernel/vec_x86.hpp"
 
 // gcc takes the operands that its own header leaves undefined on purpose for mistakes.
 #if !defined(__clang__)
@@ -19,14 +19,11 @@
 namespace earshot {
 namespace {
 
-struct vec_avx512 {
+struct avx512_lanes {
     static constexpr s32 width = 16;
     using s32v = __m512i;
     struct pair {
         s32v first, second;
-    };
-    struct bins {
-        s32v low, high;
     };
 
     // The 32 x 32-bit multiply takes every other lane, so sums are kept that way.
@@ -129,15 +126,6 @@ struct vec_avx512 {
     static s32v half_add(s32v a, s32v b) {
         return add(_mm512_and_si512(a, b), _mm512_srai_epi32(_mm512_xor_si512(a, b), 1));
     }
-    // a - b = a + b - 2 b
-    static pair half_add_sub(s32v a, s32v b) {
-        const s32v sum = half_add(a, b);
-        return {sum, sub(sum, b)};
-    }
-    static pair half_add_sub_small(s32v a, s32v b) {
-        const s32v sum = shift_right<1>(add(a, b));
-        return {sum, sub(sum, b)};
-    }
     static s32v mul_low(s32v a, s32v b) { return _mm512_mullo_epi32(a, b); }
     static s32v mul_q15_rnd(s32v a, s32v b) {
         const s64v p = product(a, b);
@@ -179,17 +167,7 @@ struct vec_avx512 {
         return _mm512_mask_shuffle_epi32(even, odd_lanes, odd, _MM_PERM_CCAA);
     }
 
-    static bins load_bins(const s32 *p) { return {load(p), load(p + width)}; }
-    static void store_bins(s32 *p, bins b) {
-        store(p, b.low);
-        store(p + width, b.high);
-    }
-    static bins add(bins a, bins b) { return {add(a.low, b.low), add(a.high, b.high)}; }
-    static bins filter(bins x, bins gain) {
-        return {filter(x.low, gain.low), filter(x.high, gain.high)};
-    }
-
-  private:
+  protected:
     static constexpr __mmask16 odd_lanes = 0xAAAA;
 
     // Two vectors of words, lane by lane in turn.
@@ -224,6 +202,8 @@ struct vec_avx512 {
         return bits_from<29>(_mm512_add_epi64(re, half_unit), _mm512_add_epi64(im, half_unit));
     }
 };
+
+using vec_avx512 = vec_x86<avx512_lanes>;
 
 } // namespace
 } // namespace earshot

@@ -3,21 +3,18 @@
 #ifndef EARSHOT_KERNEL_VEC_SSE41_HPP
 #define EARSHOT_KERNEL_VEC_SSE41_HPP
 
-#include "kernel/vec_scalar.hpp"
+#include "kernel/vec_x86.hpp"
 
 #include <smmintrin.h>
 
 namespace earshot {
 namespace {
 
-struct vec_sse41 {
+struct sse41_lanes {
     static constexpr s32 width = 4;
     using s32v = __m128i;
     struct pair {
         s32v first, second;
-    };
-    struct bins {
-        s32v low, high;
     };
 
     // The 32 x 32-bit multiply takes every other lane, so sums are kept that way.
@@ -90,15 +87,6 @@ struct vec_sse41 {
     static s32v half_add(s32v a, s32v b) {
         return add(_mm_and_si128(a, b), _mm_srai_epi32(_mm_xor_si128(a, b), 1));
     }
-    // a - b = a + b - 2 b
-    static pair half_add_sub(s32v a, s32v b) {
-        const s32v sum = half_add(a, b);
-        return {sum, sub(sum, b)};
-    }
-    static pair half_add_sub_small(s32v a, s32v b) {
-        const s32v sum = shift_right<1>(add(a, b));
-        return {sum, sub(sum, b)};
-    }
     static s32v mul_low(s32v a, s32v b) { return _mm_mullo_epi32(a, b); }
     static s32v mul_q15_rnd(s32v a, s32v b) {
         const s64v p = product(a, b);
@@ -140,17 +128,7 @@ struct vec_sse41 {
         return _mm_blendv_epi8(bound_of(high), low, fits);
     }
 
-    static bins load_bins(const s32 *p) { return {load(p), load(p + width)}; }
-    static void store_bins(s32 *p, bins b) {
-        store(p, b.low);
-        store(p + width, b.high);
-    }
-    static bins add(bins a, bins b) { return {add(a.low, b.low), add(a.high, b.high)}; }
-    static bins filter(bins x, bins gain) {
-        return {filter(x.low, gain.low), filter(x.high, gain.high)};
-    }
-
-  private:
+  protected:
     // The bound of a's sign in the lanes whose mask is negative, v in the others.
     static s32v saturate_where(s32v mask, s32v v, s32v a) {
         return _mm_castps_si128(_mm_blendv_ps(_mm_castsi128_ps(v), _mm_castsi128_ps(bound_of(a)),
@@ -180,6 +158,8 @@ struct vec_sse41 {
                         _mm_slli_epi64(_mm_add_epi64(im, half_unit), 3));
     }
 };
+
+using vec_sse41 = vec_x86<sse41_lanes>;
 
 } // namespace
 } // namespace earshot

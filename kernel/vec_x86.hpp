@@ -1,0 +1,44 @@
+// What the x86 forms of the vector layer make of their own operations in the same way. See
+// kernel/vec_scalar.hpp for what each operation is.
+#ifndef EARSHOT_KERNEL_VEC_X86_HPP
+#define EARSHOT_KERNEL_VEC_X86_HPP
+
+#include "kernel/vec_scalar.hpp"
+
+namespace earshot {
+namespace {
+
+// Lanes: a form that lacks the operations below, with filter for the bins of one vector.
+template <class Lanes> struct vec_x86 : Lanes {
+    using Lanes::add;
+    using typename Lanes::pair;
+    using typename Lanes::s32v;
+    struct bins {
+        s32v low, high;
+    };
+
+    // a - b = a + b - 2 b
+    static pair half_add_sub(s32v a, s32v b) {
+        const s32v sum = Lanes::half_add(a, b);
+        return {sum, Lanes::sub(sum, b)};
+    }
+    static pair half_add_sub_small(s32v a, s32v b) {
+        const s32v sum = Lanes::template shift_right<1>(add(a, b));
+        return {sum, Lanes::sub(sum, b)};
+    }
+
+    static bins load_bins(const s32 *p) { return {Lanes::load(p), Lanes::load(p + Lanes::width)}; }
+    static void store_bins(s32 *p, bins b) {
+        Lanes::store(p, b.low);
+        Lanes::store(p + Lanes::width, b.high);
+    }
+    static bins add(bins a, bins b) { return {add(a.low, b.low), add(a.high, b.high)}; }
+    static bins filter(bins x, bins gain) {
+        return {Lanes::filter(x.low, gain.low), Lanes::filter(x.high, gain.high)};
+    }
+};
+
+} // namespace
+} // namespace earshot
+
+#endif
