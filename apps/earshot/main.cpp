@@ -10,9 +10,9 @@
 
 #include <earshot/earshot.h>
 
-#include "commands.hpp"
+#include "audio/output_file.hpp"
+#include "commands/commands.hpp"
 #include "error.hpp"
-#include "output_file.hpp"
 
 using namespace earshot_tool;
 

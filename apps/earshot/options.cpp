@@ -3,8 +3,8 @@
 #include <cmath>
 #include <map>
 
+#include "commands/orbit.hpp"
 #include "error.hpp"
-#include "orbit.hpp"
 
 namespace earshot_tool {
 

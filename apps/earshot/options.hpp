@@ -6,9 +6,9 @@
 
 #include <CLI/CLI.hpp>
 
-#include "audio_output.hpp"
-#include "channel_layout.hpp"
+#include "audio/audio_output.hpp"
 #include "console.hpp"
+#include "field/channel_layout.hpp"
 #include "scene_library.hpp"
 
 namespace earshot_tool {

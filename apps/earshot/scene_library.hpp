@@ -1,10 +1,10 @@
 // The scene library's pieces that the whole tool works with; their names are the tool's own, too.
 #pragma once
 
-#include "scene/fixed_point.hpp"
-#include "scene/frame_source.hpp"
-#include "scene/library_status.hpp"
-#include "scene/parse.hpp"
+#include "scene/description/parse.hpp"
+#include "scene/rendering/fixed_point.hpp"
+#include "scene/rendering/frame_source.hpp"
+#include "scene/rendering/library_status.hpp"
 
 namespace earshot_tool {
 

@@ -1,6 +1,6 @@
 /* Directions as a listener hears them, and values over time, against double precision. */
-#include "scene/geometry.hpp"
-#include "scene/track.hpp"
+#include "scene/motion/geometry.hpp"
+#include "scene/motion/track.hpp"
 #include "tests/support/operands.hpp"
 
 #include <gtest/gtest.h>

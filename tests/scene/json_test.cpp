@@ -1,5 +1,5 @@
 /* Scenes as text: what they become, and what is said of those that are wrong. */
-#include "scene/scene_json.hpp"
+#include "scene/description/scene_json.hpp"
 
 #include "sounds.hpp"
 

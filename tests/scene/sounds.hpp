@@ -2,9 +2,9 @@
 #ifndef EARSHOT_TESTS_SCENE_SOUNDS_HPP
 #define EARSHOT_TESTS_SCENE_SOUNDS_HPP
 
-#include "scene/looping_source.hpp"
-#include "scene/scene_json.hpp"
-#include "scene/scene_stream.hpp"
+#include "scene/description/scene_json.hpp"
+#include "scene/rendering/looping_source.hpp"
+#include "scene/rendering/scene_stream.hpp"
 
 #include <algorithm>
 #include <deque>

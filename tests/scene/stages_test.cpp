@@ -1,6 +1,6 @@
 /* What happens to a source before it reaches the head. */
-#include "scene/dc_blocker.hpp"
-#include "scene/source_chain.hpp"
+#include "scene/rendering/dc_blocker.hpp"
+#include "scene/rendering/source_chain.hpp"
 
 #include "sounds.hpp"
 

@@ -1,0 +1,56 @@
+// The end of every command's audio path: Q31 is brought to the output's width, with dither or
+// without, counted, digested and written.
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "audio/digest.hpp"
+#include "audio/dither.hpp"
+#include "audio/sample_writer.hpp"
+
+namespace earshot_tool {
+
+// What the command line says about the output.
+struct output_options {
+    std::string path;
+    int bits = 0; // 0: as the input
+    bool raw = false;
+    bool no_dither = false;
+    bool digest = false;
+};
+
+class audio_output {
+  public:
+    // frames: the length, where it is known. The format has been checked.
+    audio_output(const output_options &options, const output_format &format,
+                 const std::vector<file_identity> &inputs, std::optional<s64> frames);
+
+    // Any number of interleaved Q31 frames.
+    void write(const s32 *interleaved, std::size_t frames);
+
+    // Completes the file under its name and prints the digest if it is asked for.
+    void finish();
+
+    const std::string &name() const { return file_.name(); }
+    s64 frames() const { return frames_; }
+    u64 clipped() const { return clipped_; }
+
+  private:
+    void narrow(const s32 *interleaved, std::size_t count);
+    void print_digest();
+
+    output_options options_;
+    output_format format_;
+    output_file file_;
+    std::unique_ptr<sample_writer> writer_;
+    std::optional<triangular_dither> dither_;
+    sample_digest digest_;
+    std::vector<s32> words_;
+    s64 frames_ = 0;
+    u64 clipped_ = 0;
+};
+
+} // namespace earshot_tool

@@ -1,0 +1,25 @@
+#include "audio/digest.hpp"
+
+namespace earshot_tool {
+
+void sample_digest::add(const s32 *words, std::size_t count) {
+    bytes_.resize(4 * count);
+    for (std::size_t i = 0; i < count; ++i)
+        for (std::size_t k = 0; k < 4; ++k)
+            bytes_[4 * i + k] = static_cast<unsigned char>(static_cast<u32>(words[i]) >> (8 * k));
+    sha256_update(&context_, bytes_.size(), bytes_.data());
+}
+
+std::string sample_digest::text() {
+    unsigned char hash[SHA256_DIGEST_SIZE];
+    sha256_digest(&context_, sizeof hash, hash);
+    std::string hex;
+    for (const unsigned char byte : hash) {
+        constexpr char digits[] = "0123456789abcdef";
+        hex += digits[byte >> 4];
+        hex += digits[byte & 15];
+    }
+    return hex;
+}
+
+} // namespace earshot_tool

@@ -1,0 +1,175 @@
+#include "audio/output_file.hpp"
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <csignal>
+#include <cstring>
+
+#include <fcntl.h>
+#include <limits.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "error.hpp"
+
+namespace earshot_tool {
+
+namespace {
+
+constexpr std::array interrupting_signals = {SIGINT, SIGTERM, SIGHUP};
+
+// Shared with the signal handler: the unfinished file, while there is one.
+char unfinished_path[PATH_MAX];
+volatile std::sig_atomic_t unfinished = 0;
+
+extern "C" void remove_unfinished(int signal_number) {
+    if (unfinished != 0) unlink(unfinished_path);
+    // The handler was installed for one call: now the signal ends the program as usual.
+    raise(signal_number);
+}
+
+// No interrupting signal arrives between making (or naming) a file and taking note of it.
+class signals_held {
+  public:
+    signals_held() {
+        sigset_t set;
+        sigemptyset(&set);
+        for (const int number : interrupting_signals) sigaddset(&set, number);
+        sigprocmask(SIG_BLOCK, &set, &before_);
+    }
+    ~signals_held() { sigprocmask(SIG_SETMASK, &before_, nullptr); }
+    signals_held(const signals_held &) = delete;
+    signals_held &operator=(const signals_held &) = delete;
+
+  private:
+    sigset_t before_;
+};
+
+bool is_same_file(const struct stat &status, const std::vector<file_identity> &inputs) {
+    // A terminal or /dev/null may well be both ends.
+    if (S_ISCHR(status.st_mode)) return false;
+    return std::find(inputs.begin(), inputs.end(), file_identity{status.st_dev, status.st_ino}) !=
+           inputs.end();
+}
+
+// A hidden name in the same directory, cut where it would grow past the limit of file systems.
+std::string name_beside(const std::string &path, int attempt) {
+    const auto slash = path.rfind('/');
+    const auto base = slash == std::string::npos ? 0 : slash + 1;
+    return path.substr(0, base) + "." + path.substr(base, 200) + "." + std::to_string(getpid()) +
+           "." + std::to_string(attempt) + ".part";
+}
+
+} // namespace
+
+void prepare_signals() {
+    struct sigaction action {};
+    action.sa_handler = remove_unfinished;
+    action.sa_flags = static_cast<int>(SA_RESETHAND | SA_NODEFER);
+    sigemptyset(&action.sa_mask);
+    for (const int number : interrupting_signals) {
+        struct sigaction old {};
+        // What the caller has switched off, as nohup does, stays off.
+        if (sigaction(number, nullptr, &old) == 0 && old.sa_handler != SIG_IGN)
+            sigaction(number, &action, nullptr);
+    }
+    std::signal(SIGPIPE, SIG_IGN);
+    std::signal(SIGXFSZ, SIG_IGN);
+}
+
+output_file::output_file(const std::string &path, const std::vector<file_identity> &inputs)
+    : name_(path == "-" ? "standard output" : path), path_(path) {
+    struct stat status {};
+    if (path == "-") {
+        mode_ = mode::standard_output;
+        descriptor_ = STDOUT_FILENO;
+        open_in_place(inputs);
+    } else if (lstat(path.c_str(), &status) == 0 && !S_ISREG(status.st_mode)) {
+        mode_ = mode::in_place;
+        open_in_place(inputs);
+    } else {
+        open_beside();
+    }
+}
+
+void output_file::open_in_place(const std::vector<file_identity> &inputs) {
+    struct stat status {};
+    const bool exists = mode_ == mode::standard_output ? fstat(descriptor_, &status) == 0
+                                                       : stat(path_.c_str(), &status) == 0;
+    if (exists && is_same_file(status, inputs))
+        throw processing_error(name_, "is also the input and cannot be written in place");
+    // Headers of files are read back; a pipe opened both ways would not wait for its reader.
+    const int access = exists && !S_ISREG(status.st_mode) ? O_WRONLY : O_RDWR;
+    if (mode_ == mode::in_place)
+        descriptor_ = open(path_.c_str(), access | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
+    else if (!exists)
+        descriptor_ = -1;
+    if (descriptor_ < 0) throw processing_error(name_, system_cause(errno));
+    can_seek_ = lseek(descriptor_, 0, SEEK_CUR) >= 0;
+    if (isatty(descriptor_) == 1) {
+        if (mode_ == mode::in_place) close(descriptor_);
+        throw usage_error(name_ + ": is a terminal; audio is not written there");
+    }
+}
+
+void output_file::open_beside() {
+    // Renaming would replace a file that its owner has protected against writing.
+    if (faccessat(AT_FDCWD, path_.c_str(), W_OK, AT_EACCESS) != 0 && errno != ENOENT)
+        throw processing_error(name_, system_cause(errno));
+    const signals_held held;
+    for (int attempt = 0; descriptor_ < 0; ++attempt) {
+        temporary_ = name_beside(path_, attempt);
+        descriptor_ = open(temporary_.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
+        if (descriptor_ < 0 && errno != EEXIST) throw processing_error(name_, system_cause(errno));
+    }
+    if (temporary_.size() < sizeof unfinished_path) {
+        std::memcpy(unfinished_path, temporary_.c_str(), temporary_.size() + 1);
+        unfinished = 1;
+    }
+    inherit_permissions();
+}
+
+// A file that is replaced keeps its owner, where that is possible, and its permissions.
+void output_file::inherit_permissions() const {
+    struct stat old {};
+    if (stat(path_.c_str(), &old) != 0) return;
+    if (fchown(descriptor_, old.st_uid, old.st_gid) != 0) errno = 0;
+    fchmod(descriptor_, old.st_mode & 0777);
+}
+
+void output_file::commit() {
+    const int descriptor = descriptor_;
+    if (mode_ != mode::standard_output) {
+        descriptor_ = -1;
+        // Some file systems report a full disk only now.
+        if (close(descriptor) != 0) throw processing_error(name_, system_cause(errno));
+    }
+    if (mode_ == mode::beside) {
+        const signals_held held;
+        if (std::rename(temporary_.c_str(), path_.c_str()) != 0)
+            throw processing_error(name_, system_cause(errno));
+        unfinished = 0;
+    }
+    committed_ = true;
+}
+
+output_file::~output_file() {
+    if (!committed_) discard();
+}
+
+void output_file::discard() {
+    struct stat status {};
+    // The target of a link cannot be removed; half of a recording is not left in it either.
+    if (mode_ == mode::in_place && descriptor_ >= 0 && fstat(descriptor_, &status) == 0 &&
+        S_ISREG(status.st_mode) && ftruncate(descriptor_, 0) != 0)
+        errno = 0;
+    if (mode_ != mode::standard_output && descriptor_ >= 0) close(descriptor_);
+    if (mode_ == mode::beside) {
+        const signals_held held;
+        unlink(temporary_.c_str());
+        unfinished = 0;
+    }
+}
+
+} // namespace earshot_tool

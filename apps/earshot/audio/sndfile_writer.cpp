@@ -1,0 +1,156 @@
+// Output through libsndfile.
+
+#include <cerrno>
+#include <cstring>
+
+#include <sndfile.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "audio/sample_writer.hpp"
+#include "error.hpp"
+
+namespace earshot_tool {
+
+namespace {
+
+// The file under libsndfile. It passes the bytes on and remembers the first failure: libsndfile
+// itself reports none for what it writes on closing, such as the header or the last FLAC frame.
+struct byte_file {
+    int descriptor;
+    int error = 0;
+
+    s64 note(s64 result) {
+        if (result < 0 && error == 0) error = errno;
+        return result;
+    }
+};
+
+byte_file &self(void *user) { return *static_cast<byte_file *>(user); }
+
+sf_count_t file_length(void *user) {
+    struct stat status {};
+    return self(user).note(fstat(self(user).descriptor, &status)) < 0 ? -1 : status.st_size;
+}
+
+sf_count_t file_seek(sf_count_t offset, int whence, void *user) {
+    return self(user).note(lseek(self(user).descriptor, offset, whence));
+}
+
+sf_count_t file_tell(void *user) { return file_seek(0, SEEK_CUR, user); }
+
+sf_count_t file_read(void *bytes, sf_count_t count, void *user) {
+    return self(user).note(read(self(user).descriptor, bytes, static_cast<std::size_t>(count)));
+}
+
+sf_count_t file_write(const void *bytes, sf_count_t count, void *user) {
+    byte_file &file = self(user);
+    const int error = write_all(file.descriptor, bytes, static_cast<std::size_t>(count));
+    if (error != 0 && file.error == 0) file.error = error;
+    return error == 0 ? count : 0;
+}
+
+// RF64 is written as an ordinary WAV file when it turns out to be shorter than 4 GiB.
+int sndfile_container(container kind) {
+    switch (kind) {
+    case container::flac:
+        return SF_FORMAT_FLAC;
+    case container::caf:
+        return SF_FORMAT_CAF;
+    case container::w64:
+        return SF_FORMAT_W64;
+    default:
+        return SF_FORMAT_RF64;
+    }
+}
+
+int sndfile_encoding(int width) {
+    return width == 16 ? SF_FORMAT_PCM_16 : width == 24 ? SF_FORMAT_PCM_24 : SF_FORMAT_PCM_32;
+}
+
+constexpr std::size_t wave_head_bytes = 256;
+
+u32 little_endian(const unsigned char *bytes) {
+    return static_cast<u32>(bytes[0] | bytes[1] << 8 | bytes[2] << 16) | static_cast<u32>(bytes[3])
+                                                                             << 24;
+}
+
+// Where the channel mask is in the head of a file in extensible WAV format, or 0.
+std::size_t find_channel_mask(const unsigned char *head, std::size_t size) {
+    constexpr std::size_t mask_in_chunk = 8 + 20;
+    for (std::size_t at = 12; at + mask_in_chunk + 4 <= size;) {
+        const u32 length = little_endian(head + at + 4);
+        if (std::memcmp(head + at, "fmt ", 4) == 0) return length >= 40 ? at + mask_in_chunk : 0;
+        at += 8 + length + (length & 1);
+    }
+    return 0;
+}
+
+class sndfile_writer : public sample_writer {
+  public:
+    sndfile_writer(output_file &file, const output_format &format)
+        : file_(file), format_(format), bytes_{file.descriptor()} {
+        SF_INFO info{};
+        info.samplerate = format.rate;
+        info.channels = format.channels;
+        info.format = sndfile_container(format.kind) | sndfile_encoding(format.width);
+        SF_VIRTUAL_IO calls{file_length, file_seek, file_read, file_write, file_tell};
+        sound_ = sf_open_virtual(&calls, SFM_WRITE, &info, &bytes_);
+        if (sound_ == nullptr) fail(sf_strerror(nullptr));
+        if (format.kind == container::wav)
+            sf_command(sound_, SFC_RF64_AUTO_DOWNGRADE, nullptr, SF_TRUE);
+    }
+
+    ~sndfile_writer() override {
+        if (sound_ != nullptr) sf_close(sound_);
+    }
+    sndfile_writer(const sndfile_writer &) = delete;
+    sndfile_writer &operator=(const sndfile_writer &) = delete;
+
+    void write(const s32 *interleaved, std::size_t frames) override {
+        const auto count = static_cast<sf_count_t>(frames);
+        if (sf_writef_int(sound_, interleaved, count) != count || bytes_.error != 0)
+            fail(sf_strerror(sound_));
+    }
+
+    void finish() override {
+        SNDFILE *sound = sound_;
+        sound_ = nullptr;
+        const int status = sf_close(sound);
+        if (status != 0 || bytes_.error != 0) fail(sf_error_number(status));
+        if (format_.kind == container::wav && format_.channels > 2) clear_channel_mask();
+    }
+
+  private:
+    [[noreturn]] void fail(const char *library_text) const {
+        throw processing_error(file_.name(),
+                               bytes_.error != 0 ? system_cause(bytes_.error) : library_text);
+    }
+
+    // libsndfile names loudspeakers for the usual channel counts, four channels would be front and
+    // rear pairs. The channels of a field feed no loudspeakers, and players must not mix them down.
+    void clear_channel_mask() const {
+        unsigned char head[wave_head_bytes];
+        const ssize_t size = pread(bytes_.descriptor, head, sizeof head, 0);
+        const auto at = size < 0 ? 0 : find_channel_mask(head, static_cast<std::size_t>(size));
+        const u32 no_loudspeakers = 0;
+        if (at != 0 && pwrite(bytes_.descriptor, &no_loudspeakers, sizeof no_loudspeakers,
+                              static_cast<off_t>(at)) != sizeof no_loudspeakers)
+            throw processing_error(file_.name(), system_cause(errno));
+    }
+
+    output_file &file_;
+    output_format format_;
+    byte_file bytes_;
+    SNDFILE *sound_ = nullptr;
+};
+
+} // namespace
+
+std::unique_ptr<sample_writer> make_sndfile_writer(output_file &file, const output_format &format) {
+    if (!file.can_seek())
+        throw usage_error(file.name() + ": only AU (.au) and --raw can be written to a pipe");
+    return std::make_unique<sndfile_writer>(file, format);
+}
+
+} // namespace earshot_tool

@@ -1,0 +1,121 @@
+// earshot encode: places a mono recording in an ambisonic field.
+
+#include <cmath>
+#include <memory>
+
+#include "audio/channel_picker.hpp"
+#include "commands/commands.hpp"
+#include "commands/orbit.hpp"
+#include "error.hpp"
+#include "field/spherical_harmonics.hpp"
+#include "scene_library.hpp"
+
+namespace earshot_tool {
+
+namespace {
+
+struct encode_options {
+    std::string input;
+    output_options output;
+    int channel = 0; // 0: the only one
+    double azimuth = 0;
+    double elevation = 0;
+    double orbit_seconds = 0; // 0: the source stands still
+    int order = 1;
+    verbosity level;
+};
+
+int parse_channel(const std::string &text) {
+    const auto channel = parse_number(text);
+    if (!channel || *channel < 1 || *channel > 1024 || *channel != std::floor(*channel))
+        throw usage_error("--channel: '" + text + "' is not a channel number");
+    return static_cast<int>(*channel);
+}
+
+// Writes the field of one source that moves along a path.
+class field_encoder {
+  public:
+    field_encoder(int order, u32 elevation, const orbit &path)
+        : channels_(static_cast<std::size_t>(channels_of_order(order))), gains_(order, elevation),
+          path_(path) {
+        gains_.at(path_.next(), now_);
+    }
+
+    void process(const s32 *mono, std::size_t frames, s32 *field) {
+        for (std::size_t i = 0; i < frames; ++i) {
+            for (std::size_t k = 0; k < channels_; ++k)
+                *field++ = static_cast<s32>(
+                    clamp_counted(rounded_shift(s64{mono[i]} * now_[k], 30), 32, clipped_));
+            if (path_.moves()) gains_.at(path_.next(), now_);
+        }
+    }
+
+    u64 clipped() const { return clipped_; }
+
+  private:
+    std::size_t channels_;
+    source_gains gains_;
+    orbit path_;
+    std::array<s32, most_channels> now_{};
+    u64 clipped_ = 0;
+};
+
+field_encoder make_encoder(const encode_options &options, int rate) {
+    const u32 azimuth = turn_of_azimuth(options.azimuth);
+    const u32 elevation = turn_of_degrees(degrees_q16(options.elevation));
+    const orbit path(azimuth, std::llround(options.orbit_seconds * 1e6), rate);
+    return field_encoder(options.order, elevation, path);
+}
+
+void encode(const encode_options &options) {
+    const console out(options.level);
+    audio_input in(options.input);
+    channel_picker source(in, chosen_channel(in, options.channel, "with --channel"));
+    const int channels = channels_of_order(options.order);
+    const output_format format = format_for(options.output, in, channels, in.rate());
+    out.detail(in.name() + ": " + in.description());
+    out.detail("encoding to order " + std::to_string(options.order) + ", " +
+               counted(static_cast<u64>(channels), "channel") + ", writing " +
+               std::to_string(format.width) + " bits");
+
+    field_encoder encoder = make_encoder(options, in.rate());
+    audio_output output(options.output, format, {in.identity()}, in.frames());
+    std::vector<s32> mono(block_frames);
+    std::vector<s32> field(block_frames * static_cast<std::size_t>(channels));
+    progress meter(out, in.rate(), in.frames());
+    while (const std::size_t frames = source.read(mono.data(), block_frames)) {
+        encoder.process(mono.data(), frames, field.data());
+        output.write(field.data(), frames);
+        meter.advance(frames);
+    }
+    output.finish();
+    meter.clear();
+    out.clipped(output.name(), encoder.clipped(), "at full scale by the encoding");
+    report(out, in, output);
+}
+
+} // namespace
+
+void add_encode(CLI::App &app, action &chosen) {
+    auto *command = add_command(app, "encode", "Place a mono recording in an ambisonic field");
+    auto options = std::make_shared<encode_options>();
+    add_input(*command, options->input, "Mono recording; - for standard input");
+    add_output_options(*command, options->output);
+    command
+        ->add_option_function<std::string>(
+            "--channel",
+            [options](const std::string &text) { options->channel = parse_channel(text); },
+            "Channel to take of a recording with several, counted from 1")
+        ->type_name("N");
+    add_number(*command, "--azimuth", options->azimuth, {-1e9, 1e9}, "DEG",
+               "Direction around the listener, counter-clockwise: 0 front, 90 left (default 0)");
+    add_number(*command, "--elevation", options->elevation, elevation_range, "DEG",
+               "Direction above the listener, -90 to 90 (default 0)");
+    add_orbit(*command, options->orbit_seconds);
+    add_choice(*command, "--order", {1, 2, 3, 4}, options->order,
+               "Ambisonic order, 1 to 4 (default 1)");
+    add_verbosity(*command, options->level);
+    command->callback([options, &chosen] { chosen = [options] { encode(*options); }; });
+}
+
+} // namespace earshot_tool

@@ -1,0 +1,66 @@
+#include "commands/scene_file.hpp"
+
+#include <filesystem>
+
+#include "commands/commands.hpp"
+#include "error.hpp"
+#include "scene/description/scene_json.hpp"
+#include "scene/rendering/scene_stream.hpp"
+#include "text_file.hpp"
+
+namespace earshot_tool {
+
+namespace {
+
+// A file called "-" is a file here: a scene is complete without standard input.
+std::string path_in(const std::string &folder, const std::string &name) {
+    const std::string path = (std::filesystem::path(folder) / name).string();
+    return path == "-" ? "./-" : path;
+}
+
+// A scene's sounds, over and over or once, as the engine takes them.
+std::unique_ptr<binaural_input> open_sound(const scene_source &source, const std::string &path) {
+    auto input = std::make_unique<binaural_input>(path);
+    if (source.loop && !input->file().is_seekable())
+        throw processing_error(input->file().name(), "cannot be read again, as a loop needs");
+    if (source.loop) input->repeat();
+    input->pick(chosen_channel(input->file(), source.channel, "with \"channel\""));
+    return input;
+}
+
+} // namespace
+
+scene_file read_scene(const std::string &path) {
+    scene_file file{text_file_name(path),
+                    path == "-" ? "" : std::filesystem::path(path).parent_path().string(),
+                    {}};
+    const auto load = [&file](const std::string &name) {
+        return read_text(path_in(file.folder, name));
+    };
+    const std::string text = read_text(path);
+    try {
+        file.content = parse_scene(text, load);
+    } catch (const std::runtime_error &error) { // the scene's, or of a table that cannot be read
+        throw processing_error(file.name, error.what());
+    }
+    return file;
+}
+
+std::unique_ptr<rendering> open_scene(const scene_file &scene, std::optional<int> guard) {
+    auto work = std::make_unique<rendering>();
+    std::vector<frame_source *> sounds;
+    for (const scene_source &source : scene.content.sources) {
+        const std::string place = "sources[" + std::to_string(sounds.size()) + "].file: ";
+        try {
+            work->inputs.push_back(open_sound(source, path_in(scene.folder, source.file)));
+        } catch (const processing_error &error) {
+            throw processing_error(scene.name, place + error.what());
+        }
+        sounds.push_back(&work->inputs.back()->source());
+    }
+    work->safe_guard = headroom_for(scene.content).guard;
+    work->stream = std::make_unique<scene_stream>(scene.content, sounds, guard);
+    return work;
+}
+
+} // namespace earshot_tool

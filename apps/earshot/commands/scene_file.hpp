@@ -1,0 +1,26 @@
+// A scene in a file, with the tables and sounds that it names.
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "commands/binaural_command.hpp"
+#include "scene/description/scene.hpp"
+
+namespace earshot_tool {
+
+struct scene_file {
+    std::string name;   // for messages
+    std::string folder; // where the names in it start from
+    scene content;
+};
+
+// Reads the scene and its tables, from standard input for "-", when names in it start from the
+// current folder. Throws processing_error, which tells the place.
+scene_file read_scene(const std::string &path);
+
+// Opens the scene's sounds. It has to outlive the rendering. guard: as in binaural_options.
+std::unique_ptr<rendering> open_scene(const scene_file &scene, std::optional<int> guard);
+
+} // namespace earshot_tool

@@ -1,0 +1,23 @@
+#include "field/rotated_field.hpp"
+
+#include <utility>
+
+namespace earshot_tool {
+
+rotated_field::rotated_field(frame_source &source, channel_layout layout, int width)
+    : source_(source), layout_(layout), width_(width) {}
+
+void rotated_field::rotate(const field_setting &setting, std::vector<keyframe> rows) {
+    rotator_.emplace(width_);
+    rotator_->jump_to(setting);
+    player_.emplace(*rotator_, std::move(rows));
+}
+
+std::size_t rotated_field::read(s32 *interleaved, std::size_t frames) {
+    const std::size_t got = source_.read(interleaved, frames);
+    layout_clipped_ += convert_to_ambix(layout_, interleaved, got, channels(), width_);
+    if (player_) player_->process(interleaved, got);
+    return got;
+}
+
+} // namespace earshot_tool

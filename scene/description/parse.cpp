@@ -1,0 +1,50 @@
+#include "scene/description/parse.hpp"
+
+#include <charconv>
+#include <cmath>
+
+namespace earshot_scene {
+
+std::string_view trimmed(std::string_view text) {
+    constexpr std::string_view blank = " \t\r";
+    const auto first = text.find_first_not_of(blank);
+    if (first == std::string_view::npos) return {};
+    return text.substr(first, text.find_last_not_of(blank) - first + 1);
+}
+
+std::optional<double> parse_number(std::string_view text) {
+    text = trimmed(text);
+    // from_chars knows no plus sign; "+-1" stays an error.
+    if (text.size() > 1 && text[0] == '+' && text[1] != '-') text.remove_prefix(1);
+    double value = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
+    if (error != std::errc{} || end != text.data() + text.size() || !std::isfinite(value))
+        return std::nullopt;
+    return value;
+}
+
+std::vector<std::string_view> split_at_commas(std::string_view text) {
+    std::vector<std::string_view> pieces;
+    for (;;) {
+        const auto comma = text.find(',');
+        pieces.push_back(text.substr(0, comma));
+        if (comma == std::string_view::npos) return pieces;
+        text.remove_prefix(comma + 1);
+    }
+}
+
+s64 degrees_q16(double degrees) { return std::llround(degrees * 65536); }
+
+std::string number_text(double value) {
+    char text[64];
+    auto result = std::to_chars(text, text + sizeof text, value, std::chars_format::fixed);
+    // Numbers of hundreds of digits are not written out.
+    if (result.ec != std::errc{}) result = std::to_chars(text, text + sizeof text, value);
+    return {text, result.ptr};
+}
+
+std::string number_range::violation(double value) const {
+    return number_text(value) + " is outside " + number_text(low) + " to " + number_text(high);
+}
+
+} // namespace earshot_scene

@@ -1,0 +1,170 @@
+#include "scene/description/scene_json.hpp"
+
+#include <cmath>
+
+#include "scene/description/scene_table.hpp"
+#include "scene/rendering/binaural_engine.hpp"
+
+namespace earshot_scene {
+
+namespace {
+
+constexpr number_range gain_range{-120, 60}; // decibels
+constexpr number_range channel_range{1, 1024};
+constexpr double farthest = 32767; // metres
+
+s64 samples(const json_place &place) { return samples_of(place.number(time_range)); }
+
+// An array with the numbers of one value: what never changes.
+template <class Value> track<Value> constant(const json_place &place) {
+    const value_layout &layout = layout_of<Value>();
+    place.require_array();
+    if (place.size() != layout.names.size())
+        place.fail("has " + std::to_string(place.size()) + " items, needs " +
+                   std::to_string(layout.names.size()));
+    const auto numbers = place.numbers(layout.names);
+    if (const auto fault = layout.fault(layout, numbers.data())) place.fail(*fault);
+    return {{0, value_of<Value>(numbers.data())}};
+}
+
+number_table read_table(const json_place &place, const csv_loader &load,
+                        std::vector<const value_layout *> kinds) {
+    number_table table(std::move(kinds));
+    if (!place.is_text()) {
+        table.read(place);
+        return table;
+    }
+    std::string text;
+    try {
+        text = load(place.text());
+    } catch (const std::exception &error) {
+        place.fail(error.what());
+    }
+    table.read(text, place, place.text());
+    return table;
+}
+
+template <class A, class B>
+std::variant<track<A>, track<B>> either_track(const json_place &place, const csv_loader &load) {
+    const number_table table = read_table(place, load, {&layout_of<A>(), &layout_of<B>()});
+    if (table.kind() == 0) return table.rows<A>();
+    return table.rows<B>();
+}
+
+s32 angle(const json_place &place, const char *key) {
+    const auto value = place.find(key);
+    return value ? q16(value->number(any_angle)) : 0;
+}
+
+void read_orientation(const json_place &place, scene_listener &listener) {
+    place.require_keys({"yaw", "pitch", "roll", "quaternion"});
+    const auto quaternions = place.find("quaternion");
+    if (!quaternions) {
+        listener.orientation = track<head_angles>{
+            {0, {angle(place, "yaw"), angle(place, "pitch"), angle(place, "roll")}}};
+        return;
+    }
+    if (place.size() > 1) place.fail("has both 'quaternion' and angles");
+    listener.orientation = constant<quaternion>(*quaternions);
+}
+
+scene_listener read_listener(const json_place &place, const csv_loader &load) {
+    place.require_keys({"position", "position_track", "orientation", "orientation_track"});
+    scene_listener listener;
+    if (const auto key = place.only_one_of({"position", "position_track"}))
+        listener.position = key == "position" ? constant<position>(place.at("position"))
+                                              : read_table(place.at("position_track"), load,
+                                                           {&layout_of<position>()})
+                                                    .rows<position>();
+    if (const auto key = place.only_one_of({"orientation", "orientation_track"})) {
+        if (key == "orientation")
+            read_orientation(place.at("orientation"), listener);
+        else
+            listener.orientation =
+                either_track<head_angles, quaternion>(place.at("orientation_track"), load);
+    }
+    return listener;
+}
+
+scene_rolloff read_rolloff(const json_place &place) {
+    place.require_keys({"model", "minimum", "maximum"});
+    const json_place model = place.at("model");
+    constexpr const char *models[] = {"inverse", "linear", "none"}; // ROLLOFF_INVERSE and on
+    scene_rolloff rolloff;
+    while (rolloff.model < 3 && model.text() != models[rolloff.model]) ++rolloff.model;
+    if (rolloff.model == 3) model.fail("'" + model.text() + "' is not inverse, linear or none");
+    const double minimum = place.at("minimum").number_above_0(farthest);
+    const double maximum = place.at("maximum").number_above_0(farthest);
+    if (minimum > maximum)
+        place.fail("minimum " + number_text(minimum) + " is above maximum " + number_text(maximum));
+    rolloff.minimum = q16(minimum);
+    rolloff.maximum = q16(maximum);
+    return rolloff;
+}
+
+void read_place(const json_place &place, const csv_loader &load, scene_source &source) {
+    const auto key = place.only_one_of({"position", "direction", "track"});
+    if (!key) place.fail("'position', 'direction' or 'track' is missing");
+    const json_place value = place.at(key->c_str());
+    if (key == "position")
+        source.place = constant<position>(value);
+    else if (key == "direction")
+        source.place = constant<direction>(value);
+    else
+        source.place = either_track<position, direction>(value, load);
+    if (const auto rolloff = place.find("rolloff")) {
+        source.rolloff = read_rolloff(*rolloff);
+        if (std::holds_alternative<track<direction>>(source.place))
+            rolloff->fail("the source is at a direction, which has no distance");
+    }
+}
+
+scene_source read_source(const json_place &place, const csv_loader &load) {
+    place.require_keys({"file", "channel", "start", "gain", "loop", "position", "direction",
+                        "track", "rolloff", "dc_block"});
+    scene_source source;
+    source.file = place.at("file").text();
+    if (source.file.empty()) place.at("file").fail("is empty");
+    if (const auto channel = place.find("channel"))
+        source.channel = channel->whole_number(channel_range);
+    if (const auto start = place.find("start")) source.start = samples(*start);
+    if (const auto gain = place.find("gain"))
+        source.gain = static_cast<s32>(std::llround(gain->number(gain_range) * 1000));
+    if (const auto loop = place.find("loop")) source.loop = loop->boolean();
+    if (const auto dc_block = place.find("dc_block")) source.dc_block = dc_block->boolean();
+    read_place(place, load, source);
+    return source;
+}
+
+void check_end(const json_place &top, const scene &scene) {
+    if (scene.duration) return;
+    for (const scene_source &source : scene.sources)
+        if (!source.loop) return;
+    top.fail("'duration' is missing: all sources loop, the scene would not end");
+}
+
+} // namespace
+
+scene parse_scene(std::string_view text, const csv_loader &load) {
+    const json document = parse_json(text);
+    const json_place top(document);
+    top.require_keys({"version", "duration", "listener", "sources"});
+    const json_place version = top.at("version");
+    if (version.whole_number({1, 1e9}) != 1) version.fail("only version 1 is known");
+    scene scene;
+    if (const auto duration = top.find("duration"))
+        scene.duration = samples_of(duration->number_above_0(time_range.high));
+    if (const auto listener = top.find("listener")) scene.listener = read_listener(*listener, load);
+    const json_place sources = top.at("sources");
+    sources.require_array();
+    if (sources.size() == 0) sources.fail("is empty");
+    if (sources.size() > most_sources)
+        sources.fail("has " + std::to_string(sources.size()) + " items, there can be " +
+                     std::to_string(most_sources));
+    for (std::size_t k = 0; k < sources.size(); ++k)
+        scene.sources.push_back(read_source(sources.item(k), load));
+    check_end(top, scene);
+    return scene;
+}
+
+} // namespace earshot_scene

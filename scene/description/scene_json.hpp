@@ -1,0 +1,52 @@
+// Scenes as text: JSON, with tracks in it or in tables of comma-separated values. docs/ has the
+// schema.
+#pragma once
+
+#include <functional>
+#include <string>
+#include <string_view>
+
+#include "scene/description/scene.hpp"
+
+namespace earshot_scene {
+
+// The text of the table that a scene names. It may throw what it likes.
+using csv_loader = std::function<std::string(const std::string &name)>;
+
+/*
+ * Reads a scene.
+ *
+ *     {
+ *       "version": 1,
+ *       "duration": 10.5,                         seconds, optional
+ *       "listener": {                             optional, as are its keys
+ *         "position": [0, 0, 1.7],                or position_track
+ *         "position_track": [[0, 0, 0, 1.7], [5, 2, 0, 1.7]] or "walk.csv" (time,x,y,z)
+ *         "orientation": {"yaw": 30, "pitch": 0, "roll": 0} or {"quaternion": [1, 0, 0, 0]},
+ *                                                 or orientation_track
+ *         "orientation_track": [[0, 0, 0, 0], ...] or [[0, 1, 0, 0, 0], ...] or "head.csv"
+ *                                                 (time,yaw,pitch,roll or time,w,x,y,z)
+ *       },
+ *       "sources": [{
+ *         "file": "voice.wav",
+ *         "channel": 1, "start": 0.5, "gain": -3, "loop": false, "dc_block": false,   optional
+ *         "position": [x, y, z], "direction": [azimuth, elevation], or
+ *         "track": [[time, x, y, z], ...] or [[time, azimuth, elevation], ...] or "fly.csv"
+ *                                                 (time,x,y,z or time,azimuth,elevation)
+ *         "rolloff": {"model": "inverse", "linear" or "none", "minimum": 1, "maximum": 50}
+ *                                                 optional, not with directions
+ *       }]
+ *     }
+ *
+ * Every object is closed: unknown and repeated keys are errors, as are wrong types and values out
+ * of range. Tables need their heading, which tells what they hold; blank lines and lines that begin
+ * with # are skipped. Quaternions whose modulus is within a thousandth of 1 are normalised, others
+ * refused.
+ *
+ * Throws scene_error: "line 3, column 7: ..." for what is not JSON, else with the place in front,
+ * "sources[2].track row 5: ..." (rows count from 1, sources from 0) or
+ * "sources[2].track: fly.csv:7: ..." (lines of the file).
+ */
+scene parse_scene(std::string_view text, const csv_loader &load);
+
+} // namespace earshot_scene

@@ -1,0 +1,37 @@
+// Values over time.
+#pragma once
+
+#include <algorithm>
+
+#include "scene/description/scene.hpp"
+
+namespace earshot_scene {
+
+// A way between two rows: part of whole, 0 <= part <= whole, whole from 1 to 2^45.
+struct way {
+    s64 part;
+    s64 whole;
+};
+
+// a + (b - a) part / whole, rounded half up.
+s32 between(s32 a, s32 b, const way &way);
+
+position between(const position &a, const position &b, const way &way);
+direction between(const direction &a, const direction &b, const way &way);
+head_angles between(const head_angles &a, const head_angles &b, const way &way);
+// Along the chord of the shorter arc, brought back to a modulus of 1.
+quaternion between(const quaternion &a, const quaternion &b, const way &way);
+
+template <class Value> bool moves(const track<Value> &rows) { return rows.size() > 1; }
+
+template <class Value> Value at(const track<Value> &rows, s64 time) {
+    const auto next =
+        std::upper_bound(rows.begin(), rows.end(), time,
+                         [](s64 wanted, const track_row<Value> &row) { return wanted < row.time; });
+    if (next == rows.begin()) return next->value;
+    const auto last = next - 1;
+    if (next == rows.end()) return last->value;
+    return between(last->value, next->value, {time - last->time, next->time - last->time});
+}
+
+} // namespace earshot_scene

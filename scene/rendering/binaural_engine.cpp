@@ -1,0 +1,103 @@
+#include "scene/rendering/binaural_engine.hpp"
+
+#include <algorithm>
+#include <cstdlib>
+
+#include "scene/rendering/library_status.hpp"
+
+namespace earshot_scene {
+
+namespace {
+
+constexpr u32 bins = window_length / 2 + 1;
+
+void allocate(std::vector<std::max_align_t> &memory, u32 bytes) {
+    memory.resize(bytes / sizeof(std::max_align_t) + 1);
+}
+
+} // namespace
+
+binaural_engine::binaural_engine(filter_set set, std::size_t sources, std::size_t frame_length,
+                                 int guard)
+    : frame_length_(frame_length), guard_(guard),
+      safe_guard_(earshot_scene::safe_guard(set, sources)),
+      filter_gain_bits_(filter_gain_bits(set)), lowered_(sources * window_length), inputs_(sources),
+      spectra_(2 * 2 * bins) {
+    make_front(set, static_cast<u32>(sources));
+    make_back(static_cast<u32>(frame_length));
+    for (std::size_t k = 0; k < sources; ++k) inputs_[k] = lowered_.data() + k * window_length;
+}
+
+void binaural_engine::make_front(filter_set set, u32 sources) {
+    const hrtf_filt_front_config config{static_cast<u32>(set), binaural_rate, sources, 0, 0};
+    hrtf_requirement need{};
+    require(hrtf_filt_front_get_req(0, &need, 1, &config), "hrtf_filt_front_get_req");
+    allocate(front_memory_, need.static_size);
+    allocate(front_scratch_, need.scratch_size);
+    require(hrtf_filt_front_init(&front_, 1, &config, front_memory_.data(), need.static_size),
+            "hrtf_filt_front_init");
+    require(hrtf_filt_front_scratch_get_init(front_, &config, front_scratch_.data(), 1),
+            "hrtf_filt_front_scratch_get_init");
+}
+
+void binaural_engine::make_back(u32 frame_length) {
+    const hrtf_filt_back_config config{1, frame_length, window_length, 0, 4, 1};
+    hrtf_requirement need{};
+    require(hrtf_filt_back_get_req(0, &need, 1, &config), "hrtf_filt_back_get_req");
+    allocate(back_memory_, need.static_size);
+    allocate(back_scratch_, need.scratch_size);
+    require(hrtf_filt_back_init(&back_, 1, &config, back_memory_.data(), need.static_size),
+            "hrtf_filt_back_init");
+    require(hrtf_filt_back_scratch_get_init(back_, &config, back_scratch_.data(), 1),
+            "hrtf_filt_back_scratch_get_init");
+}
+
+void binaural_engine::place(std::size_t source, s32 azimuth, s32 elevation) {
+    const hrtf_filt_front_source &record = front_->state->sources[source];
+    const s32 *const old[2] = {record.filter[0], record.filter[1]};
+    hrtf_filt_front_direction direction{
+        sizeof direction, static_cast<u32>(source), {record.third, azimuth, elevation}};
+    require(hrtf_filt_front_set(front_, HRTF_FILT_FRONT_PARAM_SELECT, &direction),
+            "hrtf_filt_front_set");
+    const bool same = record.filter[0] == old[0] && record.filter[1] == old[1];
+    // There is nothing to fade from before the first frame.
+    changed_ = changed_ || (started_ && !same);
+}
+
+// Shifts by the guard bits and returns the peak. The front end shifts on and drops the bits below;
+// half of its unit makes of both shifts together one that rounds, without an offset of half a unit.
+s64 binaural_engine::lower(const s32 *window, s32 *lowered) const {
+    const s32 half = s32{1} << (front_->state->input_shift - 1);
+    for (std::size_t i = 0; i < window_length; ++i)
+        lowered[i] = std::min(window[i] >> guard_, INT32_MAX - half) + half;
+    if (guard_ >= safe_guard_) return 0;
+    s64 peak = 0;
+    for (std::size_t i = 0; i < window_length; ++i)
+        peak = std::max(peak, std::abs(s64{lowered[i]}));
+    return peak;
+}
+
+void binaural_engine::process(const s32 *const *windows, s32 *ears) {
+    s64 peaks = 0;
+    for (std::size_t k = 0; k < inputs_.size(); ++k)
+        peaks += lower(windows[k], lowered_.data() + k * window_length);
+    unsafe_frames_ += peaks << filter_gain_bits_ >= s64{1} << 31;
+
+    std::fill(spectra_.begin(), spectra_.end(), 0);
+    const hrtf_ear_spectra spectra{{spectra_.data(), spectra_.data() + 2 * bins}};
+    require(hrtf_filt_front_process(front_, bins, &spectra, window_length, inputs_.data()),
+            "hrtf_filt_front_process");
+    if (changed_) {
+        const hrtf_word_payload flag{sizeof flag, 1};
+        require(hrtf_filt_back_set(back_, HRTF_FILT_BACK_PARAM_CHANGED, &flag),
+                "hrtf_filt_back_set");
+    }
+    const hrtf_ear_outputs outputs{{ears, nullptr}};
+    require(
+        hrtf_filt_back_process(back_, static_cast<u32>(frame_length_), &outputs, bins, &spectra),
+        "hrtf_filt_back_process");
+    changed_ = false;
+    started_ = true;
+}
+
+} // namespace earshot_scene

@@ -1,0 +1,62 @@
+// Two ears' sound of one or more inputs, as a source of frames. It ends with the longest of them,
+// endless ones left aside, after what the filters ring on.
+#pragma once
+
+#include <functional>
+#include <vector>
+
+#include "scene/rendering/binaural_engine.hpp"
+#include "scene/rendering/output_level.hpp"
+#include "scene/rendering/sliding_window.hpp"
+
+namespace earshot_scene {
+
+class binaural_stream : public frame_source {
+  public:
+    // Called before every frame, to move sources.
+    using mover = std::function<void(binaural_engine &)>;
+
+    // The channels of the inputs, in order, are the engine's sources. All are at 48000 Hz.
+    // lowered: bits by which they have been lowered on the way here.
+    binaural_stream(binaural_engine &engine, const std::vector<frame_source *> &inputs,
+                    mover move = {}, int lowered = 0);
+
+    // Ends after so many frames instead. Before the first read.
+    void set_duration(s64 frames) { duration_ = frames; }
+
+    // On top of the natural level, and where samples are clipped. Before the first read.
+    void set_level(const output_level &level, const sample_range &range);
+
+    int channels() const override { return 2; }
+    int rate() const override { return binaural_rate; }
+    std::optional<s64> frames() const override;
+    std::size_t read(s32 *interleaved, std::size_t frames) override;
+
+    // Of what has been read, at the natural level and before any clipping; full scale is 2^31.
+    s64 peak() const { return peak_ << lowered_; }
+    u64 clipped() const { return clipped_; }
+    const binaural_engine &engine() const { return engine_; }
+    u64 unsafe_frames() const { return engine_.unsafe_frames(); }
+
+  private:
+    bool render_frame();
+    std::size_t frames_to_come() const;
+
+    binaural_engine &engine_;
+    std::vector<frame_source *> inputs_;
+    mover move_;
+    int lowered_; // the inputs' bits and the engine's guard
+    std::optional<s64> duration_;
+    output_level level_;
+    sample_range range_;
+    std::vector<sliding_window> windows_;
+    std::vector<const s32 *> sources_; // their windows
+    std::vector<s32> frame_;           // pairs
+    std::size_t used_ = 0;
+    std::size_t made_ = 0;
+    s64 position_ = 0; // frames made before this one
+    s64 peak_ = 0;
+    u64 clipped_ = 0;
+};
+
+} // namespace earshot_scene

@@ -1,0 +1,33 @@
+// What the distance between a source and the listener does to the source's level.
+#pragma once
+
+#include <cstddef>
+
+#include "scene/description/scene.hpp"
+
+namespace earshot_scene {
+
+// The gain follows both ways: in blocks of 96 samples it glides to what it is at the end of the
+// block. It has 15 fraction bits.
+class distance_gain {
+  public:
+    static constexpr std::size_t block_length = 96;
+
+    distance_gain(const scene_listener &listener, const track<position> &source,
+                  const scene_rolloff &rolloff);
+
+    // The next samples, in place, the first of them those of the beginning of the scene: whole
+    // blocks, but for the last call.
+    void process(s32 *samples, std::size_t count);
+
+  private:
+    s16 at_time(s64 time) const;
+
+    const scene_listener &listener_;
+    const track<position> &source_;
+    scene_rolloff rolloff_;
+    a3d_panner panner_{};
+    s64 time_ = 0; // of the next sample
+};
+
+} // namespace earshot_scene

@@ -1,0 +1,117 @@
+#include "scene/rendering/scene_stream.hpp"
+
+#include <algorithm>
+
+#include "scene/motion/geometry.hpp"
+#include "scene/motion/track.hpp"
+
+namespace earshot_scene {
+
+namespace {
+
+// The smallest number of bits b with value <= 2^b, Q20.
+int bits_above(s64 value) {
+    int bits = 0;
+    while (value > s64{1} << (20 + bits)) ++bits;
+    return bits;
+}
+
+quaternion head_at(const scene_listener &listener, s64 time) {
+    if (const auto *angles = std::get_if<track<head_angles>>(&listener.orientation))
+        return rotation_of(at(*angles, time));
+    return at(std::get<track<quaternion>>(listener.orientation), time);
+}
+
+bool turns(const scene_listener &listener) {
+    return std::visit([](const auto &rows) { return moves(rows); }, listener.orientation);
+}
+
+// Places the sources at the beginning of every frame.
+class scene_mover {
+  public:
+    explicit scene_mover(const scene &scene)
+        : scene_(scene), placed_(scene.sources.size()), turns_(turns(scene.listener)),
+          walks_(moves(scene.listener.position)) {}
+
+    void operator()(binaural_engine &engine) {
+        const position ear = at(scene_.listener.position, time_);
+        if (time_ == 0 || turns_) head_ = head_at(scene_.listener, time_);
+        for (std::size_t k = 0; k < placed_.size(); ++k)
+            if (time_ == 0 || may_move(scene_.sources[k])) place(engine, k, ear);
+        time_ += scene_stream::frame_length;
+    }
+
+  private:
+    bool may_move(const scene_source &source) const {
+        const auto *positions = std::get_if<track<position>>(&source.place);
+        if (positions == nullptr) return turns_ || moves(std::get<track<direction>>(source.place));
+        return turns_ || walks_ || moves(*positions);
+    }
+
+    direction heard(const scene_source &source, const position &ear) const {
+        if (const auto *positions = std::get_if<track<position>>(&source.place))
+            return heard_at(at(*positions, time_), ear, head_);
+        return heard_from(at(std::get<track<direction>>(source.place), time_), head_);
+    }
+
+    // The engine takes azimuths from 0 to 360 degrees.
+    void place(binaural_engine &engine, std::size_t k, const position &ear) {
+        constexpr s32 turn = s32{360} << 16;
+        const direction now = heard(scene_.sources[k], ear);
+        if (time_ != 0 && now == placed_[k]) return;
+        placed_[k] = now;
+        const s32 azimuth = now.azimuth % turn;
+        engine.place(k, azimuth < 0 ? azimuth + turn : azimuth, now.elevation);
+    }
+
+    const scene &scene_;
+    std::vector<direction> placed_;
+    bool turns_;
+    bool walks_;
+    quaternion head_;
+    s64 time_ = 0; // of the frame's beginning
+};
+
+std::vector<frame_source *> addresses(std::deque<source_chain> &chains) {
+    std::vector<frame_source *> all;
+    all.reserve(chains.size());
+    for (source_chain &chain : chains) all.push_back(&chain);
+    return all;
+}
+
+} // namespace
+
+// The engine's sums are bounded in two ways, and the tighter one is taken: by the number of sources
+// at their largest, or by the sum of what each can reach. Samples are rounded on their way, by no
+// more than 2^-8 of the bound with the largest number of sources, for which the sum is enlarged.
+scene_headroom headroom_for(const scene &scene) {
+    s64 largest = 0;
+    s64 sum = 0;
+    for (const scene_source &source : scene.sources) {
+        const s64 growth = growth_of(source);
+        largest = std::max(largest, growth);
+        sum += growth;
+    }
+    const int gain = bits_above(largest);
+    const int by_sum =
+        filter_gain_bits(filter_set::directions) + bits_above(sum + (sum >> 7) + 1) - gain;
+    return {gain, std::min(by_sum, safe_guard(filter_set::directions, scene.sources.size()))};
+}
+
+scene_parts::scene_parts(const scene &scene, const std::vector<frame_source *> &inputs,
+                         std::optional<int> guard)
+    : headroom(headroom_for(scene)),
+      renderer(filter_set::directions, inputs.size(), scene_stream::frame_length,
+               guard.value_or(headroom.guard)) {
+    for (std::size_t k = 0; k < inputs.size(); ++k)
+        chains.emplace_back(scene.sources[k], scene.listener, *inputs[k], headroom.gain);
+}
+
+scene_stream::scene_stream(const scene &scene, const std::vector<frame_source *> &inputs,
+                           std::optional<int> guard)
+    : scene_parts(scene, inputs, guard),
+      binaural_stream(renderer, addresses(chains), scene_mover(scene), headroom.gain) {
+    if (scene.duration) set_duration(*scene.duration);
+}
+
+} // namespace earshot_scene

@@ -1,0 +1,76 @@
+#include "scene/rendering/source_chain.hpp"
+
+#include <algorithm>
+
+namespace earshot_scene {
+
+namespace {
+
+// Handled at a time: a call of a file costs more than a block's samples.
+constexpr std::size_t blocks = 16;
+
+} // namespace
+
+s64 growth_of(const scene_source &source) {
+    constexpr s32 one = 1 << 20;
+    u64 clipped = 0;
+    s64 gain = output_level::decibels(source.gain).apply(one, {}, clipped);
+    if (source.gain != 0) ++gain; // it has been rounded
+    return source.dc_block ? 2 * gain : gain;
+}
+
+source_chain::source_chain(const scene_source &source, const scene_listener &listener,
+                           frame_source &input, int headroom)
+    : source_(source), input_(input), silence_(source.start),
+      level_(output_level::decibels(source.gain).raised((source.dc_block ? 1 : 0) - headroom)),
+      block_(blocks * distance_gain::block_length) {
+    if (source.dc_block) blocker_.emplace();
+    const auto *positions = std::get_if<track<position>>(&source.place);
+    if (source.rolloff && positions != nullptr)
+        rolloff_.emplace(listener, *positions, *source.rolloff);
+}
+
+std::optional<s64> source_chain::frames() const {
+    const auto length = input_.frames();
+    if (!length || source_.loop) return std::nullopt;
+    return source_.start + *length;
+}
+
+std::size_t source_chain::read(s32 *mono, std::size_t frames) {
+    std::size_t got = 0;
+    while (got < frames && (used_ < made_ || fill())) {
+        const std::size_t count = std::min(frames - got, made_ - used_);
+        std::copy_n(block_.data() + used_, count, mono + got);
+        used_ += count;
+        got += count;
+    }
+    return got;
+}
+
+bool source_chain::fill() {
+    used_ = 0;
+    made_ = 0;
+    if (ended_) return false;
+    wait();
+    const std::size_t sounding = input_.read(block_.data() + made_, block_.size() - made_);
+    condition(block_.data() + made_, sounding);
+    made_ += sounding;
+    ended_ = made_ < block_.size();
+    if (rolloff_) rolloff_->process(block_.data(), made_);
+    return made_ > 0;
+}
+
+void source_chain::wait() {
+    const s64 count = std::min(silence_, static_cast<s64>(block_.size()));
+    std::fill_n(block_.data(), count, 0);
+    silence_ -= count;
+    made_ = static_cast<std::size_t>(count);
+}
+
+void source_chain::condition(s32 *mono, std::size_t frames) {
+    if (blocker_) blocker_->process(mono, frames);
+    u64 clipped = 0; // never, with the headroom
+    for (std::size_t i = 0; i < frames; ++i) mono[i] = level_.apply(mono[i], {}, clipped);
+}
+
+} // namespace earshot_scene
