@@ -9,19 +9,19 @@
 
 namespace earshot_tool {
 
-console::console(const verbosity &level)
-    : level_(level), progress_(!level.quiet && isatty(STDERR_FILENO) == 1) {
-    if (level.quiet && level.verbose)
+console::console(const verbosity &talk)
+    : talk_(talk), progress_(!talk.quiet && isatty(STDERR_FILENO) == 1) {
+    if (talk.quiet && talk.verbose)
         throw usage_error("--quiet and --verbose contradict each other");
 }
 
 void console::note(const std::string &line) const {
-    if (!level_.quiet)
+    if (!talk_.quiet)
         std::fprintf(stderr, "%searshot: %s\n", progress_ ? "\r\033[K" : "", line.c_str());
 }
 
 void console::detail(const std::string &line) const {
-    if (level_.verbose) note(line);
+    if (talk_.verbose) note(line);
 }
 
 void console::clipped(const std::string &file, u64 samples, const char *where) const {

@@ -16,7 +16,7 @@ struct verbosity {
 
 class console {
   public:
-    explicit console(const verbosity &level);
+    explicit console(const verbosity &talk);
 
     void note(const std::string &line) const;   // unless quiet
     void detail(const std::string &line) const; // only when verbose
@@ -25,7 +25,7 @@ class console {
     bool shows_progress() const { return progress_; }
 
   private:
-    verbosity level_;
+    verbosity talk_;
     bool progress_;
 };
 

@@ -1,27 +1,10 @@
 #include "options.hpp"
 
-#include <cmath>
 #include <map>
 
-#include "commands/orbit.hpp"
 #include "error.hpp"
 
 namespace earshot_tool {
-
-namespace {
-
-double parse_orbit(const std::string &text) {
-    const auto seconds = parse_number(text);
-    if (!seconds) throw usage_error("--orbit: '" + text + "' is not a number");
-    const number_range magnitude{shortest_orbit, longest_orbit};
-    if (!magnitude.contains(std::fabs(*seconds)))
-        throw usage_error("--orbit: " + number_text(*seconds) + " is not " +
-                          number_text(shortest_orbit) + " to " + number_text(longest_orbit) +
-                          " seconds either way");
-    return *seconds;
-}
-
-} // namespace
 
 CLI::App *add_command(CLI::App &app, const std::string &name, const std::string &description) {
     CLI::App *command = app.add_subcommand(name, description);
@@ -84,29 +67,25 @@ void add_input_format(CLI::App &command, channel_layout &layout) {
         ->type_name("NAME");
 }
 
-void add_verbosity(CLI::App &command, verbosity &level) {
-    command.add_flag("-q,--quiet", level.quiet, "Print errors only");
-    command.add_flag("-v,--verbose", level.verbose, "Say what is done");
+void add_verbosity(CLI::App &command, verbosity &talk) {
+    command.add_flag("-q,--quiet", talk.quiet, "Print errors only");
+    command.add_flag("-v,--verbose", talk.verbose, "Say what is done");
+}
+
+double number_in(const std::string &option, const std::string &text, const number_range &range) {
+    const auto value = parse_number(text);
+    if (!value) throw usage_error(option + ": '" + text + "' is not a number");
+    if (!range.contains(*value)) throw usage_error(option + ": " + range.violation(*value));
+    return *value;
 }
 
 void add_number(CLI::App &command, const std::string &name, double &target,
                 const number_range &range, const std::string &value_name,
                 const std::string &description) {
     auto store = [&target, name, range](const std::string &text) {
-        const auto value = parse_number(text);
-        if (!value) throw usage_error(name + ": '" + text + "' is not a number");
-        if (!range.contains(*value)) throw usage_error(name + ": " + range.violation(*value));
-        target = *value;
+        target = number_in(name, text, range);
     };
     command.add_option_function<std::string>(name, store, description)->type_name(value_name);
-}
-
-void add_orbit(CLI::App &command, double &seconds) {
-    command
-        .add_option_function<std::string>(
-            "--orbit", [&seconds](const std::string &text) { seconds = parse_orbit(text); },
-            "Go round once in so many seconds, counter-clockwise; negative: clockwise")
-        ->type_name("SECONDS");
 }
 
 } // namespace earshot_tool

@@ -21,15 +21,15 @@ CLI::App *add_command(CLI::App &app, const std::string &name, const std::string 
 void add_input(CLI::App &command, std::string &path, const std::string &description);
 void add_output_options(CLI::App &command, output_options &options);
 void add_input_format(CLI::App &command, channel_layout &layout);
-void add_verbosity(CLI::App &command, verbosity &level);
+void add_verbosity(CLI::App &command, verbosity &talk);
+
+// The number that an option's text is. Throws usage_error, which names the option.
+double number_in(const std::string &option, const std::string &text, const number_range &range);
 
 // An option with a number in a range; anything else is a usage error that names the option.
 void add_number(CLI::App &command, const std::string &name, double &target,
                 const number_range &range, const std::string &value_name,
                 const std::string &description);
-
-// "--orbit": seconds of a turn, not 0, negative for clockwise.
-void add_orbit(CLI::App &command, double &seconds);
 
 // An option with one of a few whole numbers.
 void add_choice(CLI::App &command, const std::string &name, const std::vector<int> &choices,

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "console.hpp"
 #include "error.hpp"
 
 namespace earshot_tool {
@@ -79,6 +80,11 @@ std::size_t resampler::complete(s32 *interleaved, std::size_t got, std::size_t f
         std::fill(interleaved + got * width, interleaved + left * width, 0);
     }
     return left;
+}
+
+void note_conversion(const console &out, const std::string &name, int from_rate, int to_rate) {
+    out.note(name + ": converting the sample rate from " + std::to_string(from_rate) + " to " +
+             std::to_string(to_rate) + " Hz");
 }
 
 } // namespace earshot_tool

@@ -1,6 +1,7 @@
 // Conversion to another sample rate with libsoxr.
 #pragma once
 
+#include <string>
 #include <vector>
 
 #include <soxr.h>
@@ -8,6 +9,8 @@
 #include "scene_library.hpp"
 
 namespace earshot_tool {
+
+class console;
 
 // The frame that begins at the same time at another rate, to the nearest frame (halves up).
 s64 frames_at_rate(s64 frames, int from_rate, int to_rate);
@@ -42,5 +45,8 @@ class resampler : public frame_source {
     s64 produced_ = 0;
     bool source_ended_ = false;
 };
+
+// "NAME: the rate is converted".
+void note_conversion(const console &out, const std::string &name, int from_rate, int to_rate);
 
 } // namespace earshot_tool

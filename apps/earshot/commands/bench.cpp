@@ -16,7 +16,7 @@ namespace {
 
 struct bench_options {
     std::string scene;
-    verbosity level;
+    verbosity talk;
 };
 
 constexpr double frames_per_second = double{binaural_rate} / scene_stream::frame_length;
@@ -80,9 +80,10 @@ std::string report_text(const native_profiler &profiler, const binaural_stream &
 }
 
 void bench(const bench_options &options) {
-    const console out(options.level);
+    const console out(options.talk);
     const scene_file scene = read_scene(options.scene);
-    const auto work = open_scene(scene, {});
+    const int guard = headroom_for(scene.content).guard;
+    const auto work = open_scene(scene, {guard, guard});
     describe_inputs(*work, out);
     const profiler_handle profiler(NpCreate(), &NpDestroy);
     if (profiler == nullptr) throw processing_error(scene.name, system_cause(ENOMEM));
@@ -102,7 +103,7 @@ void add_bench(CLI::App &app, action &chosen) {
         ->add_option("SCENE", options->scene, "Scene to render, a JSON file; - for standard input")
         ->required()
         ->type_name("");
-    add_verbosity(*command, options->level);
+    add_verbosity(*command, options->talk);
     command->callback([options, &chosen] { chosen = [options] { bench(*options); }; });
 }
 

@@ -2,7 +2,7 @@
 
 #include <utility>
 
-#include "commands/binaural_command.hpp"
+#include "commands/binaural_plan.hpp"
 #include "commands/commands.hpp"
 #include "commands/rotation_options.hpp"
 #include "error.hpp"
@@ -45,8 +45,9 @@ void check_field(const binauralize_options &options, const audio_input &file) {
         throw processing_error(file.name(), has + "; FuMa is read up to order 1");
 }
 
-std::unique_ptr<rendering> open_rendering(const binauralize_options &options,
-                                          const std::vector<keyframe> &rows) {
+// How many bits are safe is known only when the field's channels are.
+std::unique_ptr<rendering> open_field(const binauralize_options &options,
+                                      const std::vector<keyframe> &rows) {
     auto work = std::make_unique<field_rendering>();
     work->keyframes = options.rotation.keyframes;
     work->inputs.push_back(std::make_unique<binaural_input>(options.field));
@@ -56,9 +57,10 @@ std::unique_ptr<rendering> open_rendering(const binauralize_options &options,
     if (rotates(options.rotation)) work->field->rotate(constant_setting(options.rotation), rows);
 
     const auto channels = static_cast<std::size_t>(input.file().channels());
-    work->safe_guard = safe_guard(filter_set::field_channels, channels);
-    work->engine.emplace(filter_set::field_channels, channels, frame_length,
-                         guard_for(options, work->safe_guard, channels));
+    const guard_choice guard =
+        guard_for(options, safe_guard(filter_set::field_channels, channels), channels);
+    work->safe_guard = guard.safe;
+    work->engine.emplace(filter_set::field_channels, channels, frame_length, guard.bits);
     for (std::size_t k = 0; k < channels; ++k) work->engine->place(k, static_cast<s32>(k << 16), 0);
     work->stream = std::make_unique<binaural_stream>(*work->engine,
                                                      std::vector<frame_source *>{&*work->field});
@@ -68,8 +70,11 @@ std::unique_ptr<rendering> open_rendering(const binauralize_options &options,
 void binauralize(const binauralize_options &options) {
     if (options.normalize && options.field == "-")
         throw usage_error("--normalize reads the input twice, which standard input cannot");
-    const auto rows = keyframes_for(options.rotation, options.field, "FIELD");
-    run_binaural(options, [&options, &rows] { return open_rendering(options, rows); });
+    binaural_plan plan(options);
+    plan.open = [&options, rows = keyframes_for(options.rotation, options.field, "FIELD")] {
+        return open_field(options, rows);
+    };
+    carry_out(plan);
 }
 
 } // namespace

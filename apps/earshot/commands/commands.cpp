@@ -31,11 +31,6 @@ int chosen_channel(const audio_input &in, int channel, const std::string &how) {
     return channel == 0 ? 1 : channel;
 }
 
-void note_conversion(const console &out, const audio_input &in, int rate) {
-    out.note(in.name() + ": converting the sample rate from " + std::to_string(in.rate()) + " to " +
-             std::to_string(rate) + " Hz");
-}
-
 void report(const console &out, const audio_input &in, const audio_output &written) {
     out.clipped(in.name(), in.clipped(), "at full scale on reading");
     report(out, written);

@@ -29,9 +29,6 @@ void require_channels(const audio_input &in, int channels, const std::string &re
 // which is meant; `how` tells how it is named.
 int chosen_channel(const audio_input &in, int channel, const std::string &how);
 
-// "the input is converted to another rate".
-void note_conversion(const console &out, const audio_input &in, int rate);
-
 // "this is what was done" at the end of a command that wrote a file.
 void report(const console &out, const audio_output &written);
 void report(const console &out, const audio_input &in, const audio_output &written);

@@ -22,7 +22,7 @@ struct encode_options {
     double elevation = 0;
     double orbit_seconds = 0; // 0: the source stands still
     int order = 1;
-    verbosity level;
+    verbosity talk;
 };
 
 int parse_channel(const std::string &text) {
@@ -68,7 +68,7 @@ field_encoder make_encoder(const encode_options &options, int rate) {
 }
 
 void encode(const encode_options &options) {
-    const console out(options.level);
+    const console out(options.talk);
     audio_input in(options.input);
     channel_picker source(in, chosen_channel(in, options.channel, "with --channel"));
     const int channels = channels_of_order(options.order);
@@ -114,7 +114,7 @@ void add_encode(CLI::App &app, action &chosen) {
     add_orbit(*command, options->orbit_seconds);
     add_choice(*command, "--order", {1, 2, 3, 4}, options->order,
                "Ambisonic order, 1 to 4 (default 1)");
-    add_verbosity(*command, options->level);
+    add_verbosity(*command, options->talk);
     command->callback([options, &chosen] { chosen = [options] { encode(*options); }; });
 }
 

@@ -22,7 +22,7 @@ struct info_options {
     double direction_step = 0; // seconds between rows; 0 for no table
     double ear_step = 0;
     bool library = false;
-    verbosity level;
+    verbosity talk;
 };
 
 // Without a minus before a number that prints as zero.
@@ -159,7 +159,7 @@ void info(const info_options &options) {
         return;
     }
     // Rows appear while the file is read: a line of progress would run into them.
-    const console out(has_table ? verbosity{true, false} : options.level);
+    const console out(has_table ? verbosity{true, false} : options.talk);
     audio_input in(options.input);
     if (options.direction_step > 0)
         print_directions(in, options, out);
@@ -182,7 +182,7 @@ void add_info(CLI::App &app, action &chosen) {
     add_number(*command, "--ears", options->ear_step, {0.001, 1e6}, "STEP",
                "Print a table of levels and time difference of two ears, likewise");
     add_input_format(*command, options->layout);
-    command->add_flag("-q,--quiet", options->level.quiet, "Print results and errors only");
+    command->add_flag("-q,--quiet", options->talk.quiet, "Print results and errors only");
     command->callback([options, &chosen] { chosen = [options] { info(*options); }; });
 }
 

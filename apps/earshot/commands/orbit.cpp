@@ -1,6 +1,28 @@
 #include "commands/orbit.hpp"
 
+#include <cmath>
+
+#include "error.hpp"
+
 namespace earshot_tool {
+
+namespace {
+
+constexpr double shortest_orbit = 0.01; // seconds
+constexpr double longest_orbit = 1e6;
+
+double parse_orbit(const std::string &text) {
+    const auto seconds = parse_number(text);
+    if (!seconds) throw usage_error("--orbit: '" + text + "' is not a number");
+    const number_range magnitude{shortest_orbit, longest_orbit};
+    if (!magnitude.contains(std::fabs(*seconds)))
+        throw usage_error("--orbit: " + number_text(*seconds) + " is not " +
+                          number_text(shortest_orbit) + " to " + number_text(longest_orbit) +
+                          " seconds either way");
+    return *seconds;
+}
+
+} // namespace
 
 orbit::orbit(u32 start, s64 microseconds_per_turn, int rate)
     : start_(start), clockwise_(microseconds_per_turn < 0) {
@@ -21,6 +43,14 @@ u32 orbit::next() {
         ++phase_;
     }
     return azimuth;
+}
+
+void add_orbit(CLI::App &command, double &seconds) {
+    command
+        .add_option_function<std::string>(
+            "--orbit", [&seconds](const std::string &text) { seconds = parse_orbit(text); },
+            "Go round once in so many seconds, counter-clockwise; negative: clockwise")
+        ->type_name("SECONDS");
 }
 
 } // namespace earshot_tool

@@ -3,6 +3,8 @@
 
 #include <earshot/types.h>
 
+#include "options.hpp"
+
 namespace earshot_tool {
 
 // The phase after k frames is floor(k 2^32 / (frames per turn)), exactly, however large k is: the
@@ -28,7 +30,7 @@ class orbit {
     u32 phase_ = 0;
 };
 
-inline constexpr double shortest_orbit = 0.01; // seconds
-inline constexpr double longest_orbit = 1e6;
+// "--orbit": seconds of a turn, not 0, negative for clockwise.
+void add_orbit(CLI::App &command, double &seconds);
 
 } // namespace earshot_tool

@@ -2,7 +2,7 @@
 
 #include <cmath>
 
-#include "commands/binaural_command.hpp"
+#include "commands/binaural_plan.hpp"
 #include "commands/commands.hpp"
 #include "commands/orbit.hpp"
 #include "commands/scene_file.hpp"
@@ -27,6 +27,14 @@ s32 degrees_of_turn(u32 turn) {
     return static_cast<s32>((turn * whole_turn + (u64{1} << 31)) >> 32);
 }
 
+// Sources around the listener as the command line names them, checked.
+struct source_plan {
+    std::vector<source_argument> sources;
+    s64 orbit_microseconds; // of a turn; 0: the sources stand still
+    std::size_t frame_length;
+    guard_choice guard;
+};
+
 std::size_t frame_length(const render_options &options) {
     const bool moves = options.orbit_seconds != 0;
     if (moves && options.frame == 128)
@@ -46,12 +54,19 @@ void check_sources(const render_options &options) {
         throw usage_error("--normalize reads the input twice, which standard input cannot");
 }
 
+source_plan plan_sources(const render_options &options) {
+    check_sources(options);
+    const std::size_t count = options.sources.size();
+    return {options.sources, std::llround(options.orbit_seconds * 1e6), frame_length(options),
+            guard_for(options, safe_guard(filter_set::directions, count), count)};
+}
+
 // All sources keep their angles to each other and go round together.
 class turning_sources {
   public:
-    turning_sources(const render_options &options, std::size_t frame_length)
-        : sources_(options.sources), turn_(0, std::llround(options.orbit_seconds * 1e6),
-                                           binaural_rate / static_cast<int>(frame_length)) {}
+    explicit turning_sources(const source_plan &plan)
+        : sources_(plan.sources),
+          turn_(0, plan.orbit_microseconds, binaural_rate / static_cast<int>(plan.frame_length)) {}
 
     // To where they are at the beginning of the next frame.
     void operator()(binaural_engine &engine) {
@@ -68,41 +83,38 @@ class turning_sources {
     bool placed_ = false;
 };
 
-std::unique_ptr<rendering> open_rendering(const render_options &options) {
+std::unique_ptr<rendering> open_sources(const source_plan &plan) {
     auto work = std::make_unique<rendering>();
     std::vector<frame_source *> sources;
-    for (const source_argument &source : options.sources) {
+    for (const source_argument &source : plan.sources) {
         auto input = std::make_unique<binaural_input>(source.file);
         input->pick(chosen_channel(input->file(), source.channel, "as FILE:CHANNEL@AZ,EL"));
         sources.push_back(&input->source());
         work->inputs.push_back(std::move(input));
     }
-    const std::size_t length = frame_length(options);
-    work->safe_guard = safe_guard(filter_set::directions, sources.size());
-    work->engine.emplace(filter_set::directions, sources.size(), length,
-                         guard_for(options, work->safe_guard, sources.size()));
-    work->stream =
-        std::make_unique<binaural_stream>(*work->engine, sources, turning_sources(options, length));
+    work->safe_guard = plan.guard.safe;
+    work->engine.emplace(filter_set::directions, sources.size(), plan.frame_length,
+                         plan.guard.bits);
+    work->stream = std::make_unique<binaural_stream>(*work->engine, sources, turning_sources(plan));
     return work;
 }
 
-// What is wrong with the command line is said before any file is opened.
 void render_sources(const render_options &options) {
-    check_sources(options);
-    frame_length(options);
-    const std::size_t count = options.sources.size();
-    guard_for(options, safe_guard(filter_set::directions, count), count);
-    run_binaural(options, [&options] { return open_rendering(options); });
+    binaural_plan plan(options);
+    plan.open = [sources = plan_sources(options)] { return open_sources(sources); };
+    carry_out(plan);
 }
 
 void render_scene(const render_options &options) {
     if (options.orbit_seconds != 0)
         throw usage_error("--orbit: a scene says itself how its sources move");
     if (options.frame != 0) throw usage_error("--frame: the frames of a scene have 96 samples");
-    binaural_format(options);
+    binaural_plan plan(options);
     const scene_file scene = read_scene(options.scene);
-    guard_for(options, headroom_for(scene.content).guard, scene.content.sources.size());
-    run_binaural(options, [&] { return open_scene(scene, options.guard); });
+    const guard_choice guard =
+        guard_for(options, headroom_for(scene.content).guard, scene.content.sources.size());
+    plan.open = [&scene, guard] { return open_scene(scene, guard); };
+    carry_out(plan);
 }
 
 void render(const render_options &options) {

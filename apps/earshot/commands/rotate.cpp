@@ -18,7 +18,7 @@ struct rotate_options {
     output_options output;
     channel_layout layout = channel_layout::ambix;
     rotation_options rotation;
-    verbosity level;
+    verbosity talk;
 };
 
 // 16 bits in and out need no more than 16 bits in between, if nothing else is done to them.
@@ -29,13 +29,13 @@ int arithmetic_width(const audio_input &in, const output_format &format) {
 
 void describe(const console &out, const audio_input &in, const output_format &format) {
     out.detail(in.name() + ": " + in.description());
-    if (in.rate() != effect_rate) note_conversion(out, in, effect_rate);
+    if (in.rate() != effect_rate) note_conversion(out, in.name(), in.rate(), effect_rate);
     out.detail("rotating in " + std::to_string(format.computed_width) + " bits, writing " +
                std::to_string(format.width));
 }
 
 void rotate(const rotate_options &options) {
-    const console out(options.level);
+    const console out(options.talk);
     std::vector<keyframe> rows = keyframes_for(options.rotation, options.input, "IN");
     audio_input in(options.input);
     require_channels(in, first_order_channels, "a first-order field");
@@ -77,7 +77,7 @@ void add_rotate(CLI::App &app, action &chosen) {
     add_output_options(*command, options->output);
     add_input_format(*command, options->layout);
     add_rotation_options(*command, options->rotation);
-    add_verbosity(*command, options->level);
+    add_verbosity(*command, options->talk);
     command->callback([options, &chosen] { chosen = [options] { rotate(*options); }; });
 }
 

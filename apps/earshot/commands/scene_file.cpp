@@ -46,7 +46,7 @@ scene_file read_scene(const std::string &path) {
     return file;
 }
 
-std::unique_ptr<rendering> open_scene(const scene_file &scene, std::optional<int> guard) {
+std::unique_ptr<rendering> open_scene(const scene_file &scene, const guard_choice &guard) {
     auto work = std::make_unique<rendering>();
     std::vector<frame_source *> sounds;
     for (const scene_source &source : scene.content.sources) {
@@ -58,8 +58,8 @@ std::unique_ptr<rendering> open_scene(const scene_file &scene, std::optional<int
         }
         sounds.push_back(&work->inputs.back()->source());
     }
-    work->safe_guard = headroom_for(scene.content).guard;
-    work->stream = std::make_unique<scene_stream>(scene.content, sounds, guard);
+    work->safe_guard = guard.safe;
+    work->stream = std::make_unique<scene_stream>(scene.content, sounds, guard.bits);
     return work;
 }
 

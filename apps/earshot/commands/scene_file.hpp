@@ -2,10 +2,10 @@
 #pragma once
 
 #include <memory>
-#include <optional>
 #include <string>
 
-#include "commands/binaural_command.hpp"
+#include "commands/binaural_options.hpp"
+#include "commands/rendering.hpp"
 #include "scene/description/scene.hpp"
 
 namespace earshot_tool {
@@ -20,7 +20,7 @@ struct scene_file {
 // current folder. Throws processing_error, which tells the place.
 scene_file read_scene(const std::string &path);
 
-// Opens the scene's sounds. It has to outlive the rendering. guard: as in binaural_options.
-std::unique_ptr<rendering> open_scene(const scene_file &scene, std::optional<int> guard);
+// Opens the scene's sounds. It has to outlive the rendering.
+std::unique_ptr<rendering> open_scene(const scene_file &scene, const guard_choice &guard);
 
 } // namespace earshot_tool

@@ -1,0 +1,53 @@
+#include "commands/binaural_options.hpp"
+
+#include <cmath>
+
+#include "error.hpp"
+#include "scene/rendering/binaural_engine.hpp"
+
+namespace earshot_tool {
+
+namespace {
+
+constexpr int most_guard_bits = safe_guard(filter_set::directions, most_sources);
+
+int parse_guard(const std::string &text) {
+    const auto bits = parse_number(text);
+    const number_range range{0, most_guard_bits};
+    if (!bits || *bits != std::floor(*bits))
+        throw usage_error("--guard: '" + text + "' is not a number of bits");
+    if (!range.contains(*bits)) throw usage_error("--guard: " + range.violation(*bits));
+    return static_cast<int>(*bits);
+}
+
+} // namespace
+
+void add_binaural_options(CLI::App &command, binaural_options &options) {
+    add_output_options(command, options.output);
+    command
+        .add_option_function<std::string>(
+            "--guard", [&options](const std::string &text) { options.guard = parse_guard(text); },
+            "Keep fewer bits of headroom inside, and say where sums could have wrapped")
+        ->type_name("BITS");
+    command
+        .add_option_function<std::string>(
+            "--gain",
+            [&options](const std::string &text) {
+                options.gain =
+                    static_cast<s32>(std::llround(number_in("--gain", text, {-120, 60}) * 1000));
+            },
+            "Change the output level by -120 to 60 decibels")
+        ->type_name("DB");
+    command.add_flag("--normalize", options.normalize,
+                     "Bring the peak to full scale, before --gain; reads the input twice");
+    add_verbosity(command, options.talk);
+}
+
+guard_choice guard_for(const binaural_options &options, int safe, std::size_t sources) {
+    if (options.guard && *options.guard > safe)
+        throw usage_error("--guard: " + std::to_string(*options.guard) + " is more than the safe " +
+                          std::to_string(safe) + " for " + counted(sources, "source"));
+    return {options.guard.value_or(safe), safe};
+}
+
+} // namespace earshot_tool

@@ -1,0 +1,31 @@
+// What the command line can say to every command that renders for two ears.
+#pragma once
+
+#include <optional>
+
+#include "options.hpp"
+
+namespace earshot_tool {
+
+struct binaural_options {
+    binaural_options() { output.bits = 24; }
+
+    output_options output;
+    std::optional<int> guard; // bits; nothing: as many as are safe
+    std::optional<s32> gain;  // thousandths of a decibel
+    bool normalize = false;
+    verbosity talk;
+};
+
+void add_binaural_options(CLI::App &command, binaural_options &options);
+
+// Bits of headroom inside.
+struct guard_choice {
+    int bits;
+    int safe; // with which no sum can wrap
+};
+
+// The guard for so many sources. Throws usage_error where the options ask for more than is safe.
+guard_choice guard_for(const binaural_options &options, int safe, std::size_t sources);
+
+} // namespace earshot_tool

@@ -1,0 +1,111 @@
+#include "commands/binaural_plan.hpp"
+
+#include "commands/commands.hpp"
+#include "error.hpp"
+
+namespace earshot_tool {
+
+namespace {
+
+// The samples that neither rounding nor dither takes out of the output's range: all of its width,
+// or with dither, which adds less than a step of the width, all but the outermost two.
+sample_range full_scale_of(const output_options &options) {
+    const int dropped = 32 - options.bits;
+    const s64 step = s64{1} << dropped;
+    const s64 dither = dropped > 0 && !options.no_dither ? step : 0;
+    return {INT32_MIN + dither, (s64{1} << 31) - step - dither};
+}
+
+output_format format_of(const output_options &options) {
+    const output_format format{choose_container(options.path, options.raw), options.bits, 2,
+                               binaural_rate};
+    check_format(options.path, format);
+    return format;
+}
+
+// Reads a stream to its end and hands on what it yields.
+template <class Sink> void drain(binaural_stream &stream, const console &out, Sink sink) {
+    std::vector<s32> block(2 * block_frames);
+    progress meter(out, binaural_rate, stream.frames());
+    while (const std::size_t frames = stream.read(block.data(), block_frames)) {
+        sink(block.data(), frames);
+        meter.advance(frames);
+    }
+}
+
+void describe(const rendering &work, const binaural_plan &plan) {
+    describe_inputs(work, plan.out);
+    const binaural_engine &engine = work.stream->engine();
+    const auto bits = [](int count) { return counted(static_cast<u64>(count), "bit"); };
+    plan.out.detail("rendering " + counted(engine.sources(), "source") + " in frames of " +
+                    std::to_string(engine.frame_length()) + " with a guard of " +
+                    bits(engine.guard()) + ", writing " + bits(plan.format.width));
+}
+
+void require_second_reading(const rendering &work) {
+    for (const auto &input : work.inputs)
+        if (!input->file().is_seekable())
+            throw processing_error(input->file().name(),
+                                   "cannot be read twice, which --normalize needs");
+}
+
+output_level level_reaching_full_scale(rendering &work, const binaural_plan &plan) {
+    drain(*work.stream, plan.out, [](const s32 *, std::size_t) {});
+    const s64 peak = work.stream->peak();
+    if (peak == 0) {
+        plan.out.note("the sound is silent and stays as it is");
+        return {};
+    }
+    return output_level::reaching(plan.full_scale.high, peak);
+}
+
+// Renders once to learn the peak, if that is needed, and brings the level of the work to come to
+// what the plan says.
+void set_level(std::unique_ptr<rendering> &work, const binaural_plan &plan) {
+    output_level level;
+    if (plan.normalize) {
+        require_second_reading(*work);
+        level = level_reaching_full_scale(*work, plan);
+        work = plan.open();
+    }
+    if (plan.gain) level = level * *plan.gain;
+    work->stream->set_level(level, plan.full_scale);
+}
+
+void report_unsafe_frames(const rendering &work, const std::string &name, const console &out) {
+    const u64 frames = work.stream->unsafe_frames();
+    if (frames != 0)
+        out.note(name + ": sums could have wrapped in " + counted(frames, "frame") + " of " +
+                 std::to_string(work.stream->engine().frame_length()) + " samples; a guard of " +
+                 std::to_string(work.safe_guard) + " bits is safe");
+}
+
+} // namespace
+
+binaural_plan::binaural_plan(const binaural_options &options)
+    : out(options.talk), output(options.output), format(format_of(output)),
+      full_scale(full_scale_of(output)), normalize(options.normalize) {
+    if (options.gain) gain = output_level::decibels(*options.gain);
+}
+
+void carry_out(const binaural_plan &plan) {
+    std::unique_ptr<rendering> work = plan.open();
+    describe(*work, plan);
+    set_level(work, plan);
+
+    // Nothing is written before all that can be checked has been.
+    std::vector<file_identity> identities;
+    for (const auto &input : work->inputs) identities.push_back(input->file().identity());
+    audio_output output(plan.output, plan.format, identities, work->stream->frames());
+    drain(*work->stream, plan.out,
+          [&](const s32 *pairs, std::size_t frames) { output.write(pairs, frames); });
+    output.finish();
+
+    report_inputs(*work, plan.out);
+    work->report(plan.out);
+    plan.out.clipped(output.name(), work->stream->clipped(), "at full scale");
+    report_unsafe_frames(*work, output.name(), plan.out);
+    report(plan.out, output);
+}
+
+} // namespace earshot_tool

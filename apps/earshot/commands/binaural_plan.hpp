@@ -1,0 +1,31 @@
+// What a command that renders for two ears is going to do. A plan is made once from the command
+// line, and making it checks all that can be checked before a sound is opened; carrying it out
+// looks at no option again.
+#pragma once
+
+#include <functional>
+
+#include "commands/binaural_options.hpp"
+#include "commands/rendering.hpp"
+
+namespace earshot_tool {
+
+struct binaural_plan {
+    // Throws usage_error for an output that cannot be written.
+    explicit binaural_plan(const binaural_options &options);
+
+    console out;
+    output_options output;
+    output_format format;
+    sample_range full_scale;          // of samples that the output holds unclipped
+    std::optional<output_level> gain; // on top of the natural level
+    bool normalize;
+
+    // Opens the sounds and what renders them: twice, where the peak has to be known first.
+    std::function<std::unique_ptr<rendering>()> open;
+};
+
+// Renders to the plan's output.
+void carry_out(const binaural_plan &plan);
+
+} // namespace earshot_tool
