@@ -1,9 +1,10 @@
-// What the cases share: memory, noise, the levels of this processor, the check of a result.
+// What the cases share: memory, noise, the instruction sets of this processor, the check of a
+// result.
 #ifndef EARSHOT_BENCH_CASES_HPP
 #define EARSHOT_BENCH_CASES_HPP
 
 #include "bench/pairing.hpp"
-#include "kernel/level.hpp"
+#include "kernel/isa.hpp"
 
 #include <algorithm>
 #include <cmath>
@@ -52,10 +53,11 @@ template <class To, class From> buffer<To> converted(const buffer<From> &from) {
     return to;
 }
 
-// Calls add(name, enter) for every level of this processor; enter makes it the active one.
-template <class Add> void at_every_level(Add add) {
-    for (const earshot::level l : earshot::all_levels)
-        if (earshot::is_available(l)) add(earshot::name_of(l), [l] { earshot::force_level(l); });
+// Calls add(name, enter) for every instruction set of this processor; enter makes it the active
+// one.
+template <class Add> void on_every_isa(Add add) {
+    for (const earshot::isa i : earshot::all_isas)
+        if (earshot::is_available(i)) add(earshot::name_of(i), [i] { earshot::force_isa(i); });
 }
 
 // Throws unless factor x got is expected within a thousandth of the largest value: rounding in 32

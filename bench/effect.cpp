@@ -1,4 +1,4 @@
-// hoa_effect_process on blocks of 16- and 32-bit samples, within a glide (ramp) and after it
+// hoa_effect_process on blocks of 16- and 32-bit samples, within a ramp and after it
 // (steady), beside float loops that do the same.
 #include "cases.hpp"
 #include "float_loops.hpp"
@@ -11,12 +11,12 @@ namespace earshot_bench {
 namespace {
 
 constexpr unsigned channels = 4;
-// Instances that glide in turn: turning one takes a while, and that is not timed.
+// Instances that ramp in turn: turning one takes a while, and that is not timed.
 constexpr unsigned instances = 4;
 
 struct block {
     unsigned bits, frames;
-    bool glide;
+    bool ramp;
 
     // From channel to channel: a little more than their length, for streams that lie a multiple of
     // 4 KiB apart get into each other's way.
@@ -66,7 +66,7 @@ template <class Sample> class effect_run {
     explicit effect_run(const block &b) : block_(b), buffers_(b) {
         for (unsigned i = 0; i < instances; ++i) made_.emplace_back(b);
         turn_all();
-        while (!b.glide && made_[0].effect->ramp_pos < HOA_EFFECT_RAMP_FRAMES) process(instances);
+        while (!b.ramp && made_[0].effect->ramp_pos < HOA_EFFECT_RAMP_FRAMES) process(instances);
     }
     void turn_all() {
         for (instance &i : made_) i.turn();
@@ -121,13 +121,13 @@ class float_run {
 // What the block must become, from the matrix before it.
 buffer<double> expected(const block &b) {
     const effect_run<s32> model(b);
-    const mix_matrix m = float_of(b.glide ? model.effect().current : model.effect().target);
+    const mix_matrix m = float_of(b.ramp ? model.effect().current : model.effect().target);
     const mix_matrix step = float_of(model.effect().step);
     const channel_buffers<double> data(b);
     buffer<double> out(channels * b.stride());
     for (unsigned i = 0; i < channels; ++i)
         for (unsigned t = 0; t < b.frames; ++t) {
-            const double steps = b.glide ? t + 1 : 0;
+            const double steps = b.ramp ? t + 1 : 0;
             double sum = 0;
             for (unsigned k = 0; k < channels; ++k)
                 sum += data.in_at[k][t] * (m.m[i][k] + steps * step.m[i][k]);
@@ -146,7 +146,7 @@ template <class Sample> contestant effect_contestant(const std::string &name, co
         fresh.process(1);
         compare(fresh.output(), 1, expected(b));
     };
-    if (b.glide) {
+    if (b.ramp) {
         c.refill = [=] { run->turn_all(); };
         c.batch = instances * HOA_EFFECT_RAMP_FRAMES / b.frames;
     }
@@ -167,19 +167,19 @@ contestant float_contestant(const std::string &name, const block &b, float_run::
 
 std::vector<contestant> contestants_of(const block &b) {
     std::vector<contestant> all;
-    at_every_level([&](const char *level, auto enter) {
-        all.push_back(b.bits == 16 ? effect_contestant<s16>(level, b)
-                                   : effect_contestant<s32>(level, b));
+    on_every_isa([&](const char *isa, auto enter) {
+        all.push_back(b.bits == 16 ? effect_contestant<s16>(isa, b)
+                                   : effect_contestant<s32>(isa, b));
         all.back().enter = enter;
     });
-    all.push_back(float_contestant("float", b, b.glide ? float_run::ramp : float_run::steady));
-    if (b.glide) all.push_back(float_contestant("float-closed", b, float_run::ramp_closed));
+    all.push_back(float_contestant("float", b, b.ramp ? float_run::ramp : float_run::steady));
+    if (b.ramp) all.push_back(float_contestant("float-closed", b, float_run::ramp_closed));
     return all;
 }
 
 bench_case case_of(const block &b) {
     const std::string name =
-        "effect " + std::to_string(b.bits) + " bits " + (b.glide ? "ramp" : "steady");
+        "effect " + std::to_string(b.bits) + " bits " + (b.ramp ? "ramp" : "steady");
     return {name, b.frames, "ns", 1, [=] { return contestants_of(b); }};
 }
 
@@ -188,9 +188,9 @@ bench_case case_of(const block &b) {
 std::vector<bench_case> effect_cases() {
     std::vector<bench_case> cases;
     for (const unsigned bits : {32u, 16u})
-        for (const bool glide : {false, true})
+        for (const bool ramp : {false, true})
             for (const unsigned frames : {64u, 1024u})
-                cases.push_back(case_of({bits, frames, glide}));
+                cases.push_back(case_of({bits, frames, ramp}));
     return cases;
 }
 

@@ -46,9 +46,9 @@ std::string machine() {
     return text;
 }
 
-bool is_level(const std::string &name) {
-    return std::any_of(std::begin(earshot::all_levels), std::end(earshot::all_levels),
-                       [&](earshot::level l) { return name == earshot::name_of(l); });
+bool is_isa(const std::string &name) {
+    return std::any_of(std::begin(earshot::all_isas), std::end(earshot::all_isas),
+                       [&](earshot::isa i) { return name == earshot::name_of(i); });
 }
 
 // A row per contestant, and behind those of earshot one for each ratio: its time over that of the
@@ -71,9 +71,9 @@ class table {
             std::printf("    %-13s", name.c_str());
             row(c, name, c.unit, "",
                 {time.median * f, time.lower_quartile * f, time.upper_quartile * f});
-            for (std::size_t k = 0; is_level(name) && k < measured.size(); ++k) {
+            for (std::size_t k = 0; is_isa(name) && k < measured.size(); ++k) {
                 const std::string &other = contestants[k].name;
-                if (k != i && (other == "scalar" || !is_level(other)))
+                if (k != i && (other == "scalar" || !is_isa(other)))
                     row(c, name, "ratio", other, spread_of_ratio(measured[i], measured[k]));
             }
             std::printf("\n");

@@ -15,7 +15,7 @@ enum { fft_size = 256, bins = fft_size / 2 + 1, block = 1024 };
 
 /* --- Transforms ------------------------------------------------------------------------------*/
 
-static s32 twiddles[256][6], split_twiddles[256][2];
+static s32 twiddles[256][6], recombine_twiddles[256][2];
 static s32 wave[2 * block + 2], spectrum[2 * block + 2];
 
 static s32 q31(double x) {
@@ -31,18 +31,18 @@ static void fill_tables(void) {
         const double words[6] = {-sin(t),     -cos(t),     cos(2 * t),
                                  -sin(2 * t), -sin(3 * t), -cos(3 * t)};
         for (int k = 0; k < 6; ++k) twiddles[g][k] = q31(words[k]);
-        split_twiddles[g][0] = (s32)floor(sin(e) * 2147483647.0 + 0.5);
-        split_twiddles[g][1] = (s32)floor(cos(e) * 2147483647.0 + 0.5);
+        recombine_twiddles[g][0] = (s32)floor(sin(e) * 2147483647.0 + 0.5);
+        recombine_twiddles[g][1] = (s32)floor(cos(e) * 2147483647.0 + 0.5);
     }
 }
 
 static void complex_128(void) { cmplxfft32x32(wave, 128, twiddles[0], spectrum); }
 static void complex_1024(void) { cmplxfft32x32(wave, 1024, twiddles[0], spectrum); }
 static void real_256(void) {
-    Vorkel_rfft_32x32(wave, 256, twiddles[0], split_twiddles[0], 4, spectrum);
+    Vorkel_rfft_32x32(wave, 256, twiddles[0], recombine_twiddles[0], 4, spectrum);
 }
 static void real_256_inverse(void) {
-    Vorkel_rifft_32x32_scaled(spectrum, 256, twiddles[0], split_twiddles[0], 4, wave);
+    Vorkel_rifft_32x32_scaled(spectrum, 256, twiddles[0], recombine_twiddles[0], 4, wave);
 }
 
 /* --- Renderer --------------------------------------------------------------------------------*/
@@ -114,7 +114,7 @@ static void process_field(void) {
 }
 
 /* The ramp is as long as the block. */
-static void glide(void) {
+static void ramp(void) {
     static s32 yaw = 0;
     const s32 rotation[2] = {yaw += 65536, 0};
     hoa_effect_set(effect, HOA_EFFECT_PARAM_ROTATION, rotation, sizeof rotation);
@@ -143,7 +143,7 @@ static const struct {
     {"back-end-96", one_source, back_end},
     {"frame-96-of-16-sources", sixteen_sources, frame},
     {"effect-steady-1024", make_effect, process_field},
-    {"effect-ramp-1024", make_effect, glide},
+    {"effect-ramp-1024", make_effect, ramp},
     {"panner-ramp-1024", nothing, panner_ramp},
 };
 

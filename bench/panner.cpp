@@ -11,13 +11,13 @@ constexpr s16 target = 16384;
 
 class panner_run {
   public:
-    panner_run(s32 frames, bool glides)
-        : frames_(frames), glides_(glides), in_(noise(static_cast<std::size_t>(frames), 2)),
+    panner_run(s32 frames, bool ramps)
+        : frames_(frames), ramps_(ramps), in_(noise(static_cast<std::size_t>(frames), 2)),
           out_(in_.size()) {}
     void process(unsigned calls) {
         for (unsigned i = 0; i < calls; ++i) {
             a3d_panner panner = {0, 0, 0, 0, 0};
-            a3d_panner_setup(&panner, target, glides_ ? frames_ : 0, 0);
+            a3d_panner_setup(&panner, target, ramps_ ? frames_ : 0, 0);
             a3d_buffer32_fill_panner(out_.data(), in_.data(), &panner, frames_, 1);
         }
     }
@@ -25,22 +25,22 @@ class panner_run {
     buffer<double> expected() const {
         buffer<double> samples = converted<double>(in_);
         for (std::size_t i = 0; i < samples.size(); ++i)
-            samples[i] *= target / unit<s16> * (glides_ ? static_cast<double>(i) / frames_ : 1);
+            samples[i] *= target / unit<s16> * (ramps_ ? static_cast<double>(i) / frames_ : 1);
         return samples;
     }
 
   private:
     s32 frames_;
-    bool glides_;
+    bool ramps_;
     buffer<s32> in_, out_;
 };
 
-std::vector<contestant> contestants_of(s32 frames, bool glides) {
+std::vector<contestant> contestants_of(s32 frames, bool ramps) {
     std::vector<contestant> all;
-    at_every_level([&](const char *level, auto enter) {
-        const auto run = std::make_shared<panner_run>(frames, glides);
+    on_every_isa([&](const char *isa, auto enter) {
+        const auto run = std::make_shared<panner_run>(frames, ramps);
         contestant c;
-        c.name = level;
+        c.name = isa;
         c.run = [=](unsigned calls) { run->process(calls); };
         c.check = [=] {
             run->process(1);
@@ -56,11 +56,10 @@ std::vector<contestant> contestants_of(s32 frames, bool glides) {
 
 std::vector<bench_case> panner_cases() {
     std::vector<bench_case> cases;
-    for (const bool glides : {false, true})
+    for (const bool ramps : {false, true})
         for (const s32 frames : {96, 1024})
-            cases.push_back({glides ? "panner ramp" : "panner steady",
-                             static_cast<unsigned>(frames), "ns", 1,
-                             [=] { return contestants_of(frames, glides); }});
+            cases.push_back({ramps ? "panner ramp" : "panner steady", static_cast<unsigned>(frames),
+                             "ns", 1, [=] { return contestants_of(frames, ramps); }});
     return cases;
 }
 

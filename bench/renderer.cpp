@@ -117,8 +117,8 @@ template <class Renderer> contestant contestant_of(const std::string &name, cons
 bench_case case_of(const std::string &name, const scene &s, const char *unit, double factor) {
     const auto enlist = [=] {
         std::vector<contestant> all;
-        at_every_level([&](const char *level, auto enter) {
-            all.push_back(contestant_of<renderer>(level, s));
+        on_every_isa([&](const char *isa, auto enter) {
+            all.push_back(contestant_of<renderer>(isa, s));
             all.back().enter = enter;
         });
 #if defined(EARSHOT_BENCH_FFTW)
@@ -133,12 +133,12 @@ bench_case case_of(const std::string &name, const scene &s, const char *unit, do
 bench_case end_case(const std::string &name, unsigned size, void (renderer::*end)()) {
     const auto enlist = [=] {
         std::vector<contestant> all;
-        at_every_level([&](const char *level, auto enter) {
+        on_every_isa([&](const char *isa, auto enter) {
             const auto r = std::make_shared<renderer>(scene{1, 96, false, false});
             const auto run = [=](unsigned calls) {
                 for (unsigned i = 0; i < calls; ++i) (*r.*end)();
             };
-            all.push_back({level, run, [] {}, enter});
+            all.push_back({isa, run, [] {}, enter});
         });
         return all;
     };

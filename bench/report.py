@@ -10,7 +10,7 @@ import re
 import subprocess
 import sys
 
-# (case, sizes, other, what is compared, {level: aim}): the aim bounds a ratio of times. Where it is
+# (case, sizes, other, what is compared, {isa: aim}): the aim bounds a ratio of times. Where it is
 # "faster", other's time over earshot's must reach it; else earshot's over other's must stay below.
 TRANSFORM = {"avx512": 2.5, "avx2": 1.8}
 RENDERER = {"avx512": 1.25, "avx2": 1.8}
@@ -28,7 +28,7 @@ AIMS = [
     ("effect 32 bits steady", [1024], "float", "time", {"avx512": 5}),
     ("effect 32 bits ramp", [1024], "float", "time", {"avx512": 1}),
 ]
-REPORTED_LEVELS = ["avx512", "avx2"]
+REPORTED_ISAS = ["avx512", "avx2"]
 # (what the README calls it, case, size, what it is compared with)
 SUMMARY = [
     ("complex transform, 128 points", "complex forward", 128, "libavutil"),
@@ -41,11 +41,11 @@ SUMMARY = [
     ("ambisonic effect, 1024 frames of 32 bits, ramp", "effect 32 bits ramp", 1024, "float"),
 ]
 # Inner loops that the text about ARM tells of, by the beginnings of their names.
-ARM_LOOPS = ["radix4_pass<forward, plain", "split_bins<forward, plain, from_halves", "add_filtered",
+ARM_LOOPS = ["radix4_pass<forward, plain", "recombine_bins<forward, plain, from_halves", "add_filtered",
              "restore_level", "steady_vectors<int", "ramp_vectors<int",
              "ramp<q15_gain"]
-# Levels from pale to dark, in the order in which they run; what is not earshot stands apart.
-LEVEL_COLOURS = ["#a6cee3", "#6baed6", "#2171b5", "#08306b"]
+# Instruction sets from pale to dark, in the order in which they run; others stand apart.
+ISA_COLOURS = ["#a6cee3", "#6baed6", "#2171b5", "#08306b"]
 OTHER_COLOURS = {"libavutil": "#dd181f"}
 PLOTS = [
     ("performance-transforms.png", "nanoseconds", "points",
@@ -63,7 +63,7 @@ class Figures:
             self.rows = list(csv.DictReader(file))
         self.by_key = {(r["case"], int(r["size"]), r["contestant"], r["over"]): r for r in self.rows}
         self.contestants = list(dict.fromkeys(r["contestant"] for r in self.rows))
-        self.levels = list(dict.fromkeys(r["contestant"] for r in self.rows if r["over"]))
+        self.isas = list(dict.fromkeys(r["contestant"] for r in self.rows if r["over"]))
 
     def spread(self, case, size, contestant, over=""):
         row = self.by_key.get((case, size, contestant, over))
@@ -80,20 +80,20 @@ def table(head, rows):
 
 
 def aim_rows(figures):
-    """Case, what is compared, then measured and aim for each level."""
+    """Case, what is compared, then measured and aim for each instruction set."""
     rows = []
     for case, sizes, other, kind, aims in AIMS:
         for size in sizes:
             row = [f"{case}, {size}",
                    f"times as fast as {other}" if kind == "faster" else f"times the time of {other}"]
-            for level in REPORTED_LEVELS:
-                row += aim_cells(figures, (case, size, level, other), kind, aims.get(level))
+            for isa in REPORTED_ISAS:
+                row += aim_cells(figures, (case, size, isa, other), kind, aims.get(isa))
             rows.append(row)
     return rows
 
 
 def aim_cells(figures, key, kind, aim):
-    if key[2] not in figures.levels:
+    if key[2] not in figures.isas:
         return ["not run", ""]
     spread = figures.spread(*key)
     if spread is None:
@@ -110,14 +110,14 @@ def aim_cells(figures, key, kind, aim):
 
 def aims_table(figures):
     head = ["what", "figure"]
-    for level in REPORTED_LEVELS:
-        head += [level, "aim"]
+    for isa in REPORTED_ISAS:
+        head += [isa, "aim"]
     return table(head, aim_rows(figures))
 
 
 def times_table(figures):
     # The yardsticks differ from case to case: they share a column.
-    names = figures.levels + ["fftw", "libavutil", "float loops", "float-closed"]
+    names = figures.isas + ["fftw", "libavutil", "float loops", "float-closed"]
     rows = []
     for case, size, unit in dict.fromkeys(
             (r["case"], int(r["size"]), r["unit"]) for r in figures.rows
@@ -132,8 +132,8 @@ def times_table(figures):
 
 
 def size_table(figures):
-    rows = [[level, digits(s[0])] for level in figures.levels
-            if (s := figures.spread("text size", 1, level))]
+    rows = [[isa, digits(s[0])] for isa in figures.isas
+            if (s := figures.spread("text size", 1, isa))]
     return table(["kernels of", "bytes of code and constants"], rows)
 
 
@@ -142,10 +142,10 @@ def summary_table(figures):
     for name, case, size, other in SUMMARY:
         row, times = [name], lambda contestant: digits(figures.spread(case, size, contestant)[0])
         unit = next(r["unit"] for r in figures.rows if (r["case"], r["over"]) == (case, ""))
-        for level in REPORTED_LEVELS:
-            row.append(f"{times(level)} {unit}" if level in figures.levels else "not run")
+        for isa in REPORTED_ISAS:
+            row.append(f"{times(isa)} {unit}" if isa in figures.isas else "not run")
         rows.append(row + [f"{other}: {times(other)} {unit}"])
-    return table(["what"] + REPORTED_LEVELS + ["beside"], rows)
+    return table(["what"] + REPORTED_ISAS + ["beside"], rows)
 
 
 def arm_tables(folder):
@@ -178,9 +178,9 @@ def panel(figures, case, title):
         sizes = sorted(s for c, s, n, over in figures.by_key if (c, n, over) == (case, name, ""))
         if not sizes:
             continue
-        if name in figures.levels:
-            place = min(figures.levels.index(name), len(LEVEL_COLOURS) - 1)
-            style = f"dt 1 pt 7 lc rgb '{LEVEL_COLOURS[place]}'"
+        if name in figures.isas:
+            place = min(figures.isas.index(name), len(ISA_COLOURS) - 1)
+            style = f"dt 1 pt 7 lc rgb '{ISA_COLOURS[place]}'"
         else:
             style = f"dt 2 pt 6 lc rgb '{OTHER_COLOURS.get(name, '#333333')}'"
         curves.append(f"'-' using 1:2 with linespoints lw 2 {style} title '{name}'")
@@ -224,8 +224,8 @@ def main(folder, readme):
     plot(figures, folder)
     for row in aim_rows(figures):
         print("{:<31} {:<32}".format(*row), end="")
-        for level, measured, aim in zip(REPORTED_LEVELS, row[2::2], row[3::2]):
-            print(f" {level}: {measured:<24} {aim.replace('*', ''):<20}", end="")
+        for isa, measured, aim in zip(REPORTED_ISAS, row[2::2], row[3::2]):
+            print(f" {isa}: {measured:<24} {aim.replace('*', ''):<20}", end="")
         print()
 
 

@@ -26,13 +26,13 @@ class earshot_transform {
     void operator()(s32 *in, s32 *out) const {
         const s32 n = static_cast<s32>(shape_.n);
         const s32 *twiddles = &earshot::fft_twiddles[0][0];
-        const s32 *split_twiddles = &earshot::fft_split_twiddles[0][0];
+        const s32 *recombine_twiddles = &earshot::fft_recombine_twiddles[0][0];
         if (!shape_.real)
             (shape_.inverse ? cmplxifft32x32_scaled : cmplxfft32x32)(in, n, twiddles, out);
         else if (shape_.inverse)
-            Vorkel_rifft_32x32_scaled(in, n, twiddles, split_twiddles, 1024 / n, out);
+            Vorkel_rifft_32x32_scaled(in, n, twiddles, recombine_twiddles, 1024 / n, out);
         else
-            Vorkel_rfft_32x32(in, n, twiddles, split_twiddles, 1024 / n, out);
+            Vorkel_rfft_32x32(in, n, twiddles, recombine_twiddles, 1024 / n, out);
     }
 
   private:
@@ -115,8 +115,8 @@ contestant contestant_of(const std::string &name, const shape &s, const buffer<s
 std::vector<contestant> contestants_of(const shape &s, bool loud) {
     const buffer<s32> input = input_of(s, loud);
     std::vector<contestant> all;
-    at_every_level([&](const char *level, auto enter) {
-        all.push_back(contestant_of<earshot_transform>(level, s, input, s.inverse ? s.n : 1));
+    on_every_isa([&](const char *isa, auto enter) {
+        all.push_back(contestant_of<earshot_transform>(isa, s, input, s.inverse ? s.n : 1));
         all.back().enter = enter;
     });
 #if defined(EARSHOT_BENCH_FFTW)

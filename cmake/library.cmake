@@ -16,19 +16,19 @@ add_library(earshot_objects OBJECT
   hoa_effect/matrices.cpp
   hoa_effect/mix.cpp
   hoa_effect/mix_scalar.cpp
-  hoa_effect/module.cpp
+  hoa_effect/instance.cpp
   hoa_effect/process.cpp
   hrtf/back.cpp
   hrtf/crossfade.cpp
   hrtf/front.cpp
   hrtf/kernels.cpp
   hrtf/kernels_scalar.cpp
-  hrtf/module.cpp
-  hrtf/select.cpp
+  hrtf/instance.cpp
+  hrtf/selection.cpp
   hrtf/table_groups.cpp
   hrtf/tables.S
   kernel/exports.cpp
-  kernel/level.cpp
+  kernel/isa.cpp
   kernel/memory.cpp
   kernel/overflow_flag.cpp
   math/division.cpp
@@ -63,7 +63,7 @@ target_link_libraries(earshot_objects PRIVATE $<BUILD_INTERFACE:earshot_options>
 # The vectorised kernels, a file each per instruction set, compiled for its own: the rest of the
 # library runs on any processor of the target. Loops over the channels of a matrix want to be
 # unrolled, or its coefficients live in memory; anything more only makes the code longer.
-function(earshot_add_instruction_set name)
+function(earshot_add_isa name)
   foreach(kernels fft/kernels hoa_effect/mix hrtf/kernels spatial/gain)
     target_sources(earshot_objects PRIVATE ${kernels}_${name}.cpp)
     set_source_files_properties(${kernels}_${name}.cpp PROPERTIES COMPILE_OPTIONS
@@ -72,16 +72,16 @@ function(earshot_add_instruction_set name)
 endfunction()
 
 if(CMAKE_SYSTEM_PROCESSOR MATCHES "^(x86_64|AMD64|i.86)$")
-  earshot_add_instruction_set(sse41 -msse4.1)
-  earshot_add_instruction_set(avx2 -mavx2)
-  earshot_add_instruction_set(avx512
+  earshot_add_isa(sse41 -msse4.1)
+  earshot_add_isa(avx2 -mavx2)
+  earshot_add_isa(avx512
     -mavx512f -mavx512dq -mavx512bw -mavx512vl -mavx512vbmi -mprefer-vector-width=512)
   target_compile_definitions(earshot_objects PRIVATE EARSHOT_HAVE_X86)
 elseif(CMAKE_SYSTEM_PROCESSOR MATCHES "^(aarch64|arm64)$")
-  earshot_add_instruction_set(neon -march=armv8-a)
+  earshot_add_isa(neon -march=armv8-a)
   target_compile_definitions(earshot_objects PRIVATE EARSHOT_HAVE_NEON)
 elseif(CMAKE_SYSTEM_PROCESSOR MATCHES "^arm")
-  earshot_add_instruction_set(neon -mfpu=neon)
+  earshot_add_isa(neon -mfpu=neon)
   target_compile_definitions(earshot_objects PRIVATE EARSHOT_HAVE_NEON)
 endif()
 

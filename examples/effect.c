@@ -1,6 +1,6 @@
 /*
  * The ambisonic effect: a source at azimuth 30 in a first-order field, and a listener who turns
- * towards it. Prints where the source is heard while the field glides to its new place.
+ * towards it. Prints where the source is heard while the field ramps to its new place.
  */
 #include <earshot/hoa_effect.h>
 #include <earshot/math.h>
@@ -8,7 +8,7 @@
 #include <stdio.h>
 #include <stdlib.h>
 
-#define FRAMES 256 /* of a block; a glide takes four of them */
+#define FRAMES 256 /* of a block; a ramp takes four of them */
 
 typedef s32 field[4][FRAMES]; /* W, Y, Z, X */
 

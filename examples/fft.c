@@ -13,7 +13,7 @@
 #define TURN 6.28318530717958647692
 
 static s32 twiddles[256][6];
-static s32 split_twiddles[256][2];
+static s32 recombine_twiddles[256][2];
 
 static s32 q31(double value) { return value >= 1 ? INT32_MAX : (s32)floor(value * 0x1p31 + 0.5); }
 
@@ -32,8 +32,8 @@ static void make_tables(void) {
         twiddles[g][4] = q31(-sin(3 * theta));
         twiddles[g][5] = q31(-cos(3 * theta));
         theta = TURN * (g + 1) / 1024;
-        split_twiddles[g][0] = (s32)floor(2147483647 * sin(theta) + 0.5);
-        split_twiddles[g][1] = (s32)floor(2147483647 * cos(theta) + 0.5);
+        recombine_twiddles[g][0] = (s32)floor(2147483647 * sin(theta) + 0.5);
+        recombine_twiddles[g][1] = (s32)floor(2147483647 * cos(theta) + 0.5);
     }
 }
 
@@ -61,8 +61,8 @@ static s32 round_trip_error(void) {
     s32 error = 0;
     int i;
     for (i = 0; i < SIZE; ++i) samples[i] = tone(i);
-    Vorkel_rfft_32x32(samples, SIZE, twiddles[0], split_twiddles[0], stride, spectrum);
-    Vorkel_rifft_32x32_scaled(spectrum, SIZE, twiddles[0], split_twiddles[0], stride, back);
+    Vorkel_rfft_32x32(samples, SIZE, twiddles[0], recombine_twiddles[0], stride, spectrum);
+    Vorkel_rifft_32x32_scaled(spectrum, SIZE, twiddles[0], recombine_twiddles[0], stride, back);
     for (i = 0; i < SIZE; ++i) {
         const s32 difference = back[i] > samples[i] ? back[i] - samples[i] : samples[i] - back[i];
         if (difference > error) error = difference;

@@ -1,6 +1,6 @@
 /*
  * Positioning: a source drives past a listener who looks to the left. Once a block the listener's
- * view gives distance and direction, the distance a gain that a panner glides to, and the direction
+ * view gives distance and direction, the distance a gain that a panner ramps to, and the direction
  * the filters of the binaural renderer. Prints what the listener gets.
  */
 #include <earshot/hrtf.h>
@@ -62,7 +62,7 @@ static int drive_past(hrtf_filt_front_instance *front) {
         a3d_panner_setup(&panner, gain, BLOCK, 0);
         for (i = 0; i < BLOCK; ++i) sound[i] = 1 << 30;
         a3d_buffer32_fill_panner(sound, sound, &panner, BLOCK, 1);
-        printf("%.1f s: %5.2f m away at azimuth %6.1f, gain glides to %.4f\n", block * 0.1,
+        printf("%.1f s: %5.2f m away at azimuth %6.1f, gain ramps to %.4f\n", block * 0.1,
                sphere[0] / 65536.0, sphere[1] / 65536.0, sound[BLOCK - 1] / 1073741824.0);
     }
     return 1;

@@ -25,12 +25,12 @@ constexpr s32 log2_of(s32 n) { return std::countr_zero(static_cast<u32>(n)); }
 constexpr s32 headroom_of(variant v, s32 n) { return v == inverse_scaled ? 2 : log2_of(n) + 2; }
 
 // The form for words of which so much headroom is asked.
-inline form form_for(const fft_set &set, const s32 *words, s32 count, s32 headroom) {
-    return set.are_within(words, count, 31 - headroom) ? plain : saturating;
+inline form form_for(const fft_kernels &kernels, const s32 *words, s32 count, s32 headroom) {
+    return kernels.are_within(words, count, 31 - headroom) ? plain : saturating;
 }
 
 // Whether a caller's table has the words of the library's own, as far as n complex values need it.
-bool is_own_table(const fft_set &set, const s32 *twiddles, s32 n);
+bool is_own_table(const fft_kernels &kernels, const s32 *twiddles, s32 n);
 
 // A transform of n complex values, 16 to 1024; other sizes do nothing.
 void complex_transform(variant v, const s32 *in, s32 n, const s32 *twiddles, s32 *out);

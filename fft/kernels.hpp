@@ -1,10 +1,10 @@
-// The kernels of the transforms, one set per instruction set. fft/complex.cpp and fft/real.cpp
-// choose among them.
+// The kernels of the transforms, a table of them per instruction set. fft/complex.cpp and
+// fft/real.cpp choose among them.
 #ifndef EARSHOT_FFT_KERNELS_HPP
 #define EARSHOT_FFT_KERNELS_HPP
 
 #include "fft/twiddle_rows.hpp"
-#include "kernel/level.hpp"
+#include "kernel/isa.hpp"
 
 #include <earshot/types.h>
 
@@ -25,7 +25,7 @@ enum form : u32 {
 
 inline constexpr int variant_count = 3, form_count = 2;
 
-struct fft_set {
+struct fft_kernels {
     // Whether all words are from -2^bits to 2^bits - 1, bits at most 30.
     bool (*are_within)(const s32 *words, s32 count, s32 bits);
     // Whether all words are the same.
@@ -35,16 +35,17 @@ struct fft_set {
                                                s32 *out);
     // n samples, which are shifted right first, to the packed spectrum.
     void (*real_forward[form_count])(const s32 *in, s32 shift, s32 n, const twiddle_rows &twiddles,
-                                     const split_rows &split, s32 *out);
+                                     const recombine_rows &recombine, s32 *out);
     // Half-length spectrum of n samples to packed spectrum (forward, only saturating), or back, in
     // place.
-    void (*split[variant_count][form_count])(s32 *spec, s32 n, const split_rows &split);
+    void (*recombine[variant_count][form_count])(s32 *spec, s32 n, const recombine_rows &recombine);
 };
 
-extern const fft_set fft_scalar, fft_sse41, fft_avx2, fft_avx512, fft_neon;
+extern const fft_kernels fft_scalar, fft_sse41, fft_avx2, fft_avx512, fft_neon;
 
-// The kernels of a level for n complex values. Wide levels leave small sizes to narrower ones.
-const fft_set &fft_set_at(level l, s32 n);
+// The kernels for n complex values, of an instruction set that is available or, where its vectors
+// are too wide for so few, of a narrower one.
+const fft_kernels &fft_kernels_for(isa i, s32 n);
 
 } // namespace earshot
 

@@ -1,6 +1,6 @@
 // The kernels of the transforms over the vector layer V; every fft/kernels_*.cpp compiles them for
 // one instruction set.
-#include "fft/split.inl"
+#include "fft/recombine.inl"
 
 namespace earshot {
 namespace {
@@ -8,7 +8,7 @@ namespace {
 constexpr s32 most_values = 1024;
 
 // Real words, then imaginary ones, n of each.
-planes planes_in(s32 *words, s32 n) { return {words, words + n}; }
+split_data split_in(s32 *words, s32 n) { return {words, words + n}; }
 
 // All bits of word(vector type, index) over a number of words; in four chains, or each would wait
 // for the one before.
@@ -50,8 +50,8 @@ template <class V> EARSHOT_KERNEL bool are_same(const s32 *a, const s32 *b, s32 
 // The radix-4 passes by way of two buffers, of which the last one to be written is spare and the
 // other is a part of what the pass behind them writes.
 template <class V, variant v, form f>
-planes radix4_passes_to(planes spare, const s32 *in, s32 shift, s32 n, const twiddle_rows &twiddles,
-                        s32 writes, planes target, s32 *out) {
+split_data radix4_passes_to(split_data spare, const s32 *in, s32 shift, s32 n,
+                            const twiddle_rows &twiddles, s32 writes, split_data target, s32 *out) {
     const bool starts_in_spare = writes % 2 != 0;
     return radix4_passes<V, v, f>(in, shift, n, twiddles, starts_in_spare ? spare : target,
                                   starts_in_spare ? target : spare, out);
@@ -61,42 +61,43 @@ template <class V, variant v, form f>
 void complex_transform(const s32 *in, s32 n, const twiddle_rows &twiddles, s32 *out) {
     alignas(64) s32 work[2 * most_values];
     const s32 writes = (__builtin_ctz(static_cast<u32>(n)) - 1) / 2;
-    const planes last = radix4_passes_to<V, v, f>(planes_in(work, n), in, 0, n, twiddles, writes,
-                                                  planes_in(out, n), out);
-    if (is_odd_power_of_2(n)) radix2_pass<V, v, f>(last, n, pairs{out});
+    const split_data last = radix4_passes_to<V, v, f>(split_in(work, n), in, 0, n, twiddles, writes,
+                                                      split_in(out, n), out);
+    if (is_odd_power_of_2(n)) radix2_pass<V, v, f>(last, n, interleaved_data{out});
 }
 
 template <class V, form f>
 void real_forward(const s32 *in, s32 shift, s32 n, const twiddle_rows &twiddles,
-                  const split_rows &split, s32 *out) {
+                  const recombine_rows &recombine, s32 *out) {
     alignas(64) s32 work[most_values + 1];
     const s32 half = n / 2, writes = __builtin_ctz(static_cast<u32>(half)) / 2;
-    const planes last = radix4_passes_to<V, forward, f>(
-        planes_in(work, half), in, shift, half, twiddles, writes, planes_in(out, half), nullptr);
+    const split_data last = radix4_passes_to<V, forward, f>(
+        split_in(work, half), in, shift, half, twiddles, writes, split_in(out, half), nullptr);
     if (is_odd_power_of_2(half)) {
         work[n] = 0; // is read as the operand of a result that is not used
         complex_lanes<vec_scalar> first = load_values<vec_scalar>(last, 0);
         complex_lanes<vec_scalar> middle = load_values<vec_scalar>(last, half / 2);
         add_sub<arithmetic<vec_scalar, forward, f>>(first, middle);
         part_dc_and_nyquist<f>(first.re, first.im, out, n);
-        split_bins<V, forward, f>(from_halves<V, f>{last, half / 2}, n, split, out);
-        split_middle_bin<f>(middle, n, split, out);
+        recombine_bins<V, forward, f>(from_halves<V, f>{last, half / 2}, n, recombine, out);
+        recombine_middle_bin<f>(middle, n, recombine, out);
     } else {
         part_dc_and_nyquist<f>(last.re[0], last.im[0], out, n);
-        split_bins<V, forward, f>(from_planes<V>{last}, n, split, out);
+        recombine_bins<V, forward, f>(from_split<V>{last}, n, recombine, out);
     }
 }
 
-template <class V, variant v, form f> void split_stage(s32 *spec, s32 n, const split_rows &split) {
+template <class V, variant v, form f>
+void recombine_stage(s32 *spec, s32 n, const recombine_rows &recombine) {
     if constexpr (v == forward)
         part_dc_and_nyquist<f>(spec[0], spec[1], spec, n);
     else
         join_dc_and_nyquist<v, f>(spec, n);
-    split_bins<V, v, f>(from_pairs<V>{spec}, n, split, spec);
+    recombine_bins<V, v, f>(from_interleaved<V>{spec}, n, recombine, spec);
 }
 
 template <class V>
-constexpr fft_set fft_set_of = {
+constexpr fft_kernels fft_kernels_of = {
     are_within<V>,
     are_same<V>,
     {{complex_transform<V, forward, saturating>, complex_transform<V, forward, plain>},
@@ -105,9 +106,10 @@ constexpr fft_set fft_set_of = {
      {complex_transform<V, inverse_unscaled, saturating>,
       complex_transform<V, inverse_unscaled, plain>}},
     {real_forward<V, saturating>, real_forward<V, plain>},
-    {{split_stage<V, forward, saturating>, nullptr}, // not part of a transform
-     {split_stage<V, inverse_scaled, saturating>, split_stage<V, inverse_scaled, plain>},
-     {split_stage<V, inverse_unscaled, saturating>, split_stage<V, inverse_unscaled, plain>}}};
+    {{recombine_stage<V, forward, saturating>, nullptr}, // not part of a transform
+     {recombine_stage<V, inverse_scaled, saturating>, recombine_stage<V, inverse_scaled, plain>},
+     {recombine_stage<V, inverse_unscaled, saturating>,
+      recombine_stage<V, inverse_unscaled, plain>}}};
 
 } // namespace
 } // namespace earshot

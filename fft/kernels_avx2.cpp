@@ -2,5 +2,5 @@
 #include "kernel/vec_avx2.hpp"
 
 namespace earshot {
-constinit const fft_set fft_avx2 = fft_set_of<vec_avx2>;
+constinit const fft_kernels fft_avx2 = fft_kernels_of<vec_avx2>;
 }

@@ -2,5 +2,5 @@
 #include "kernel/vec_avx512.hpp"
 
 namespace earshot {
-constinit const fft_set fft_avx512 = fft_set_of<vec_avx512>;
+constinit const fft_kernels fft_avx512 = fft_kernels_of<vec_avx512>;
 }

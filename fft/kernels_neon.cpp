@@ -2,5 +2,5 @@
 #include "kernel/vec_neon.hpp"
 
 namespace earshot {
-constinit const fft_set fft_neon = fft_set_of<vec_neon>;
+constinit const fft_kernels fft_neon = fft_kernels_of<vec_neon>;
 }

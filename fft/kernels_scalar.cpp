@@ -1,5 +1,5 @@
 #include "fft/kernels.inl"
 
 namespace earshot {
-constinit const fft_set fft_scalar = fft_set_of<vec_scalar>;
+constinit const fft_kernels fft_scalar = fft_kernels_of<vec_scalar>;
 }

@@ -2,5 +2,5 @@
 #include "kernel/vec_sse41.hpp"
 
 namespace earshot {
-constinit const fft_set fft_sse41 = fft_set_of<vec_sse41>;
+constinit const fft_kernels fft_sse41 = fft_kernels_of<vec_sse41>;
 }

@@ -28,7 +28,7 @@ void butterfly_at(const s32 *in, s32 in_step, const s32 *entry, s32 *out, s32 ou
     complex_lanes<scalar> x0 = operand(0), x1 = operand(1), x2 = operand(2), x3 = operand(3);
     butterfly<scalar, v, saturating>(x0, x1, x2, x3, w);
     const auto put = [&](s32 q, const complex_lanes<scalar> &value) {
-        scalar::store_pairs(out + 2 * q * out_step, value.re, value.im);
+        scalar::store_interleaved(out + 2 * q * out_step, value.re, value.im);
     };
     put(0, x0);
     put(1, x1);
@@ -48,7 +48,7 @@ template <variant v> void first_stage(const s32 *in, s32 n, const s32 *twiddles,
         s32 x[8];
         for (s32 q = 0; q < 4; ++q) {
             const s32 *from = in + 2 * reversed(4 * block + q);
-            scalar::store_pairs(x + 2 * q, from[0], from[1]);
+            scalar::store_interleaved(x + 2 * q, from[0], from[1]);
         }
         butterfly_at<v>(x, 1, twiddles + words_per_entry * block, out + 8 * block, 1);
     }

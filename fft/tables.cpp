@@ -10,8 +10,8 @@ namespace earshot {
 alignas(64) const s32 fft_twiddles[256][6] = {
 #include "fft/generated/twiddles.inc"
 };
-alignas(64) const s32 fft_split_twiddles[256][2] = {
-#include "fft/generated/split_twiddles.inc"
+alignas(64) const s32 fft_recombine_twiddles[256][2] = {
+#include "fft/generated/recombine_twiddles.inc"
 };
 
 } // namespace earshot

@@ -8,7 +8,7 @@
 namespace earshot {
 
 alignas(64) extern const s32 fft_twiddles[256][6];
-alignas(64) extern const s32 fft_split_twiddles[256][2];
+alignas(64) extern const s32 fft_recombine_twiddles[256][2];
 
 } // namespace earshot
 

@@ -1,56 +1,57 @@
 // Complex transforms over the vector layer V, radix-4 decimation in frequency (Cooley and Tukey
 // 1965) in the self-sorting order of Stockham: every pass reads four quarters of a buffer and
 // writes another one, with the results of a butterfly a span apart, so that nothing is ever put in
-// bit-reversed order and the last pass leaves the natural one. Between first and last pass real and
-// imaginary words lie apart.
+// bit-reversed order and the last pass leaves the natural one. Input and output are interleaved,
+// what lies between the first and the last pass is split.
 #include "fft/butterfly.inl"
 
 namespace earshot {
 namespace {
 
-// Complex values in memory.
-struct planes {
+// Complex values in memory: real and imaginary words in planes of their own, or in pairs.
+struct split_data {
     s32 *re, *im;
 };
-struct pairs {
+struct interleaved_data {
     s32 *words;
 };
 
-template <class V> complex_lanes<V> load_values(const planes &p, s32 i) {
+template <class V> complex_lanes<V> load_values(const split_data &p, s32 i) {
     return {V::load(p.re + i), V::load(p.im + i)};
 }
-template <class V> complex_lanes<V> load_pairs(const s32 *words, s32 i) {
-    const auto pair = V::load_pairs(words + 2 * i);
+template <class V> complex_lanes<V> load_interleaved(const s32 *words, s32 i) {
+    const auto pair = V::load_interleaved(words + 2 * i);
     return {pair.first, pair.second};
 }
-template <class V> complex_lanes<V> load_reversed(const planes &p, s32 i) {
+template <class V> complex_lanes<V> load_reversed(const split_data &p, s32 i) {
     return {V::reverse(V::load(p.re + i)), V::reverse(V::load(p.im + i))};
 }
 template <class V> complex_lanes<V> load_reversed(const s32 *words, s32 i) {
-    const auto pair = V::load_pairs_reversed(words + 2 * i);
+    const auto pair = V::load_interleaved_reversed(words + 2 * i);
     return {pair.first, pair.second};
 }
-template <class V> void store_values(const planes &p, s32 i, const complex_lanes<V> &x) {
+template <class V> void store_values(const split_data &p, s32 i, const complex_lanes<V> &x) {
     V::store(p.re + i, x.re);
     V::store(p.im + i, x.im);
 }
-template <class V> void store_values(const pairs &p, s32 i, const complex_lanes<V> &x) {
-    V::store_pairs(p.words + 2 * i, x.re, x.im);
+template <class V> void store_values(const interleaved_data &p, s32 i, const complex_lanes<V> &x) {
+    V::store_interleaved(p.words + 2 * i, x.re, x.im);
 }
 
 // What a pass does, beside its butterflies: one function has all of them, because a butterfly is
 // the larger part of its code and the choices cost little beside one.
 struct pass_plan {
-    const s32 *in_pairs; // or null
-    planes in;
+    const s32 *in_interleaved; // or null
+    split_data in;
     s32 shift; // to the right, before anything else
     s32 n, span;
-    planes out;
-    s32 *out_pairs; // or null; from a span of one vector on
+    split_data out;
+    s32 *out_interleaved; // or null; from a span of one vector on
 };
 
 template <class V> complex_lanes<V> load_operand(const pass_plan &plan, s32 i) {
-    return plan.in_pairs == nullptr ? load_values<V>(plan.in, i) : load_pairs<V>(plan.in_pairs, i);
+    return plan.in_interleaved == nullptr ? load_values<V>(plan.in, i)
+                                          : load_interleaved<V>(plan.in_interleaved, i);
 }
 
 template <class V> void shift_right(complex_lanes<V> &x, s32 shift) {
@@ -92,10 +93,10 @@ void store_results(const complex_lanes<V> &y0, const complex_lanes<V> &y1,
         store_values<V>(out, first + 2 * plan.span, y2);
         store_values<V>(out, first + 3 * plan.span, y3);
     };
-    if (plan.out_pairs == nullptr)
+    if (plan.out_interleaved == nullptr)
         store(plan.out);
     else
-        store(pairs{plan.out_pairs});
+        store(interleaved_data{plan.out_interleaved});
 }
 
 template <class V, variant v, form f>
@@ -125,7 +126,7 @@ EARSHOT_KERNEL void radix4_pass(const pass_plan &given, const twiddle_rows &give
 }
 
 template <class V, variant v, form f>
-EARSHOT_KERNEL void radix2_pass(const planes &in, s32 n, const pairs &out) {
+EARSHOT_KERNEL void radix2_pass(const split_data &in, s32 n, const interleaved_data &out) {
     using op = arithmetic<V, v, f>;
     for (s32 i = 0; i < n / 2; i += V::width) {
         complex_lanes<V> a = load_values<V>(in, i), b = load_values<V>(in, i + n / 2);
@@ -137,20 +138,20 @@ EARSHOT_KERNEL void radix2_pass(const planes &in, s32 n, const pairs &out) {
 
 constexpr bool is_odd_power_of_2(s32 n) { return (n & 0x55555555) == 0; }
 
-// All radix-4 passes, taking turns between two buffers. The last one of an even log2 n writes pairs
-// where out is not null; any other last one leaves planes, which are returned.
+// All radix-4 passes, taking turns between two buffers. The last one of an even log2 n interleaves
+// into out unless it is null; any other last one leaves split data, which are returned.
 template <class V, variant v, form f>
-planes radix4_passes(const s32 *in, s32 shift, s32 n, const twiddle_rows &rows, planes first,
-                     planes second, s32 *out) {
+split_data radix4_passes(const s32 *in, s32 shift, s32 n, const twiddle_rows &rows,
+                         split_data first, split_data second, s32 *out) {
     pass_plan plan = {in, second, shift, n, 1, first, nullptr};
     radix4_pass<V, v, f>(plan, rows);
-    plan.in_pairs = nullptr;
+    plan.in_interleaved = nullptr;
     plan.shift = 0;
     for (plan.span = 4; plan.span <= n / 4; plan.span *= 4) {
-        const planes last = plan.in;
+        const split_data last = plan.in;
         plan.in = plan.out;
         plan.out = last;
-        if (plan.span == n / 4) plan.out_pairs = out;
+        if (plan.span == n / 4) plan.out_interleaved = out;
         radix4_pass<V, v, f>(plan, rows);
     }
     return plan.out;

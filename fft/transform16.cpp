@@ -109,11 +109,11 @@ void complex16(const s16 *in, s32 n, bool inverse, s32 up, s16 *out) {
 
 // Bins k and n/2 - k of the half-length spectrum from those of the packed one (inverse) or the
 // other way round, with a factor of 2^up; from and to may be the same.
-void split_bins(const s16 *from, s16 *to, s32 n, bool inverse, s32 up, const s32 *split_twiddles,
-                s32 stride) {
+void recombine_bins(const s16 *from, s16 *to, s32 n, bool inverse, s32 up,
+                    const s32 *recombine_twiddles, s32 stride) {
     for (s32 k = 1; k <= n / 4; ++k) {
         const point a = load(from + 2 * k), mirrored = conjugate(load(from + n - 2 * k));
-        const s32 *w = split_twiddles + 2 * (k * stride - 1);
+        const s32 *w = recombine_twiddles + 2 * (k * stride - 1);
         const point factor = {-w[0], inverse ? s64{w[1]} : -s64{w[1]}}; // -+j times e^(-+j theta)
         const point even = times_q31_one(a + mirrored), odd = (a - mirrored) * factor;
         store(to + 2 * k, even + odd, 32 - up);
@@ -121,24 +121,24 @@ void split_bins(const s16 *from, s16 *to, s32 n, bool inverse, s32 up, const s32
     }
 }
 
-void split(s16 *spec, s32 n, const s32 *split_twiddles, s32 stride) {
+void recombine(s16 *spec, s32 n, const s32 *recombine_twiddles, s32 stride) {
     const point first = load(spec);
     store(spec, times_q31_one({first.re + first.im, 0}), 31);
     store(spec + n, times_q31_one({first.re - first.im, 0}), 31);
-    split_bins(spec, spec, n, false, 0, split_twiddles, stride);
+    recombine_bins(spec, spec, n, false, 0, recombine_twiddles, stride);
 }
 
 // With a factor of 2 x 2^up / n.
 void real16_forward(const s16 *in, s32 n, s32 up, s16 *out) {
     complex16(in, n / 2, false, up, out);
-    split(out, n, &fft_split_twiddles[0][0], 1024 / n);
+    recombine(out, n, &fft_recombine_twiddles[0][0], 1024 / n);
 }
 
 // With a factor of 2^up / n.
 void real16_inverse(const s16 *in, s32 n, s32 up, s16 *out) {
     s16 half_length[1024];
     store(half_length, times_q31_one({s64{in[0]} + in[n], s64{in[0]} - in[n]}), 32 - up);
-    split_bins(in, half_length, n, true, up, &fft_split_twiddles[0][0], 1024 / n);
+    recombine_bins(in, half_length, n, true, up, &fft_recombine_twiddles[0][0], 1024 / n);
     complex16(half_length, n / 2, true, 0, out);
 }
 
@@ -207,8 +207,8 @@ void ButterflyRadix4Scaled(s16 *data, s32 span, const s32 *twiddle) {
     butterfly_in_place(data, span, twiddle, false);
 }
 
-void rfftStage(s16 *spec, s32 n, const s32 *split_twiddles, s32 stride) {
-    if (is_real_transform16(n, stride)) split(spec, n, split_twiddles, stride);
+void rfftStage(s16 *spec, s32 n, const s32 *recombine_twiddles, s32 stride) {
+    if (is_real_transform16(n, stride)) recombine(spec, n, recombine_twiddles, stride);
 }
 
 } // extern "C"

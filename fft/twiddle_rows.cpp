@@ -13,8 +13,8 @@ constexpr s32 most = 256; // butterflies of the first stage, entries of the tabl
 constexpr s32 twiddles[most][6] = {
 #include "fft/generated/twiddles.inc"
 };
-constexpr s32 split_twiddles[most][2] = {
-#include "fft/generated/split_twiddles.inc"
+constexpr s32 recombine_twiddles[most][2] = {
+#include "fft/generated/recombine_twiddles.inc"
 };
 
 constexpr s32 negated(s32 x) { return x == s32_min ? s32_max : -x; }
@@ -52,7 +52,7 @@ constexpr own_rows make_rows() {
     }
     for (s32 count = least_real; count <= most; count *= 2) {
         for (s32 i = 0; i < count; ++i) {
-            const s32 *pair = split_twiddles[(i + 1) * (most / count) - 1];
+            const s32 *pair = recombine_twiddles[(i + 1) * (most / count) - 1];
             rows.sine[count - least_real + i] = pair[0];
             rows.cosine[0][count - least_real + i] = pair[1];
             rows.cosine[1][count - least_real + i] = negated(pair[1]);
@@ -71,7 +71,7 @@ twiddle_rows own_twiddle_rows(s32 n, bool inverse) {
     return {rows, rows + (inverse ? 6 : 3) * count, count};
 }
 
-split_rows own_split_rows(s32 n, bool inverse) {
+recombine_rows own_recombine_rows(s32 n, bool inverse) {
     const s32 first = n / 4 - least_real;
     return {own.sine + first, own.cosine[inverse ? 1 : 0] + first};
 }
@@ -88,7 +88,7 @@ twiddle_copy::twiddle_copy(const s32 *table, s32 n, bool inverse) {
     }
 }
 
-split_copy::split_copy(const s32 *table, s32 n, s32 stride, bool inverse) {
+recombine_copy::recombine_copy(const s32 *table, s32 n, s32 stride, bool inverse) {
     for (s32 i = 0; i < n / 4; ++i) {
         const s32 *pair = table + 2 * ((i + 1) * stride - 1);
         sine_[i] = pair[0];

@@ -15,14 +15,14 @@ struct twiddle_rows {
 };
 
 // Word i belongs to bin i + 1 of a real transform; the inverses have the cosines negated.
-struct split_rows {
+struct recombine_rows {
     const s32 *sine, *cosine;
 };
 
 // Of the library's own tables: for complex transforms of 16 to 1024 values, real ones of 32 to
 // 1024.
 twiddle_rows own_twiddle_rows(s32 n, bool inverse);
-split_rows own_split_rows(s32 n, bool inverse);
+recombine_rows own_recombine_rows(s32 n, bool inverse);
 
 // Of any other table.
 class twiddle_copy {
@@ -34,10 +34,10 @@ class twiddle_copy {
     s32 words_[6][256];
 };
 
-class split_copy {
+class recombine_copy {
   public:
-    split_copy(const s32 *split_twiddles, s32 n, s32 stride, bool inverse);
-    split_rows rows() const { return {sine_, cosine_}; }
+    recombine_copy(const s32 *recombine_twiddles, s32 n, s32 stride, bool inverse);
+    recombine_rows rows() const { return {sine_, cosine_}; }
 
   private:
     s32 sine_[256], cosine_[256];

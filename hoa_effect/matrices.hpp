@@ -1,4 +1,4 @@
-// Rotation and effect matrices for the module; exported from hoa_effect/matrices.cpp.
+// Rotation and effect matrices for the effect; exported from hoa_effect/matrices.cpp.
 #ifndef EARSHOT_HOA_EFFECT_MATRICES_HPP
 #define EARSHOT_HOA_EFFECT_MATRICES_HPP
 

@@ -1,12 +1,12 @@
 #include "hoa_effect/mix.hpp"
 
-#include "kernel/level_table.hpp"
+#include "kernel/isa_table.hpp"
 
 namespace earshot {
 
-const mix_set &mix_at(level l) {
-    static constexpr const mix_set *sets[] = EARSHOT_LEVEL_TABLE(mix);
-    return *sets[static_cast<u32>(l)];
+const mix_kernels &mix_kernels_for(isa i) {
+    static constexpr const mix_kernels *tables[] = EARSHOT_ISA_TABLE(mix);
+    return *tables[static_cast<u32>(i)];
 }
 
 } // namespace earshot

@@ -92,7 +92,8 @@ void ramp(mix_matrix &m, const mix_matrix &step, Sample *const *out, const Sampl
 }
 
 template <class V>
-constexpr mix_set mix_set_of = {{steady<V, s16>, ramp<V, s16>}, {steady<V, s32>, ramp<V, s32>}};
+constexpr mix_kernels mix_kernels_of = {{steady<V, s16>, ramp<V, s16>},
+                                        {steady<V, s32>, ramp<V, s32>}};
 
 } // namespace
 } // namespace earshot

@@ -2,5 +2,5 @@
 #include "kernel/vec_avx2.hpp"
 
 namespace earshot {
-constinit const mix_set mix_avx2 = mix_set_of<vec_avx2>;
+constinit const mix_kernels mix_avx2 = mix_kernels_of<vec_avx2>;
 }

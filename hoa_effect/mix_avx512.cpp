@@ -2,5 +2,5 @@
 #include "kernel/vec_avx512.hpp"
 
 namespace earshot {
-constinit const mix_set mix_avx512 = mix_set_of<vec_avx512>;
+constinit const mix_kernels mix_avx512 = mix_kernels_of<vec_avx512>;
 }

@@ -2,5 +2,5 @@
 #include "kernel/vec_neon.hpp"
 
 namespace earshot {
-constinit const mix_set mix_neon = mix_set_of<vec_neon>;
+constinit const mix_kernels mix_neon = mix_kernels_of<vec_neon>;
 }

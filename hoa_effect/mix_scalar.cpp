@@ -1,5 +1,5 @@
 #include "hoa_effect/mix.inl"
 
 namespace earshot {
-constinit const mix_set mix_scalar = mix_set_of<vec_scalar>;
+constinit const mix_kernels mix_scalar = mix_kernels_of<vec_scalar>;
 }

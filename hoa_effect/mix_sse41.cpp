@@ -2,5 +2,5 @@
 #include "kernel/vec_sse41.hpp"
 
 namespace earshot {
-constinit const mix_set mix_sse41 = mix_set_of<vec_sse41>;
+constinit const mix_kernels mix_sse41 = mix_kernels_of<vec_sse41>;
 }

@@ -1,4 +1,4 @@
-// Processing of blocks: checks, the course of the glide, and the call of the mixing kernels.
+// Processing of blocks: checks, the course of the ramp, and the call of the mixing kernels.
 #include "hoa_effect/mix.hpp"
 #include "kernel/saturate.hpp"
 
@@ -19,7 +19,7 @@ void write_matrix(s32 **rows, const mix_matrix &m) {
 }
 
 template <class Sample>
-void mix(const mix_kernels<Sample> &kernels, hoa_effect_state *state, void *const *out_data,
+void mix(const mix_loops<Sample> &loops, hoa_effect_state *state, void *const *out_data,
          const void *const *in_data, s32 ramp_frames, s32 frames) {
     Sample *out[mix_channels];
     const Sample *in[mix_channels];
@@ -32,16 +32,16 @@ void mix(const mix_kernels<Sample> &kernels, hoa_effect_state *state, void *cons
         mix_matrix step;
         read_matrix(m, state->current);
         read_matrix(step, state->step);
-        kernels.ramp(m, step, out, in, 0, ramp_frames);
+        loops.ramp(m, step, out, in, 0, ramp_frames);
         write_matrix(state->current, m);
     }
     if (frames > ramp_frames) {
         read_matrix(m, state->target);
-        kernels.steady(m, out, in, ramp_frames, frames);
+        loops.steady(m, out, in, ramp_frames, frames);
     }
 }
 
-// Moves the glide on by a block and returns how many samples of the block belong to it. Counts of
+// Moves the ramp on by a block and returns how many samples of the block belong to it. Counts of
 // 2^31 and above are negative, as are the rests that they leave behind; sums wrap.
 s32 advance_ramp(hoa_effect_state *state, s32 frames) {
     const s32 remaining = wrap_sub(state->ramp_len, state->ramp_pos);
@@ -63,12 +63,12 @@ u32 apply_effect_matrix(hoa_effect_state *state, hoa_effect_buffer *out,
     if (!is_narrow && state->config.bit_width != 32) return EARSHOT_BAD_VALUE;
     if (state->num_channels != mix_channels) return EARSHOT_BAD_VALUE;
 
-    const mix_set &kernels = mix_at(active_level());
-    const s32 glide_end = ramp_frames < 0 ? 0 : ramp_frames;
+    const mix_kernels &kernels = mix_kernels_for(active_isa());
+    const s32 ramp_end = ramp_frames < 0 ? 0 : ramp_frames;
     if (is_narrow)
-        mix(kernels.narrow, state, out->data, in->data, glide_end, frames);
+        mix(kernels.narrow, state, out->data, in->data, ramp_end, frames);
     else
-        mix(kernels.wide, state, out->data, in->data, glide_end, frames);
+        mix(kernels.wide, state, out->data, in->data, ramp_end, frames);
     return EARSHOT_OK;
 }
 

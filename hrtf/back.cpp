@@ -1,7 +1,7 @@
 // The back end: from two ear spectra to the samples of two ears.
 #include "fft/real.hpp"
+#include "hrtf/instance.hpp"
 #include "hrtf/kernels.hpp"
-#include "hrtf/module.hpp"
 #include "kernel/memory.hpp"
 #include "kernel/saturate.hpp"
 
@@ -153,7 +153,7 @@ constexpr extent extent_of(const config_t &config) {
     return {frame, at_most(fade, half - frame)};
 }
 
-void fade_and_save_tails(const hrtf_set &kernels, state_t *state, s32 *const *ears,
+void fade_and_save_tails(const hrtf_kernels &kernels, state_t *state, s32 *const *ears,
                          const extent &present) {
     constexpr u32 tail_size = sizeof state->tail[0];
     for (u32 c = 0; c < 2; ++c) {
@@ -165,22 +165,22 @@ void fade_and_save_tails(const hrtf_set &kernels, state_t *state, s32 *const *ea
     if (state->changed == 1) state->changed = 0;
 }
 
-void write_one(const hrtf_set &, s32 *out, const s32 *ear, u32 count) {
+void write_one(const hrtf_kernels &, s32 *out, const s32 *ear, u32 count) {
     memcpy(out, ear, count * sizeof *out);
 }
-void write_one(const hrtf_set &kernels, s16 *out, const s32 *ear, u32 count) {
+void write_one(const hrtf_kernels &kernels, s16 *out, const s32 *ear, u32 count) {
     kernels.narrow(out, ear, static_cast<s32>(count));
 }
-void write_both(const hrtf_set &kernels, s32 *out, s32 *const *ears, u32 count) {
+void write_both(const hrtf_kernels &kernels, s32 *out, s32 *const *ears, u32 count) {
     kernels.interleave(out, ears[0], ears[1], static_cast<s32>(count));
 }
-void write_both(const hrtf_set &kernels, s16 *out, s32 *const *ears, u32 count) {
+void write_both(const hrtf_kernels &kernels, s16 *out, s32 *const *ears, u32 count) {
     kernels.interleave_narrow(out, ears[0], ears[1], static_cast<s32>(count));
 }
 
 // Frames longer than what is present end with zeros.
 template <class Sample>
-void write_ears(const hrtf_set &kernels, const hrtf_ear_outputs *outputs, s32 *const *ears,
+void write_ears(const hrtf_kernels &kernels, const hrtf_ear_outputs *outputs, s32 *const *ears,
                 const config_t &config) {
     const u32 present = extent_of(config).frame, missing = config.frame_length - present;
     if (config.interleaved != 0) {
@@ -206,7 +206,7 @@ u32 process(instance_t *instance, u32 sample_count, const hrtf_ear_outputs *outp
     if (instance->scratch_ptr == nullptr) return EARSHOT_BAD_MEMORY;
 
     const extent present = extent_of(config);
-    const hrtf_set &kernels = hrtf_set_at(active_level());
+    const hrtf_kernels &kernels = hrtf_kernels_for(active_isa());
     s32 *ears[2];
     for (u32 c = 0; c < 2; ++c) {
         s32 *block = static_cast<s32 *>(instance->scratch_ptr) + c * n;

@@ -5,7 +5,7 @@
 extern "C" {
 
 s32 a3d_crossfade(s32 *out, const s32 *old_samples, const s32 *new_samples) {
-    earshot::hrtf_set_at(earshot::active_level()).crossfade(out, old_samples, new_samples);
+    earshot::hrtf_kernels_for(earshot::active_isa()).crossfade(out, old_samples, new_samples);
     return out[HRTF_CROSSFADE_FRAMES - 1];
 }
 

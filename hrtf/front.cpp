@@ -1,8 +1,8 @@
 // The front end: sources, their filters, and the sum of their filtered spectra.
 #include "fft/real.hpp"
+#include "hrtf/instance.hpp"
 #include "hrtf/kernels.hpp"
-#include "hrtf/module.hpp"
-#include "hrtf/select.hpp"
+#include "hrtf/selection.hpp"
 #include "kernel/memory.hpp"
 #include "kernel/saturate.hpp"
 
@@ -239,7 +239,7 @@ void add_source(const state_t *state, const source_t &source, const s32 *input, 
     rfft_of_shifted(input, state->input_shift, n, spectrum);
     const s32 dc = spectrum[0], nyquist = spectrum[n];
     spectrum[0] = 0; // so that the kernel may take bin 0 for any other
-    hrtf_set_at(active_level())
+    hrtf_kernels_for(active_isa())
         .add_filtered(ears, spectrum, {{source.filter[0], source.filter[1]}}, n / 2);
     for (u32 c = 0; c < 2; ++c) {
         add_real_bin(ears[c], dc, source.filter[c][0]);

@@ -1,12 +1,12 @@
 #include "hrtf/kernels.hpp"
 
-#include "kernel/level_table.hpp"
+#include "kernel/isa_table.hpp"
 
 namespace earshot {
 
-const hrtf_set &hrtf_set_at(level l) {
-    static constexpr const hrtf_set *sets[] = EARSHOT_LEVEL_TABLE(hrtf);
-    return *sets[static_cast<u32>(l)];
+const hrtf_kernels &hrtf_kernels_for(isa i) {
+    static constexpr const hrtf_kernels *tables[] = EARSHOT_ISA_TABLE(hrtf);
+    return *tables[static_cast<u32>(i)];
 }
 
 } // namespace earshot

@@ -1,8 +1,8 @@
-// The kernels of the renderer's two ends, one set per instruction set.
+// The kernels of the renderer's two ends, a table of them per instruction set.
 #ifndef EARSHOT_HRTF_KERNELS_HPP
 #define EARSHOT_HRTF_KERNELS_HPP
 
-#include "kernel/level.hpp"
+#include "kernel/isa.hpp"
 
 #include <earshot/types.h>
 
@@ -15,7 +15,7 @@ struct ear_filters {
     const s32 *ear[2];
 };
 
-struct hrtf_set {
+struct hrtf_kernels {
     // ears += spectrum x filters, rounded and wrapping, over bins 0 to half - 1, half a multiple of
     // 64.
     void (*add_filtered)(s32 *const *ears, const s32 *spectrum, const ear_filters &filters,
@@ -24,16 +24,16 @@ struct hrtf_set {
     void (*restore_level)(s32 *samples, s32 count, s32 shift);
     // a3d_crossfade but for its result.
     void (*crossfade)(s32 *out, const s32 *old_samples, const s32 *new_samples);
-    // To 16 bits, saturating, and two signals to pairs.
+    // To 16 bits, saturating, and two signals interleaved.
     void (*narrow)(s16 *out, const s32 *samples, s32 count);
     void (*interleave)(s32 *out, const s32 *first, const s32 *second, s32 count);
     void (*interleave_narrow)(s16 *out, const s32 *first, const s32 *second, s32 count);
 };
 
-extern const hrtf_set hrtf_scalar, hrtf_sse41, hrtf_avx2, hrtf_avx512, hrtf_neon;
+extern const hrtf_kernels hrtf_scalar, hrtf_sse41, hrtf_avx2, hrtf_avx512, hrtf_neon;
 
-// The kernels of a level that is available.
-const hrtf_set &hrtf_set_at(level l);
+// The kernels of an instruction set that is available.
+const hrtf_kernels &hrtf_kernels_for(isa i);
 
 } // namespace earshot
 

@@ -42,7 +42,7 @@ template <class V> EARSHOT_KERNEL void narrow(s16 *out, const s32 *samples, s32 
 template <class V, class Sample>
 EARSHOT_KERNEL void interleave(Sample *out, const s32 *first, const s32 *second, s32 count) {
     for_each_sample<V>(count, [=](auto v, s32 i) {
-        v.store_pairs(out + 2 * i, v.load(first + i), v.load(second + i));
+        v.store_interleaved(out + 2 * i, v.load(first + i), v.load(second + i));
     });
 }
 
@@ -67,8 +67,8 @@ EARSHOT_KERNEL void crossfade(s32 *out, const s32 *old_samples, const s32 *new_s
 }
 
 template <class V>
-constexpr hrtf_set hrtf_set_of = {add_filtered<V>, restore_level<V>,   crossfade<V>,
-                                  narrow<V>,       interleave<V, s32>, interleave<V, s16>};
+constexpr hrtf_kernels hrtf_kernels_of = {add_filtered<V>, restore_level<V>,   crossfade<V>,
+                                          narrow<V>,       interleave<V, s32>, interleave<V, s16>};
 
 } // namespace
 } // namespace earshot

@@ -2,5 +2,5 @@
 #include "kernel/vec_avx2.hpp"
 
 namespace earshot {
-constinit const hrtf_set hrtf_avx2 = hrtf_set_of<vec_avx2>;
+constinit const hrtf_kernels hrtf_avx2 = hrtf_kernels_of<vec_avx2>;
 }

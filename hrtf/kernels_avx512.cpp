@@ -2,5 +2,5 @@
 #include "kernel/vec_avx512.hpp"
 
 namespace earshot {
-constinit const hrtf_set hrtf_avx512 = hrtf_set_of<vec_avx512>;
+constinit const hrtf_kernels hrtf_avx512 = hrtf_kernels_of<vec_avx512>;
 }

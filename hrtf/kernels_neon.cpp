@@ -2,5 +2,5 @@
 #include "kernel/vec_neon.hpp"
 
 namespace earshot {
-constinit const hrtf_set hrtf_neon = hrtf_set_of<vec_neon>;
+constinit const hrtf_kernels hrtf_neon = hrtf_kernels_of<vec_neon>;
 }

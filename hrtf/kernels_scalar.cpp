@@ -1,5 +1,5 @@
 #include "hrtf/kernels.inl"
 
 namespace earshot {
-constinit const hrtf_set hrtf_scalar = hrtf_set_of<vec_scalar>;
+constinit const hrtf_kernels hrtf_scalar = hrtf_kernels_of<vec_scalar>;
 }

@@ -2,5 +2,5 @@
 #include "kernel/vec_sse41.hpp"
 
 namespace earshot {
-constinit const hrtf_set hrtf_sse41 = hrtf_set_of<vec_sse41>;
+constinit const hrtf_kernels hrtf_sse41 = hrtf_kernels_of<vec_sse41>;
 }

@@ -1,4 +1,4 @@
-// The parameters of the two table sets, diffuse and amb.
+// The parameters of the two groups of filter tables, diffuse and amb.
 #include "hrtf/tables.hpp"
 
 namespace earshot {

@@ -3,8 +3,8 @@
  *     hrtf_tables /usr/share/libmysofa/MIT_KEMAR_normal_pinna.sofa hrtf/generated
  *
  * Diffuse filters, amb filters and the diffuse rows follow each other without gaps: a selection one
- * record past a row, or past the set, reads what lies next. That is why they are one section of one
- * object file, with one alignment at its start.
+ * record past a row, or past the tables, reads what lies next. That is why they are one section of
+ * one object file, with one alignment at its start.
  *
  * The library uses the hidden names; the exported ones are aliases (kernel/export_table.hpp).
  */

@@ -14,7 +14,7 @@ EARSHOT_DECLARE_TABLE(hrtf_table_row, hrtf_kemar_diffuse_table_info, [18])
 
 EARSHOT_DECLARE_TABLE(hrtf_table_row, hrtf_kemar_amb_table_info, [1])
 
-// By set: diffuse, amb.
+// By group of tables: diffuse, amb.
 EARSHOT_DECLARE_TABLE(s32, hrtf_len_grp, [2])
 EARSHOT_DECLARE_TABLE(s32, hrtf_num_elevation_grp, [2])
 EARSHOT_DECLARE_TABLE(s32, hrtf_fft_size_grp, [2])

@@ -1,4 +1,4 @@
-// Bounded copies, inline for the modules; exported from kernel/memory.cpp.
+// Bounded copies, inline for the rest of the library; exported from kernel/memory.cpp.
 #ifndef EARSHOT_KERNEL_MEMORY_HPP
 #define EARSHOT_KERNEL_MEMORY_HPP
 

@@ -37,15 +37,15 @@ struct avx2_lanes {
     static s32v add(s32v a, s32v b) { return _mm256_add_epi32(a, b); }
 
     static s32v sub(s32v a, s32v b) { return _mm256_sub_epi32(a, b); }
-    static pair load_pairs(const s32 *p) {
-        const pair v = load_mixed_pairs(p);
+    static pair load_interleaved(const s32 *p) {
+        const pair v = load_mixed_interleaved(p);
         return {_mm256_permute4x64_epi64(v.first, 0xD8), _mm256_permute4x64_epi64(v.second, 0xD8)};
     }
-    static void store_pairs(s32 *p, s32v first, s32v second) {
-        store_mixed_pairs(p, _mm256_permute4x64_epi64(first, 0xD8),
-                          _mm256_permute4x64_epi64(second, 0xD8));
+    static void store_interleaved(s32 *p, s32v first, s32v second) {
+        store_mixed_interleaved(p, _mm256_permute4x64_epi64(first, 0xD8),
+                                _mm256_permute4x64_epi64(second, 0xD8));
     }
-    static void store_pairs(s16 *p, s32v first, s32v second) {
+    static void store_interleaved(s16 *p, s32v first, s32v second) {
         const s32v low = splat(-32768), high = splat(32767);
         const s32v a = _mm256_min_epi32(_mm256_max_epi32(first, low), high);
         const s32v b = _mm256_min_epi32(_mm256_max_epi32(second, low), high);
@@ -67,16 +67,16 @@ struct avx2_lanes {
         store(p + 2 * width, _mm256_permute2x128_si256(a, b, 0x31));
         store(p + 3 * width, _mm256_permute2x128_si256(c, d, 0x31));
     }
-    static pair load_pairs_reversed(const s32 *p) {
-        const pair v = load_mixed_pairs(p);
+    static pair load_interleaved_reversed(const s32 *p) {
+        const pair v = load_mixed_interleaved(p);
         const s32v order = _mm256_setr_epi32(7, 6, 3, 2, 5, 4, 1, 0);
         return {_mm256_permutevar8x32_epi32(v.first, order),
                 _mm256_permutevar8x32_epi32(v.second, order)};
     }
-    static void store_pairs_reversed(s32 *p, s32v first, s32v second) {
+    static void store_interleaved_reversed(s32 *p, s32v first, s32v second) {
         const s32v order = _mm256_setr_epi32(7, 6, 3, 2, 5, 4, 1, 0);
-        store_mixed_pairs(p, _mm256_permutevar8x32_epi32(first, order),
-                          _mm256_permutevar8x32_epi32(second, order));
+        store_mixed_interleaved(p, _mm256_permutevar8x32_epi32(first, order),
+                                _mm256_permutevar8x32_epi32(second, order));
     }
     static s32v reverse(s32v v) {
         return _mm256_permutevar8x32_epi32(v, _mm256_setr_epi32(7, 6, 5, 4, 3, 2, 1, 0));
@@ -154,13 +154,13 @@ struct avx2_lanes {
 
   protected:
     // Pairs, with the lanes in the order 0 1 4 5 2 3 6 7, which shuffles within halves come to.
-    static pair load_mixed_pairs(const s32 *p) {
+    static pair load_mixed_interleaved(const s32 *p) {
         const __m256 low = _mm256_castsi256_ps(load(p));
         const __m256 high = _mm256_castsi256_ps(load(p + width));
         return {_mm256_castps_si256(_mm256_shuffle_ps(low, high, 0x88)),
                 _mm256_castps_si256(_mm256_shuffle_ps(low, high, 0xDD))};
     }
-    static void store_mixed_pairs(s32 *p, s32v first, s32v second) {
+    static void store_mixed_interleaved(s32 *p, s32v first, s32v second) {
         store(p, _mm256_unpacklo_epi32(first, second));
         store(p + width, _mm256_unpackhi_epi32(first, second));
     }

@@ -44,7 +44,7 @@ struct avx512_lanes {
         return _mm512_permutexvar_epi32(
             _mm512_setr_epi32(0, 0, 0, 0, 4, 4, 4, 4, 8, 8, 8, 8, 12, 12, 12, 12), load(p));
     }
-    static pair load_pairs(const s32 *p) {
+    static pair load_interleaved(const s32 *p) {
         const s32v low = load(p), high = load(p + width);
         const s32v first =
             _mm512_setr_epi32(0, 2, 4, 6, 8, 10, 12, 14, 16, 18, 20, 22, 24, 26, 28, 30);
@@ -53,12 +53,12 @@ struct avx512_lanes {
         return {_mm512_permutex2var_epi32(low, first, high),
                 _mm512_permutex2var_epi32(low, second, high)};
     }
-    static void store_pairs(s32 *p, s32v first, s32v second) {
+    static void store_interleaved(s32 *p, s32v first, s32v second) {
         const pair mixed = interleave(first, second);
         store(p, mixed.first);
         store(p + width, mixed.second);
     }
-    static void store_pairs(s16 *p, s32v first, s32v second) {
+    static void store_interleaved(s16 *p, s32v first, s32v second) {
         const s32v low = _mm512_set1_epi32(-32768), high = _mm512_set1_epi32(32767);
         const s32v a = _mm512_min_epi32(_mm512_max_epi32(first, low), high);
         const s32v b = _mm512_min_epi32(_mm512_max_epi32(second, low), high);
@@ -81,7 +81,7 @@ struct avx512_lanes {
         store(p + 2 * width, _mm512_shuffle_i32x4(ef, gh, 0x88));
         store(p + 3 * width, _mm512_shuffle_i32x4(ef, gh, 0xDD));
     }
-    static pair load_pairs_reversed(const s32 *p) {
+    static pair load_interleaved_reversed(const s32 *p) {
         const s32v low = load(p), high = load(p + width);
         const s32v first =
             _mm512_setr_epi32(30, 28, 26, 24, 22, 20, 18, 16, 14, 12, 10, 8, 6, 4, 2, 0);
@@ -90,7 +90,7 @@ struct avx512_lanes {
         return {_mm512_permutex2var_epi32(low, first, high),
                 _mm512_permutex2var_epi32(low, second, high)};
     }
-    static void store_pairs_reversed(s32 *p, s32v first, s32v second) {
+    static void store_interleaved_reversed(s32 *p, s32v first, s32v second) {
         const s32v low =
             _mm512_setr_epi32(15, 31, 14, 30, 13, 29, 12, 28, 11, 27, 10, 26, 9, 25, 8, 24);
         const s32v high = _mm512_setr_epi32(7, 23, 6, 22, 5, 21, 4, 20, 3, 19, 2, 18, 1, 17, 0, 16);

@@ -30,25 +30,25 @@ struct vec_neon {
     static s32v add(s32v a, s32v b) { return vaddq_s32(a, b); }
 
     static s32v sub(s32v a, s32v b) { return vsubq_s32(a, b); }
-    static pair load_pairs(const s32 *p) {
+    static pair load_interleaved(const s32 *p) {
         const int32x4x2_t v = vld2q_s32(p);
         return {v.val[0], v.val[1]};
     }
-    static void store_pairs(s32 *p, s32v first, s32v second) {
+    static void store_interleaved(s32 *p, s32v first, s32v second) {
         vst2q_s32(p, int32x4x2_t{{first, second}});
     }
-    static void store_pairs(s16 *p, s32v first, s32v second) {
+    static void store_interleaved(s16 *p, s32v first, s32v second) {
         vst2_s16(p, int16x4x2_t{{vqmovn_s32(first), vqmovn_s32(second)}});
     }
     static void store_quads(s32 *p, s32v a, s32v b, s32v c, s32v d) {
         vst4q_s32(p, int32x4x4_t{{a, b, c, d}});
     }
-    static pair load_pairs_reversed(const s32 *p) {
-        const pair v = load_pairs(p);
+    static pair load_interleaved_reversed(const s32 *p) {
+        const pair v = load_interleaved(p);
         return {reverse(v.first), reverse(v.second)};
     }
-    static void store_pairs_reversed(s32 *p, s32v first, s32v second) {
-        store_pairs(p, reverse(first), reverse(second));
+    static void store_interleaved_reversed(s32 *p, s32v first, s32v second) {
+        store_interleaved(p, reverse(first), reverse(second));
     }
     static s32v reverse(s32v v) {
         const s32v swapped = vrev64q_s32(v);
@@ -87,7 +87,7 @@ struct vec_neon {
         const int32x4x2_t v = vld2q_s32(p);
         return {v.val[0], v.val[1]};
     }
-    static void store_bins(s32 *p, bins b) { store_pairs(p, b.re, b.im); }
+    static void store_bins(s32 *p, bins b) { store_interleaved(p, b.re, b.im); }
     static bins add(bins a, bins b) { return {add(a.re, b.re), add(a.im, b.im)}; }
     static bins filter(bins x, bins gain) {
         const auto low = [](s32v v) { return vget_low_s32(v); };

@@ -9,10 +9,10 @@
 //                            sign-extended, and clamped when stored
 //     splat                  one value in all lanes
 //     load_groups            four lanes of p[0], four of p[4] and so on (from eight lanes up)
-//     load_pairs,            width interleaved pairs as two vectors, and back; as s16 clamped
-//     store_pairs
-//     load_pairs_reversed,   the same with the lanes in reverse order
-//     store_pairs_reversed
+//     load_interleaved,      width interleaved pairs as two vectors, and back; as s16 clamped
+//     store_interleaved
+//     load_interleaved_reversed, the same with the lanes in reverse order
+//     store_interleaved_reversed
 //     store_quads            four vectors interleaved lane by lane
 //     store_groups           four vectors interleaved by groups of four lanes (from eight lanes up)
 //     reverse                the lanes in reverse order
@@ -75,12 +75,12 @@ struct vec_scalar {
     static s32v sub(s32v a, s32v b) {
         return static_cast<s32>(static_cast<u32>(a) - static_cast<u32>(b));
     }
-    static pair load_pairs(const s32 *p) { return {p[0], p[1]}; }
-    static void store_pairs(s32 *p, s32v first, s32v second) {
+    static pair load_interleaved(const s32 *p) { return {p[0], p[1]}; }
+    static void store_interleaved(s32 *p, s32v first, s32v second) {
         p[0] = first;
         p[1] = second;
     }
-    static void store_pairs(s16 *p, s32v first, s32v second) {
+    static void store_interleaved(s16 *p, s32v first, s32v second) {
         store(p, first);
         store(p + 1, second);
     }
@@ -90,9 +90,9 @@ struct vec_scalar {
         p[2] = c;
         p[3] = d;
     }
-    static pair load_pairs_reversed(const s32 *p) { return load_pairs(p); }
-    static void store_pairs_reversed(s32 *p, s32v first, s32v second) {
-        store_pairs(p, first, second);
+    static pair load_interleaved_reversed(const s32 *p) { return load_interleaved(p); }
+    static void store_interleaved_reversed(s32 *p, s32v first, s32v second) {
+        store_interleaved(p, first, second);
     }
     static s32v reverse(s32v v) { return v; }
     static s32v neg(s32v a) { return sub(0, a); }

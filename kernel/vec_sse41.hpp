@@ -31,17 +31,17 @@ struct sse41_lanes {
         _mm_storel_epi64(reinterpret_cast<__m128i *>(p), _mm_packs_epi32(v, v));
     }
     static s32v splat(s32 x) { return _mm_set1_epi32(x); }
-    static pair load_pairs(const s32 *p) {
+    static pair load_interleaved(const s32 *p) {
         const __m128 low = _mm_castsi128_ps(load(p));
         const __m128 high = _mm_castsi128_ps(load(p + width));
         return {_mm_castps_si128(_mm_shuffle_ps(low, high, 0x88)),
                 _mm_castps_si128(_mm_shuffle_ps(low, high, 0xDD))};
     }
-    static void store_pairs(s32 *p, s32v first, s32v second) {
+    static void store_interleaved(s32 *p, s32v first, s32v second) {
         store(p, _mm_unpacklo_epi32(first, second));
         store(p + width, _mm_unpackhi_epi32(first, second));
     }
-    static void store_pairs(s16 *p, s32v first, s32v second) {
+    static void store_interleaved(s16 *p, s32v first, s32v second) {
         const s32v both = _mm_packs_epi32(first, second);
         _mm_storeu_si128(reinterpret_cast<__m128i *>(p),
                          _mm_unpacklo_epi16(both, _mm_unpackhi_epi64(both, both)));
@@ -54,12 +54,12 @@ struct sse41_lanes {
         store(p + 2 * width, _mm_unpacklo_epi64(ef, gh));
         store(p + 3 * width, _mm_unpackhi_epi64(ef, gh));
     }
-    static pair load_pairs_reversed(const s32 *p) {
-        const pair v = load_pairs(p);
+    static pair load_interleaved_reversed(const s32 *p) {
+        const pair v = load_interleaved(p);
         return {reverse(v.first), reverse(v.second)};
     }
-    static void store_pairs_reversed(s32 *p, s32v first, s32v second) {
-        store_pairs(p, reverse(first), reverse(second));
+    static void store_interleaved_reversed(s32 *p, s32v first, s32v second) {
+        store_interleaved(p, reverse(first), reverse(second));
     }
     static s32v reverse(s32v v) { return _mm_shuffle_epi32(v, 0x1B); }
 

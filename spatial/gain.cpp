@@ -1,12 +1,12 @@
 #include "spatial/gain.hpp"
 
-#include "kernel/level_table.hpp"
+#include "kernel/isa_table.hpp"
 
 namespace earshot {
 
-const gain_set &gain_at(level l) {
-    static constexpr const gain_set *sets[] = EARSHOT_LEVEL_TABLE(gain);
-    return *sets[static_cast<u32>(l)];
+const gain_kernels &gain_kernels_for(isa i) {
+    static constexpr const gain_kernels *tables[] = EARSHOT_ISA_TABLE(gain);
+    return *tables[static_cast<u32>(i)];
 }
 
 } // namespace earshot

@@ -75,8 +75,8 @@ void ramp(s32 *out, const s32 *in, s32 start, s32 step, s64 count) {
 }
 
 template <class V>
-constexpr gain_set gain_set_of = {{steady<V, q15_gain>, ramp<V, q15_gain>},
-                                  {steady<V, q28_gain>, ramp<V, q28_gain>}};
+constexpr gain_kernels gain_kernels_of = {{steady<V, q15_gain>, ramp<V, q15_gain>},
+                                          {steady<V, q28_gain>, ramp<V, q28_gain>}};
 
 } // namespace
 } // namespace earshot

@@ -2,5 +2,5 @@
 #include "spatial/gain.inl"
 
 namespace earshot {
-constinit const gain_set gain_avx2 = gain_set_of<vec_avx2>;
+constinit const gain_kernels gain_avx2 = gain_kernels_of<vec_avx2>;
 }

@@ -2,5 +2,5 @@
 #include "spatial/gain.inl"
 
 namespace earshot {
-constinit const gain_set gain_neon = gain_set_of<vec_neon>;
+constinit const gain_kernels gain_neon = gain_kernels_of<vec_neon>;
 }

@@ -1,5 +1,5 @@
 #include "spatial/gain.inl"
 
 namespace earshot {
-constinit const gain_set gain_scalar = gain_set_of<vec_scalar>;
+constinit const gain_kernels gain_scalar = gain_kernels_of<vec_scalar>;
 }

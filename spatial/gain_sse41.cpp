@@ -2,5 +2,5 @@
 #include "spatial/gain.inl"
 
 namespace earshot {
-constinit const gain_set gain_sse41 = gain_set_of<vec_sse41>;
+constinit const gain_kernels gain_sse41 = gain_kernels_of<vec_sse41>;
 }

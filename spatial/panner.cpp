@@ -38,9 +38,9 @@ template <class Kind>
 void setup(typename Kind::record &panner, typename Kind::gain target, s32 duration, u32 user) {
     panner.user = duration < 1 ? 0 : user;
     const auto way = Kind::difference(target, current<Kind>(panner));
-    const bool glides = duration >= 1 && way != 0;
-    panner.step = glides ? divide_qx(way, duration, Kind::step_bits) : 0;
-    panner.remaining = glides ? duration : 0;
+    const bool ramps = duration >= 1 && way != 0;
+    panner.step = ramps ? divide_qx(way, duration, Kind::step_bits) : 0;
+    panner.remaining = ramps ? duration : 0;
     panner.target = target;
 }
 
@@ -69,35 +69,35 @@ struct gain_line {
 };
 
 // fraction_bits: of the line, beyond those of the gains.
-void fill_ramp(const gain_kernels &kernels, s32 *out, const s32 *in, const gain_line &line,
-               s64 count, s32 fraction_bits) {
+void fill_ramp(const gain_loops &loops, s32 *out, const s32 *in, const gain_line &line, s64 count,
+               s32 fraction_bits) {
     const s64 length = line.length(count);
-    kernels.ramp(out, in, line.start, line.step, length);
-    kernels.steady(out + length, in + length, line.at(count) >> fraction_bits, count - length);
+    loops.ramp(out, in, line.start, line.step, length);
+    loops.steady(out + length, in + length, line.at(count) >> fraction_bits, count - length);
 }
 
 s32 fill(s32 *out, const s32 *in, a3d_panner &panner, s32 frames, s32 samples_per_frame) {
-    const gain_kernels &kernels = gain_at(active_level()).q15;
+    const gain_loops &loops = gain_kernels_for(active_isa()).q15;
     const gain_line line = {low_s32(shift_left(current<narrow>(panner), 16)), panner.step};
     const s64 ramp = at_least_0(take_ramp(panner, frames)), size = at_least_0(samples_per_frame);
     const s64 steady = at_least_0(frames) - ramp;
     if (size == 0) return panner.remaining;
     if (size == 1) {
-        fill_ramp(kernels, out, in, line, ramp, 16);
+        fill_ramp(loops, out, in, line, ramp, 16);
     } else {
         for (s64 frame = 0; frame < ramp; ++frame)
-            kernels.steady(out + frame * size, in + frame * size, line.at(frame) >> 16, size);
+            loops.steady(out + frame * size, in + frame * size, line.at(frame) >> 16, size);
     }
-    kernels.steady(out + ramp * size, in + ramp * size, panner.target, steady * size);
+    loops.steady(out + ramp * size, in + ramp * size, panner.target, steady * size);
     return panner.remaining;
 }
 
 s32 fill(s32 *out, const s32 *in, a3d_panner32q28 &panner, s32 count) {
-    const gain_kernels &kernels = gain_at(active_level()).q28;
+    const gain_loops &loops = gain_kernels_for(active_isa()).q28;
     const gain_line line = {current<wide>(panner), panner.step};
     const s64 ramp = at_least_0(take_ramp(panner, count));
-    fill_ramp(kernels, out, in, line, ramp, 0);
-    kernels.steady(out + ramp, in + ramp, panner.target, at_least_0(count) - ramp);
+    fill_ramp(loops, out, in, line, ramp, 0);
+    loops.steady(out + ramp, in + ramp, panner.target, at_least_0(count) - ramp);
     return panner.remaining;
 }
 

@@ -27,7 +27,7 @@ std::int64_t twiddle_word(long index) {
 }
 
 // Pair e: sine and cosine of 2 pi (e + 1) / 1024 times 2^31 - 1.
-std::int64_t split_word(long index) {
+std::int64_t recombine_word(long index) {
     const long k = index / 2 + 1;
     return nearest(
         [=](mpfr_ptr x) {
@@ -47,7 +47,7 @@ int main(int argc, char **argv) {
     write_table("fft_tables.cpp", argv[1], "twiddles",
                 "-sin t, -cos t, cos 2t, -sin 2t, -sin 3t, -cos 3t, Q31, bit-reversed order",
                 256 * 6, twiddle_word);
-    write_table("fft_tables.cpp", argv[1], "split_twiddles",
-                "pairs sin, cos of 2 pi (e + 1) / 1024 times 2^31 - 1", 256 * 2, split_word);
+    write_table("fft_tables.cpp", argv[1], "recombine_twiddles",
+                "pairs sin, cos of 2 pi (e + 1) / 1024 times 2^31 - 1", 256 * 2, recombine_word);
     return 0;
 }

@@ -12,8 +12,8 @@
  *                  r = g with its 8 bits reversed and holds -sin theta, -cos theta, cos 2 theta,
  *                  -sin 2 theta, -sin 3 theta, -cos 3 theta, each round(2^31 f), saturated. One
  *                  table serves all sizes.
- *   split table    256 pairs. Pair e holds sin and cos of 2 pi (e + 1) / 1024, each
- *                  round((2^31 - 1) f). A real transform of size N reads every stride-th pair,
+ *   recombination  256 pairs. Pair e holds sin and cos of 2 pi (e + 1) / 1024, each
+ *   table          round((2^31 - 1) f). A real transform of size N reads every stride-th pair,
  *                  stride = 1024 / N.
  *
  * Results follow from the words of the tables alone, whatever they are. By the tables above, and
@@ -49,15 +49,15 @@ EARSHOT_API void cmplxifft32x32(const s32 *in, s32 n, const s32 *twiddles, s32 *
 
 /* out = packed spectrum of in (N samples), saturating. Keeps in. */
 EARSHOT_API void Vorkel_rfft_32x32(const s32 *in, s32 n, const s32 *twiddles,
-                                   const s32 *split_twiddles, s32 stride, s32 *out);
+                                   const s32 *recombine_twiddles, s32 stride, s32 *out);
 /* out = the N samples of a packed spectrum, with the factor 1/N: the inverse of the forward
  * transform. The imaginary words of bins 0 and N/2 are ignored. Bins 0 to N/2 - 1 of spec are
  * overwritten with the half-length spectrum. */
 EARSHOT_API void Vorkel_rifft_32x32_scaled(s32 *spec, s32 n, const s32 *twiddles,
-                                           const s32 *split_twiddles, s32 stride, s32 *out);
+                                           const s32 *recombine_twiddles, s32 stride, s32 *out);
 /* The same without the factor 1/N: additions wrap. */
 EARSHOT_API void Vorkel_rifft_32x32(s32 *spec, s32 n, const s32 *twiddles,
-                                    const s32 *split_twiddles, s32 stride, s32 *out);
+                                    const s32 *recombine_twiddles, s32 stride, s32 *out);
 
 /* --- The stages by themselves ------------------------------------------------------------------
  *
@@ -79,17 +79,17 @@ EARSHOT_API void fftRadix2Stage_neon(s32 *data, s32 n);
 EARSHOT_API void ifftRadix2Stage_neon(s32 *data, s32 n);
 EARSHOT_API void ifftRadix2Stage_neon_noscale(s32 *data, s32 n);
 
-/* The split stages of a real transform of size n (32 to 1024), in place on n/2 + 1 bins: from the
- * half-length spectrum in bins 0 to n/2 - 1 to the packed spectrum (r), and back (ri). */
-EARSHOT_API void rfftStage_32x32_neon(s32 *spec, s32 n, const s32 *split_twiddles, s32 stride);
-EARSHOT_API void rifftStage_32x32_neon(s32 *spec, s32 n, const s32 *split_twiddles, s32 stride);
-EARSHOT_API void rifftStage_32x32_neon_noscale(s32 *spec, s32 n, const s32 *split_twiddles,
+/* The recombination stages of a real transform of size n (32 to 1024), in place on n/2 + 1 bins:
+ * from the half-length spectrum in bins 0 to n/2 - 1 to the packed spectrum (r), and back (ri). */
+EARSHOT_API void rfftStage_32x32_neon(s32 *spec, s32 n, const s32 *recombine_twiddles, s32 stride);
+EARSHOT_API void rifftStage_32x32_neon(s32 *spec, s32 n, const s32 *recombine_twiddles, s32 stride);
+EARSHOT_API void rifftStage_32x32_neon_noscale(s32 *spec, s32 n, const s32 *recombine_twiddles,
                                                s32 stride);
 
 /* --- 16-bit transforms, N = 16 to 1024 ---------------------------------------------------------
  *
  * Data are s16, Q15; a complex value is two words, real part first; packed spectra are as above,
- * N + 2 words. Every radix-2 level halves. A stage of one or two levels forms its sums and products
+ * N + 2 words. Radix-2 stages halve, radix-4 stages divide by 4; each forms its sums and products
  * exactly and rounds once, half up; what is stored saturates. The twiddles are the library's own.
  * Status: 0, or 2 for a size that is no power of two or outside the range, when nothing is written.
  * Buffers need the alignment of an s16; in and out must not overlap. in is kept.
@@ -158,10 +158,10 @@ EARSHOT_API void fftRadix4Stage1(const s16 *in, s32 n, const s32 *twiddles, s16 
 EARSHOT_API void ButterflyRadix4Scaled(s16 *data, s32 span, const s32 *twiddle);
 
 /*
- * The split stage of a real transform of size n (16 to 1024), in place on n/2 + 1 bins: from the
- * half-length spectrum in bins 0 to n/2 - 1 to the packed spectrum, without a factor.
+ * The recombination stage of a real transform of size n (16 to 1024), in place on n/2 + 1 bins:
+ * from the half-length spectrum in bins 0 to n/2 - 1 to the packed spectrum, without a factor.
  */
-EARSHOT_API void rfftStage(s16 *spec, s32 n, const s32 *split_twiddles, s32 stride);
+EARSHOT_API void rfftStage(s16 *spec, s32 n, const s32 *recombine_twiddles, s32 stride);
 
 EARSHOT_END_C
 

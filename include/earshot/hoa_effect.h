@@ -3,7 +3,7 @@
  *
  * Every output channel is a weighted sum of all input channels, with the weights taken from a 4 x 4
  * effect matrix. The matrix turns the field by a yaw and a pitch angle and can focus it on one
- * direction. When a setting changes, the matrix glides to the new one over 1024 samples.
+ * direction. When a setting changes, the matrix ramps to the new one over 1024 samples.
  *
  * Channels are in ambisonic channel number (ACN) order: 0 = W, 1 = Y, 2 = Z, 3 = X; x points to
  * the front, y to the left, z up. Azimuth and yaw grow counter-clockwise (towards the left),
@@ -58,7 +58,7 @@ EARSHOT_BEGIN_C
 #define HOA_EFFECT_IN_TAG 2u
 #define HOA_EFFECT_OUT_TAG 3u
 
-/* Length of a glide in samples. */
+/* Length of a ramp in samples. */
 #define HOA_EFFECT_RAMP_FRAMES 1024
 
 /* What an instance is made for. */
@@ -98,8 +98,8 @@ typedef struct hoa_effect_buffer {
  * Q31, where row is the output and column the input channel.
  *
  * Programs use the functions below and leave the record alone, with one exception: rotation and
- * focus are two parameters, and setting the second starts its glide from where the glide of the
- * first would end. To change both in one glide, store the five words rotation_yaw to focus_enable
+ * focus are two parameters, and setting the second starts its ramp from where the ramp of the
+ * first would end. To change both in one ramp, store the five words rotation_yaw to focus_enable
  * (in range: nothing checks them), set ramp_pos to 0 and call hoa_effect_calculate_effect_matrix.
  */
 typedef struct hoa_effect_state {
@@ -112,11 +112,11 @@ typedef struct hoa_effect_state {
     s32 focus_yaw;
     s32 focus_pitch;
     u32 focus_enable;  /* 0 or 1 */
-    s32 ramp_pos;      /* samples of the current glide already played, 0 to 1024 */
+    s32 ramp_pos;      /* samples of the current ramp already played, 0 to 1024 */
     s32 ramp_step_q31; /* 1/1024 in Q31; not used */
     s32 ramp_len;      /* 1024 */
-    s32 **target;      /* in force once the glide is over */
-    s32 **current;     /* in force during the glide */
+    s32 **target;      /* in force once the ramp is over */
+    s32 **current;     /* in force during the ramp */
     s32 **step;        /* what current gains with every sample */
     s32 **rot_main;    /* rotation by the rotation angles */
     s32 **rot_focus;   /* rotation by the focus angles */
@@ -146,7 +146,7 @@ EARSHOT_API u32 hoa_effect_get_req(u32 reserved, hoa_effect_requirement *require
 
 /*
  * Makes an instance in static_mem (aligned for pointers) and stores its handle, the address of the
- * block, through handle_out (not tested). It starts as the identity, without a glide. count must be
+ * block, through handle_out (not tested). It starts as the identity, without a ramp. count must be
  * 1, config_size sizeof(hoa_effect_config), config and static_mem non-null and the configuration
  * acceptable, else 2; a static_size below the requirement gives 3: then no handle is stored and
  * nothing past static_size is written.
@@ -171,8 +171,8 @@ EARSHOT_API u32 hoa_effect_init(hoa_effect_state **handle_out, u32 count,
  * range 2 (nothing is stored). Smaller sizes pass: the payload must hold the whole record whatever
  * payload_size says. The payload pointer is not tested.
  *
- * An accepted rotation, focus or reset starts a glide from the previous target, even in the middle
- * of a glide.
+ * An accepted rotation, focus or reset starts a ramp from the previous target, even in the middle
+ * of a ramp.
  */
 EARSHOT_API u32 hoa_effect_set(hoa_effect_state *state, u32 param_id, const void *payload,
                                u32 payload_size);
@@ -192,7 +192,7 @@ EARSHOT_API u32 hoa_effect_set(hoa_effect_state *state, u32 param_id, const void
 EARSHOT_API u32 hoa_effect_get(const hoa_effect_state *state, u32 param_id, void *payload,
                                u32 payload_size);
 
-/* Clears all angles and the focus and glides back to the identity. */
+/* Clears all angles and the focus and ramps back to the identity. */
 EARSHOT_API u32 hoa_effect_reset(hoa_effect_state *state);
 
 /*
@@ -240,10 +240,10 @@ EARSHOT_API u32 hoa_effect_default_init_static(hoa_effect_state *state,
 
 /*
  * Mixes: for every sample, output i is the sum over k of (matrix[i][k] x input k) >> 31, each term
- * shifted on its own, the sum saturated to the sample width. While the glide lasts the matrix is
+ * shifted on its own, the sum saturated to the sample width. While the ramp lasts the matrix is
  * current, stepped before each sample; after it, target. in and out are as in hoa_effect_process
  * and not tested. Returns 2 when the configured width is neither 16 nor 32 or the instance does not
- * have four channels; out->frames and the position of the glide are then already updated.
+ * have four channels; out->frames and the position of the ramp are then already updated.
  * Frame counts of 2^31 and above count as negative: no sample is touched.
  */
 EARSHOT_API u32 hoa_effect_apply_effect_matrix(hoa_effect_state *state, hoa_effect_buffer *out,

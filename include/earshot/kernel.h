@@ -29,7 +29,7 @@ EARSHOT_BEGIN_C
 /* --- Overflow flag -----------------------------------------------------------------------------
  *
  * Two process-wide words without a lock: concurrent users of the flag interfere, and saving by
- * clearOverflow or setOverflow and restoring by popOverflow holds one level.
+ * clearOverflow or setOverflow and restoring by popOverflow holds one value.
  */
 
 extern EARSHOT_API s32 giOverflow;    /* sticky, 0 or 1 */

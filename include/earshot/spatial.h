@@ -4,7 +4,7 @@
  *
  * The usual chain, once a block and source: carta_minus_cartb takes the listener's position off the
  * source's, quat_cart_to_spher gives distance and direction as the listener's head stands,
- * rolloff_gain the gain at that distance, a panner glides to it, and the direction goes to
+ * rolloff_gain the gain at that distance, a panner ramps to it, and the direction goes to
  * hrtf_filt_front_set. examples/positioning.c does that.
  *
  * All functions are reentrant; a panner record belongs to one thread. Records need no

@@ -39,10 +39,10 @@ typedef uint64_t u64;
 #define EARSHOT_END_C
 #endif
 
-/* Status words of the modules. */
+/* Status words of all calls that have one. */
 #define EARSHOT_OK 0u         /* done */
 #define EARSHOT_BAD_VALUE 2u  /* invalid or unsupported value, unknown parameter, wrong count */
 #define EARSHOT_BAD_MEMORY 3u /* missing pointer, wrong record size, too little memory */
-#define EARSHOT_BAD_CHANNEL_COUNT 4u /* buffers do not have the module's number of channels */
+#define EARSHOT_BAD_CHANNEL_COUNT 4u /* buffers do not have the instance's number of channels */
 
 #endif

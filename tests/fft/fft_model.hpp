@@ -6,7 +6,7 @@
 #define EARSHOT_TESTS_FFT_FFT_MODEL_HPP
 
 #include "../support/digest.hpp"
-#include "../support/levels.hpp"
+#include "../support/isas.hpp"
 #include "../support/operands.hpp"
 
 #include <earshot/fft.h>
@@ -113,7 +113,7 @@ struct fft_model {
     }
 
     /* From half-length to packed spectrum; in the inverses back, where the last bin stays. */
-    void split(words &x) const {
+    void recombine(words &x) const {
         const index half = x.size() / 2 - 1;
         const s64 a = x[0], b = is.inverse ? x[2 * half] : x[1];
         put(x, 0, {add(is.rule, a, b), is.inverse ? add(is.rule, a, -b) : 0});
@@ -146,13 +146,13 @@ inline words complex_table() {
     }
     return table;
 }
-inline words split_table() {
+inline words recombine_table() {
     words table;
     for (index e = 1; e <= 256; ++e)
         table.insert(table.end(), {sine(e, 0x7FFFFFFF), sine(256 + e, 0x7FFFFFFF)});
     return table;
 }
-inline const words true_twiddles = complex_table(), true_pairs = split_table();
+inline const words true_twiddles = complex_table(), true_pairs = recombine_table();
 
 /* The buffers of a call in a row, aligned to a word, with as many guard words around each; but an
  * even number of them leaves the input at the end, for a sanitizer to see what goes beyond. */
@@ -247,10 +247,10 @@ inline void expect_refusals(const routine &r) {
     EXPECT_EQ(m.all, before) << r.name;
 }
 
-/* At every level; the digests of the first routines are the same on every target. */
+/* On every isa; the digests of the first routines are the same on every target. */
 template <index count>
 void expect_bits(const routine (&routines)[count], const std::vector<u64> (&golden)[3]) {
-    at_every_level([&](level) {
+    on_every_isa([&](isa) {
         for (const routine &r : routines) check_bits(r, operand_source());
         for (const routine &r : routines) expect_refusals(r);
         for (index i = 0; i < 3; ++i)
@@ -258,7 +258,7 @@ void expect_bits(const routine (&routines)[count], const std::vector<u64> (&gold
     });
 }
 
-/* The sums of in[m] e^(sign j 2 pi m k / N) over a divisor, of complex values in pairs of words. */
+/* The sums of in[m] e^(sign j 2 pi m k / N) over a divisor, of interleaved complex values. */
 inline std::vector<number> dft(const words &in, int sign, s32 divisor) {
     const index n = in.size() / 2;
     std::vector<number> parts;

@@ -1,4 +1,5 @@
-/* Real transforms and their split stages: bits against the model, accuracy against a plain DFT. */
+/* Real transforms and their recombination stages: bits against the model, accuracy against a plain
+ * DFT. */
 #include "fft_model.hpp"
 
 namespace earshot::test {
@@ -7,16 +8,17 @@ namespace {
 #define FORWARD(is, function)                                                                      \
     ROUTINE(is, 1, 0, 2, function, (in, n, twiddles, pairs, stride, out),                          \
             out = model.transform(in);                                                             \
-            out.resize(in.size() + 2); model.split(out))
+            out.resize(in.size() + 2); model.recombine(out))
 #define INVERSE(is, function)                                                                      \
-    ROUTINE(is, 1, 2, 0, function, (in, n, twiddles, pairs, stride, out), model.split(in);         \
+    ROUTINE(is, 1, 2, 0, function, (in, n, twiddles, pairs, stride, out), model.recombine(in);     \
             out = model.transform(words(in.begin(), in.end() - 2)))
-#define SPLIT(is, function) ROUTINE(is, 1, 2, 0, function, (in, n, pairs, stride), model.split(in))
+#define RECOMBINE(is, function)                                                                    \
+    ROUTINE(is, 1, 2, 0, function, (in, n, pairs, stride), model.recombine(in))
 
 const routine routines[] = {
-    FORWARD(forward, Vorkel_rfft_32x32),   INVERSE(scaled, Vorkel_rifft_32x32_scaled),
-    INVERSE(unscaled, Vorkel_rifft_32x32), SPLIT(forward, rfftStage_32x32_neon),
-    SPLIT(scaled, rifftStage_32x32_neon),  SPLIT(unscaled, rifftStage_32x32_neon_noscale),
+    FORWARD(forward, Vorkel_rfft_32x32),      INVERSE(scaled, Vorkel_rifft_32x32_scaled),
+    INVERSE(unscaled, Vorkel_rifft_32x32),    RECOMBINE(forward, rfftStage_32x32_neon),
+    RECOMBINE(scaled, rifftStage_32x32_neon), RECOMBINE(unscaled, rifftStage_32x32_neon_noscale),
 };
 const routine &rfft = routines[0], &scaled_rifft = routines[1], &rifft = routines[2];
 

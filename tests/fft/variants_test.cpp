@@ -1,7 +1,7 @@
 /*
  * The plain form of the transforms against the saturating one, at the border of the headroom that
  * it needs: both are called directly, whatever would be chosen. The model and the digests of the
- * other tests hold the choice and the saturating form at every level.
+ * other tests hold the choice and the saturating form on every isa.
  */
 #include "fft/complex.hpp"
 #include "fft_model.hpp"
@@ -38,41 +38,42 @@ words loudest(operand_source &draw, u32 count, s32 border, int sort) {
 constexpr kind kinds[] = {forward, scaled, unscaled};
 
 /* What a form makes of in: spectrum or samples, and in itself where it changes. */
-words complex_result(const fft_set &set, u32 v, form f, const words &in, s32 n) {
+words complex_result(const fft_kernels &kernels, u32 v, form f, const words &in, s32 n) {
     words out(in.size());
-    set.complex[v][f](in.data(), n, own_twiddle_rows(n, v != 0), out.data());
+    kernels.complex[v][f](in.data(), n, own_twiddle_rows(n, v != 0), out.data());
     return out;
 }
-words real_result(const fft_set &set, u32 v, form f, const words &in, s32 n) {
+words real_result(const fft_kernels &kernels, u32 v, form f, const words &in, s32 n) {
     words spec = in, out(in.size());
     const twiddle_rows twiddles = own_twiddle_rows(n / 2, v != 0);
-    const split_rows split = own_split_rows(n, v != 0);
+    const recombine_rows recombine = own_recombine_rows(n, v != 0);
     if (v == 0) {
-        set.real_forward[f](in.data(), 0, n, twiddles, split, out.data());
+        kernels.real_forward[f](in.data(), 0, n, twiddles, recombine, out.data());
         return out;
     }
-    set.split[v][f](spec.data(), n, split);
-    set.complex[v][f](spec.data(), n / 2, twiddles, out.data());
+    kernels.recombine[v][f](spec.data(), n, recombine);
+    kernels.complex[v][f](spec.data(), n / 2, twiddles, out.data());
     out.insert(out.end(), spec.begin(), spec.end());
     return out;
 }
 
 TEST(fft_variants, plain_has_the_bits_of_saturating_up_to_the_border) {
-    at_every_level([](level l) {
+    on_every_isa([](isa which) {
         operand_source draw;
         for (s32 n = 16; n <= 1024; n *= 2) {
             for (u32 v = 0; v < 3; ++v) {
                 for (int sort = 0; sort < 24; ++sort) {
-                    const fft_set &set = fft_set_at(l, n), &half_set = fft_set_at(l, n / 2);
+                    const fft_kernels &kernels = fft_kernels_for(which, n),
+                                      &half_kernels = fft_kernels_for(which, n / 2);
                     const words in = loudest(draw, u32(2 * n), border_of(kinds[v], n, false), sort);
-                    ASSERT_EQ(complex_result(set, v, saturating, in, n),
-                              complex_result(set, v, plain, in, n))
+                    ASSERT_EQ(complex_result(kernels, v, saturating, in, n),
+                              complex_result(kernels, v, plain, in, n))
                         << "complex " << n << ", variant " << v << ", input " << sort;
                     if (n == 16) continue;
                     const words real =
                         loudest(draw, u32(n + 2), border_of(kinds[v], n, true), sort);
-                    ASSERT_EQ(real_result(half_set, v, saturating, real, n),
-                              real_result(half_set, v, plain, real, n))
+                    ASSERT_EQ(real_result(half_kernels, v, saturating, real, n),
+                              real_result(half_kernels, v, plain, real, n))
                         << "real " << n << ", variant " << v << ", input " << sort;
                 }
             }
@@ -82,9 +83,9 @@ TEST(fft_variants, plain_has_the_bits_of_saturating_up_to_the_border) {
 
 /* Words that differ, and those beyond the border, wherever they stand. */
 TEST(fft_variants, single_words_are_seen) {
-    at_every_level([](level l) {
+    on_every_isa([](isa which) {
         for (const s32 n : {16, 64}) {
-            const fft_set &set = fft_set_at(l, n);
+            const fft_kernels &kernels = fft_kernels_for(which, n);
             for (s32 count = 1; count <= 67; ++count) {
                 words a(u32(count) + 5), b = a;
                 a[0] = a.back() = INT32_MIN; /* outside */
@@ -93,15 +94,15 @@ TEST(fft_variants, single_words_are_seen) {
                     s32 &word = a[u32(i)];
                     const auto within = [&](s32 w) {
                         word = w;
-                        return set.are_within(&a[1], count, bits);
+                        return kernels.are_within(&a[1], count, bits);
                     };
                     EXPECT_TRUE(within(low) && within(~low)) << count << ' ' << i;
                     EXPECT_FALSE(within(low - 1) || within(-low)) << count << ' ' << i;
                     EXPECT_FALSE(within(INT32_MIN) || within(INT32_MAX));
                     word = low;
-                    EXPECT_FALSE(set.are_same(&a[1], &b[1], count));
+                    EXPECT_FALSE(kernels.are_same(&a[1], &b[1], count));
                     word = 0;
-                    EXPECT_TRUE(set.are_same(&a[1], &b[1], count));
+                    EXPECT_TRUE(kernels.are_same(&a[1], &b[1], count));
                 }
             }
         }

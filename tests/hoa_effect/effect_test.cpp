@@ -3,10 +3,10 @@
  * target, and physically.
  */
 #include "../support/digest.hpp"
-#include "../support/levels.hpp"
+#include "../support/isas.hpp"
 #include "../support/operands.hpp"
 #include "effect_model.hpp"
-#include "kernel/level.hpp"
+#include "kernel/isa.hpp"
 
 #include <cmath>
 #include <numbers>
@@ -43,7 +43,7 @@ void change_both(operand_source &draw, effect_host<Sample> &host, effect_model &
     model.change(s);
 }
 
-/* Blocks of random length, changes in mid-glide, full-range samples, in place. */
+/* Blocks of random length, changes in mid-ramp, full-range samples, in place. */
 template <class Sample> u64 run_against_model(operand_source &draw) {
     effect_host<Sample> host;
     effect_model model;
@@ -81,10 +81,10 @@ TEST(HoaEffect, MatchesThePlainModel) {
     }
 }
 
-/* The same on every target and level. When one differs, CONTRIBUTING.md says how to find out why.
+/* The same on every target and isa. When one differs, CONTRIBUTING.md says how to find out why.
  */
 TEST(HoaEffect, GoldenDigests) {
-    at_every_level([](level) {
+    on_every_isa([](isa) {
         operand_source draw(1);
         EXPECT_EQ(0x1494AD99B0043B20, run_against_model<s16>(draw));
         EXPECT_EQ(0x131BB4211C1FA520, run_against_model<s32>(draw));
@@ -97,7 +97,7 @@ struct direction {
 
 constexpr double radians = std::numbers::pi / 180;
 
-/* A unit source, 1000 samples after the last glide; W, Y, Z, X of what comes out. */
+/* A unit source, 1000 samples after the last ramp; W, Y, Z, X of what comes out. */
 std::array<double, 4> hear(effect_host<s32> &host, const direction &source) {
     const double a = source.azimuth * radians, e = source.elevation * radians;
     const double field[] = {1, std::sin(a) * std::cos(e), std::sin(e), std::cos(a) * std::cos(e)};
@@ -150,8 +150,8 @@ TEST(HoaEffect, FocusKeepsItsDirectionAndLowersTheOthers) {
     EXPECT_NEAR(0, turned[2], tolerance);
 }
 
-/* No sample of a glide steps further than the glide's slope. */
-TEST(HoaEffect, GlidesWithoutSteps) {
+/* No sample of a ramp steps further than the ramp's slope. */
+TEST(HoaEffect, RampsWithoutSteps) {
     effect_host<s32> host;
     ASSERT_EQ(0u, host.rotate(90 * degree, 0));
     std::array<std::vector<s32>, 4> x;

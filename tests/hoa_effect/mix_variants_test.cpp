@@ -2,7 +2,7 @@
  * Every form of the mixing kernels against the scalar one: the same memory before, the same bytes
  * after, around the buffers as well as inside.
  */
-#include "../support/levels.hpp"
+#include "../support/isas.hpp"
 #include "../support/operands.hpp"
 #include "hoa_effect/mix.hpp"
 
@@ -31,7 +31,7 @@ struct mix_case {
 };
 
 template <class Sample>
-void run(const mix_kernels<Sample> &kernels, const mix_case &c, arena<Sample> &a, mix_matrix &m,
+void run(const mix_loops<Sample> &loops, const mix_case &c, arena<Sample> &a, mix_matrix &m,
          const mix_matrix *step) {
     Sample *out[4];
     const Sample *in[4];
@@ -41,13 +41,13 @@ void run(const mix_kernels<Sample> &kernels, const mix_case &c, arena<Sample> &a
         out[i] = a.channel(c.in_place ? (i + 1) % 4 : i + 4, c.offset);
     }
     if (step != nullptr)
-        kernels.ramp(m, *step, out, in, c.begin, c.end);
+        loops.ramp(m, *step, out, in, c.begin, c.end);
     else
-        kernels.steady(m, out, in, c.begin, c.end);
+        loops.steady(m, out, in, c.begin, c.end);
 }
 
 template <class Sample>
-void expect_same(const mix_kernels<Sample> &variant, const mix_kernels<Sample> &reference,
+void expect_same(const mix_loops<Sample> &variant, const mix_loops<Sample> &reference,
                  const mix_case &c, bool ramp, operand_source &draw) {
     mix_matrix m, m_variant, step;
     for (int i = 0; i < 16; ++i) {
@@ -64,7 +64,7 @@ void expect_same(const mix_kernels<Sample> &variant, const mix_kernels<Sample> &
 }
 
 template <class Sample>
-void check_variant(const mix_kernels<Sample> &variant, const mix_kernels<Sample> &reference) {
+void check_variant(const mix_loops<Sample> &variant, const mix_loops<Sample> &reference) {
     operand_source draw;
     for (s32 length = 0; length <= most_samples; ++length)
         for (s32 begin = 0; begin <= (length < 4 ? length : 4); ++begin)
@@ -76,19 +76,19 @@ void check_variant(const mix_kernels<Sample> &variant, const mix_kernels<Sample>
 }
 
 TEST(MixVariants, GiveTheBitsOfTheScalarForm) {
-    const mix_set &reference = mix_at(level::scalar);
-    at_every_level([&](level l) {
-        ASSERT_NO_FATAL_FAILURE(check_variant(mix_at(l).narrow, reference.narrow));
-        ASSERT_NO_FATAL_FAILURE(check_variant(mix_at(l).wide, reference.wide));
+    const mix_kernels &reference = mix_kernels_for(isa::scalar);
+    on_every_isa([&](isa i) {
+        ASSERT_NO_FATAL_FAILURE(check_variant(mix_kernels_for(i).narrow, reference.narrow));
+        ASSERT_NO_FATAL_FAILURE(check_variant(mix_kernels_for(i).wide, reference.wide));
     });
 }
 
 /* What the load-time choice may be is what the platform is known to have. */
-TEST(MixVariants, TheBestAvailableLevelIsActive) {
-    level best = level::scalar;
-    for (const level l : all_levels)
-        if (processor_has(l)) best = l;
-    EXPECT_EQ(best, active_level());
+TEST(MixVariants, TheBestAvailableIsaIsActive) {
+    isa best = isa::scalar;
+    for (const isa i : all_isas)
+        if (processor_has(i)) best = i;
+    EXPECT_EQ(best, active_isa());
 }
 
 } // namespace

@@ -6,7 +6,7 @@
 #include "guarded.hpp"
 #include "tests/support/digest.hpp"
 #include "tests/support/exact.hpp"
-#include "tests/support/levels.hpp"
+#include "tests/support/isas.hpp"
 #include "tests/support/operands.hpp"
 
 #include <earshot/earshot.h>
@@ -114,7 +114,7 @@ words model_product(const words &spectrum, const s32 *filter) {
 words model_front(const s32 *input, const s32 *filter) {
     words x(n), spectrum(2 * bins);
     for (u32 i = 0; i < n; ++i) x[i] = static_cast<s32>(floor_div(input[i], 512));
-    Vorkel_rfft_32x32(x.data(), n, &fft_twiddles[0][0], &fft_split_twiddles[0][0], 4,
+    Vorkel_rfft_32x32(x.data(), n, &fft_twiddles[0][0], &fft_recombine_twiddles[0][0], 4,
                       spectrum.data());
     return model_product(spectrum, filter);
 }
@@ -122,8 +122,8 @@ words model_front(const s32 *input, const s32 *filter) {
 /* A frame and its tail, before the format. */
 words model_back(words spectrum, u32 length, const words *faded_from) {
     words x(n);
-    Vorkel_rifft_32x32_scaled(spectrum.data(), n, &fft_twiddles[0][0], &fft_split_twiddles[0][0], 4,
-                              x.data());
+    Vorkel_rifft_32x32_scaled(spectrum.data(), n, &fft_twiddles[0][0],
+                              &fft_recombine_twiddles[0][0], 4, x.data());
     words y(length + fade);
     for (u32 i = 0; i < y.size(); ++i) y[i] = half + i < n ? clamp(512 * s64{x[half + i]}) : 0;
     for (u32 i = 0; i < fade && faded_from != nullptr; ++i)
@@ -154,8 +154,8 @@ void check_frames() {
             }
             for (s32 &w : filters) w = source.next<s32>() >> frame;
             for (u32 s = 0; s < 3; ++s) {
-                const u64 level = source.below(24);
-                for (s32 &w : host.inputs[s]) w = source.next<s32>() >> level;
+                const u64 shift = source.below(24);
+                for (s32 &w : host.inputs[s]) w = source.next<s32>() >> shift;
                 for (u32 ear : {0u, 1u}) {
                     const s32 *filter = &filters[(2 * s + ear) * n];
                     host.front->state->sources[s].filter[ear] = filter;
@@ -191,7 +191,7 @@ void check_frames() {
 }
 
 TEST(HrtfRender, FramesFollowTheRules) {
-    at_every_level([](level) { check_frames(); });
+    on_every_isa([](isa) { check_frames(); });
 }
 
 TEST(HrtfRender, CrossfadeIsLinear) {

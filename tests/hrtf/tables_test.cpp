@@ -105,10 +105,10 @@ TEST(hrtf_tables, have_rows_that_fill_them) {
     EXPECT_EQ(amb.offset, 0);
     EXPECT_EQ(amb.azimuth_step, 65536);
     EXPECT_EQ(25 * ::hrtf_azimuth_offset_grp[1], ::hrtf_len_grp[1]);
-    for (int set = 0; set < 2; ++set) {
-        EXPECT_EQ(::hrtf_num_elevation_grp[set], set == 0 ? 18 : 1);
-        EXPECT_EQ(::hrtf_fft_size_grp[set], 256);
-        EXPECT_EQ(::hrtf_q_format_grp[set], 29);
+    for (int group = 0; group < 2; ++group) {
+        EXPECT_EQ(::hrtf_num_elevation_grp[group], group == 0 ? 18 : 1);
+        EXPECT_EQ(::hrtf_fft_size_grp[group], 256);
+        EXPECT_EQ(::hrtf_q_format_grp[group], 29);
     }
 }
 
@@ -217,7 +217,7 @@ TEST(hrtf_tables, have_symmetric_ambisonic_channels) {
     }
 }
 
-/* A plane wave through the amb set sounds as the diffuse set says. */
+/* A plane wave through the amb tables sounds as the diffuse tables say. */
 TEST(hrtf_tables, give_ambisonics_the_diffuse_responses) {
     std::vector<double> lag_errors;
     double low = 0, high = 0;

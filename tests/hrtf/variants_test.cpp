@@ -3,7 +3,7 @@
  * words after, around the buffers as well as inside.
  */
 #include "../support/exact.hpp"
-#include "../support/levels.hpp"
+#include "../support/isas.hpp"
 #include "../support/operands.hpp"
 #include "hrtf/kernels.hpp"
 
@@ -38,7 +38,7 @@ void expect_words(operand_source &draw, s32 written, s32 offset, const Run &run,
     ASSERT_EQ(expected, actual) << written << " words at offset " << offset;
 }
 
-void check_blocks(const hrtf_set &kernels, operand_source &draw, s32 count, s32 offset) {
+void check_blocks(const hrtf_kernels &kernels, operand_source &draw, s32 count, s32 offset) {
     const words a = operands<s32>(draw, room), b = operands<s32>(draw, room);
     const s32 *first = &a[static_cast<u32>(offset)], *second = &b[3 - static_cast<u32>(offset)];
     const s32 shift = draw.between(0, 31);
@@ -62,7 +62,7 @@ s64 faded(s32 i, s64 from, s64 to) {
     return clamp32(floor_div((32 - i) * from, 32) + floor_div(i * to, 32));
 }
 
-void check_crossfade(const hrtf_set &kernels, operand_source &draw, s32 offset) {
+void check_crossfade(const hrtf_kernels &kernels, operand_source &draw, s32 offset) {
     const words other = operands<s32>(draw, room);
     const s32 *samples = &other[static_cast<u32>(offset)];
     expect_words<s32>(
@@ -82,7 +82,7 @@ s64 filtered(const s32 *x, const s32 *gain, s32 part) {
 }
 
 /* The ears may be the same, and all words may be -2^31, whose products make 2^63. */
-void check_filters(const hrtf_set &kernels, operand_source &draw, bool extreme, bool same_ear) {
+void check_filters(const hrtf_kernels &kernels, operand_source &draw, bool extreme, bool same_ear) {
     constexpr s32 half = 128;
     words x = operands<s32>(draw, 2 * half), gains = operands<s32>(draw, 4 * half + 1);
     if (extreme) std::fill(x.begin(), x.end(), INT32_MIN);
@@ -101,8 +101,8 @@ void check_filters(const hrtf_set &kernels, operand_source &draw, bool extreme, 
 }
 
 TEST(HrtfVariants, FollowTheDefinitions) {
-    at_every_level([](level l) {
-        const hrtf_set &kernels = hrtf_set_at(l);
+    on_every_isa([](isa i) {
+        const hrtf_kernels &kernels = hrtf_kernels_for(i);
         operand_source draw;
         for (s32 offset = 0; offset < 4; ++offset) {
             for (s32 count = 0; count <= most; ++count)

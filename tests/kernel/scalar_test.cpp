@@ -164,7 +164,7 @@ TEST(scalar, is_as_defined) {
     }
 }
 
-TEST(overflow_flag, is_saved_for_one_level) {
+TEST(overflow_flag, is_saved_once) {
     giOverflow = 1;
     giOldOverflow = 0;
     /* Call, returned flag, flag and saved flag after. */

@@ -1,6 +1,6 @@
 /* Both panners against the loop over single samples that defines them, in every form there is. */
 #include "../support/exact.hpp"
-#include "../support/levels.hpp"
+#include "../support/isas.hpp"
 #include "../support/operands.hpp"
 
 #include <earshot/math.h>
@@ -119,9 +119,9 @@ template <class Kind> void check(s32 count, s32 lag, operand_source &draw) {
         << before.step << ", remaining " << before.remaining << ", target " << before.target;
 }
 
-/* All levels in one process; the one that was active comes back. */
-TEST(panner, follows_the_scalar_loop_at_every_level) {
-    at_every_level([](level) {
+/* All isas in one process; the one that was active comes back. */
+TEST(panner, follows_the_scalar_loop_on_every_isa) {
+    on_every_isa([](isa) {
         operand_source draw;
         // Every length up to three of the widest vectors and one, and some long ones.
         for (s32 count = 0; count <= 140 && !HasFailure(); count += count > 3 * widest ? 13 : 1)

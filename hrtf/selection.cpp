@@ -1,4 +1,4 @@
-#include "hrtf/select.hpp"
+#include "hrtf/selection.hpp"
 
 #include "hrtf/tables.hpp"
 #include "kernel/scalar.hpp"
@@ -14,7 +14,7 @@ constexpr s32 full_turn = 360 * 65536;
 
 constexpr u32 entry_size = 2 * sizeof(s32);
 
-// The amb filters and the rows of the diffuse set follow the diffuse filters in memory.
+// The amb filters and the rows of the diffuse tables follow the diffuse filters in memory.
 constexpr u64 tables_size = sizeof hrtf_kemar_diffuse_rfft256 + sizeof hrtf_kemar_amb_rfft256 +
                             sizeof hrtf_kemar_diffuse_table_info;
 
@@ -72,14 +72,14 @@ u32 select_in_row(const hrtf_instance *instance, const hrtf_position *position, 
 
 u32 fill_filter_info(hrtf_filter_info &info) {
     if (info.table_selector == 3) return EARSHOT_BAD_VALUE;
-    const u32 set = info.table_selector == 2 ? 1 : 0;
-    info.q_format = hrtf_q_format_grp[set];
-    info.fft_size = hrtf_fft_size_grp[set];
-    info.azimuth_offset = hrtf_azimuth_offset_grp[set];
-    info.length = hrtf_len_grp[set];
-    info.num_elevations = hrtf_num_elevation_grp[set];
-    info.table_info = hrtf_table_info[set];
-    info.filters = hrtf_fft_filter[set];
+    const u32 group = info.table_selector == 2 ? 1 : 0;
+    info.q_format = hrtf_q_format_grp[group];
+    info.fft_size = hrtf_fft_size_grp[group];
+    info.azimuth_offset = hrtf_azimuth_offset_grp[group];
+    info.length = hrtf_len_grp[group];
+    info.num_elevations = hrtf_num_elevation_grp[group];
+    info.table_info = hrtf_table_info[group];
+    info.filters = hrtf_fft_filter[group];
     return EARSHOT_OK;
 }
 

@@ -1,9 +1,9 @@
 // Constant tables with an entry per instruction set, the one place that tells which of them this
 // build has.
-#ifndef EARSHOT_KERNEL_LEVEL_TABLE_HPP
-#define EARSHOT_KERNEL_LEVEL_TABLE_HPP
+#ifndef EARSHOT_KERNEL_ISA_TABLE_HPP
+#define EARSHOT_KERNEL_ISA_TABLE_HPP
 
-#include "kernel/level.hpp"
+#include "kernel/isa.hpp"
 
 #if defined(EARSHOT_HAVE_X86)
 #define EARSHOT_IF_X86(entry) entry
@@ -18,8 +18,8 @@
 #endif
 
 // The initialiser of an array of pointers to NAME_scalar, NAME_avx2 and so on, in the order of
-// level; null for what was not built.
-#define EARSHOT_LEVEL_TABLE(name)                                                                  \
+// isa; null for what was not built.
+#define EARSHOT_ISA_TABLE(name)                                                                    \
     {                                                                                              \
         &name##_scalar, EARSHOT_IF_X86(&name##_sse41), EARSHOT_IF_X86(&name##_avx2),               \
             EARSHOT_IF_X86(&name##_avx512), EARSHOT_IF_NEON(&name##_neon)                          \

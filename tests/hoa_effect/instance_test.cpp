@@ -1,5 +1,5 @@
 /*
- * The module interface of the ambisonic effect: which call is refused with what, in which order the
+ * The instances of the ambisonic effect: which call is refused with what, in which order the
  * checks come, and what is left in memory.
  */
 #include "effect_model.hpp"
@@ -18,7 +18,7 @@ u32 required_size() {
     return static_cast<u32>(sizeof(hoa_effect_state)) + 72 * 4 * 5; // 1552 with 32-bit addresses
 }
 
-TEST(HoaEffectModule, ConfigurationsAreChecked) {
+TEST(HoaEffectInstance, ConfigurationsAreChecked) {
     struct {
         hoa_effect_config config;
         u32 size, checked, required;
@@ -49,7 +49,7 @@ TEST(HoaEffectModule, ConfigurationsAreChecked) {
     }
 }
 
-TEST(HoaEffectModule, RequirementsAreReported) {
+TEST(HoaEffectInstance, RequirementsAreReported) {
     hoa_effect_requirement need = {1, 1, 1, 1};
     EXPECT_EQ(bad_value, hoa_effect_get_req(1, &need, 16, 1, &good, 24));
     EXPECT_EQ(bad_value, hoa_effect_get_req(0, &need, 15, 1, &good, 24));
@@ -61,14 +61,14 @@ TEST(HoaEffectModule, RequirementsAreReported) {
     EXPECT_EQ(1u, need.unused);
     EXPECT_TRUE(sizeof(void *) != 4 || need.static_size == 1552);
 
-    // The layout formula is open to any order, the module itself is not.
+    // The layout formula is open to any order, init is not.
     const hoa_effect_config second_order = {48000, 2, 0, 0, 32, 0};
     EXPECT_EQ(ok, hoa_effect_static_req_or_init(nullptr, &second_order, &need, nullptr, 0, 0));
     EXPECT_EQ(sizeof(hoa_effect_state) + 72 * 9 * 10, need.static_size);
     EXPECT_EQ(ok, hoa_effect_static_req_or_init(nullptr, nullptr, nullptr, nullptr, 0, 2));
 }
 
-TEST(HoaEffectModule, InitLaysOutItsBlockAndNothingElse) {
+TEST(HoaEffectInstance, InitLaysOutItsBlockAndNothingElse) {
     std::vector<s64> memory(required_size() / 8 + 1, 0x5A5A5A5A5A5A5A5A);
     hoa_effect_state *state = nullptr;
     EXPECT_EQ(bad_value, hoa_effect_init(&state, 2, &good, 24, memory.data(), required_size()));
@@ -108,7 +108,7 @@ TEST(HoaEffectModule, InitLaysOutItsBlockAndNothingElse) {
 
 /* Orders that only the bare layout call lets through: nothing outside the block is touched, and
  * what comes out refuses to process. */
-TEST(HoaEffectModule, OtherOrdersAreHarmless) {
+TEST(HoaEffectInstance, OtherOrdersAreHarmless) {
     for (const u32 order : {0u, 2u, 3u, 0xFFFFu, 0x10000u, 0xFFFFFFFFu}) {
         const hoa_effect_config config = {48000, order, 0, 0, 32, 0};
         std::vector<s64> memory(4096, 0x5A5A5A5A5A5A5A5A);
@@ -123,7 +123,7 @@ TEST(HoaEffectModule, OtherOrdersAreHarmless) {
     }
 }
 
-TEST(HoaEffectModule, ParametersAreCheckedInOrder) {
+TEST(HoaEffectInstance, ParametersAreCheckedInOrder) {
     effect_host<s32> host;
     const hoa_effect_state before = *host.state;
     struct {
@@ -173,7 +173,7 @@ TEST(HoaEffectModule, ParametersAreCheckedInOrder) {
     }
 }
 
-TEST(HoaEffectModule, ParametersAreRead) {
+TEST(HoaEffectInstance, ParametersAreRead) {
     effect_host<s32> host;
     hoa_effect_memory scratch = {&host, 5, 4711};
     EXPECT_EQ(ok, hoa_effect_set(host.state, HOA_EFFECT_PARAM_SCRATCH, &scratch, 0));
@@ -209,7 +209,7 @@ TEST(HoaEffectModule, ParametersAreRead) {
     EXPECT_EQ(bad_memory, hoa_effect_scratch_req_or_init(nullptr, 0, &scratch, 1));
 }
 
-TEST(HoaEffectModule, ProcessChecksItsBuffersInOrder) {
+TEST(HoaEffectInstance, ProcessChecksItsBuffersInOrder) {
     effect_host<s32> host;
     constexpr u32 size = sizeof(hoa_effect_buffer);
     hoa_effect_buffer four = {0, 4, nullptr}, two = {0, 2, nullptr};
@@ -227,7 +227,7 @@ TEST(HoaEffectModule, ProcessChecksItsBuffersInOrder) {
     EXPECT_EQ(bad_memory, hoa_effect_default_init_static(nullptr, &good));
     EXPECT_EQ(bad_memory, hoa_effect_apply_effect_matrix(nullptr, &four, &four));
 
-    // A width that became unknown is found only after the glide has moved on.
+    // A width that became unknown is found only after the ramp has moved on.
     std::array<std::vector<s32>, 4> x{{{1, 2}, {3, 4}, {5, 6}, {7, 8}}};
     ASSERT_EQ(ok, host.rotate(1, 1));
     s->config.bit_width = 24;
@@ -236,7 +236,7 @@ TEST(HoaEffectModule, ProcessChecksItsBuffersInOrder) {
     EXPECT_EQ(8, x[3][1]);
 }
 
-TEST(HoaEffectModule, TheGlideCountsItsSamples) {
+TEST(HoaEffectInstance, TheRampCountsItsSamples) {
     effect_host<s16> host;
     ASSERT_EQ(ok, host.rotate(1000, 0));
     const u32 blocks[] = {100, 0, 900, 0x80000000, 1000};
@@ -252,8 +252,8 @@ TEST(HoaEffectModule, TheGlideCountsItsSamples) {
     }
 }
 
-/* The last coefficient a glide uses lacks the low bits that its step lost; then target is exact. */
-TEST(HoaEffectModule, MatricesFollowTheirRules) {
+/* The last coefficient a ramp uses lacks the low bits that its step lost; then target is exact. */
+TEST(HoaEffectInstance, MatricesFollowTheirRules) {
     effect_host<s32> host;
     ASSERT_EQ(ok, host.focus(0, 0, 1));
     EXPECT_EQ(1364081610, host.state->target[0][0]);
@@ -261,7 +261,7 @@ TEST(HoaEffectModule, MatricesFollowTheirRules) {
     EXPECT_EQ(0, host.state->target[1][1]);
     EXPECT_EQ(0x7FFFFFFF, host.state->current[1][1]);
     const s32 old_target = host.state->target[0][0];
-    ASSERT_EQ(ok, host.rotate(5898240, 0)); // in mid-glide
+    ASSERT_EQ(ok, host.rotate(5898240, 0)); // in mid-ramp
     EXPECT_EQ(old_target, host.state->current[0][0]);
 
     s32 rows[4][4];
@@ -275,7 +275,7 @@ TEST(HoaEffectModule, MatricesFollowTheirRules) {
     EXPECT_EQ(5, rows[0][0]);
 }
 
-TEST(HoaEffectModule, TheIdentityCostsPositiveSamplesOneUnit) {
+TEST(HoaEffectInstance, TheIdentityCostsPositiveSamplesOneUnit) {
     effect_host<s32> wide;
     std::array<std::vector<s32>, 4> x{
         {{0, 1, -1}, {INT32_MAX, INT32_MIN, 5}, {-7, 0, 0}, {1 << 30, 2, -2}}};

@@ -1,6 +1,6 @@
 // From a table selector to its tables, and from a direction to a pair of filters in them.
-#ifndef EARSHOT_HRTF_SELECT_HPP
-#define EARSHOT_HRTF_SELECT_HPP
+#ifndef EARSHOT_HRTF_SELECTION_HPP
+#define EARSHOT_HRTF_SELECTION_HPP
 
 #include <earshot/hrtf.h>
 

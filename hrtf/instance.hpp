@@ -1,6 +1,7 @@
-// What the three modules of the renderer have in common, and the hrtf module for the front end.
-#ifndef EARSHOT_HRTF_MODULE_HPP
-#define EARSHOT_HRTF_MODULE_HPP
+// What the three kinds of instances of the renderer have in common, and the hrtf instance for the
+// front end.
+#ifndef EARSHOT_HRTF_INSTANCE_HPP
+#define EARSHOT_HRTF_INSTANCE_HPP
 
 #include <earshot/hrtf.h>
 

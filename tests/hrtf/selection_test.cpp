@@ -75,7 +75,7 @@ TEST(HrtfSelect, DirectionsGiveTheNearestRecord) {
         {0, 0, 35 * deg, 35 * deg, 9, 0, false},
         {0, 0, 45 * deg, 45 * deg, 12, 0, false},
         {0, 180 * deg, 50 * deg, 50 * deg, 13, 23, false}, // the first of the next row
-        {0, 180 * deg, 90 * deg, 90 * deg, 17, 1, false},  // the first of the amb set
+        {0, 180 * deg, 90 * deg, 90 * deg, 17, 1, false},  // the first amb record
         {0, -180 * deg, -40 * deg, -40 * deg, 0, 28, false},
         {2, 24 * deg, 80 * deg, 80 * deg, 0, 24, false},
         {2, -24 * deg, 0, 0, 0, 24, true},
@@ -152,8 +152,8 @@ TEST(HrtfSelect, NearestElevationHasNoClamp) {
     EXPECT_EQ(0u, find_nearest_elevation(11, -1, rows));
     EXPECT_EQ(0u, find_nearest_elevation(11, 0, nullptr));
     clearOverflow();
-    const hrtf_table_row level = {0, 0, 0};
-    EXPECT_EQ(0u, find_nearest_elevation(INT32_MIN, 1, &level));
+    const hrtf_table_row only = {0, 0, 0};
+    EXPECT_EQ(0u, find_nearest_elevation(INT32_MIN, 1, &only));
     EXPECT_EQ(1, isOverflow());
     clearOverflow();
 }

@@ -1,4 +1,4 @@
-#include "kernel/level.hpp"
+#include "kernel/isa.hpp"
 
 #include <earshot/earshot.h>
 
@@ -13,7 +13,7 @@
 namespace earshot {
 namespace {
 
-level active = level::scalar;
+isa active = isa::scalar;
 
 #if defined(EARSHOT_HAVE_X86)
 struct cpuid_words {
@@ -63,55 +63,55 @@ bool processor_has_neon() {
 }
 #endif
 
-__attribute__((constructor)) void find_level() {
-    for (const level l : all_levels) {
-        if (is_available(l)) active = l;
+__attribute__((constructor)) void find_isa() {
+    for (const isa i : all_isas) {
+        if (is_available(i)) active = i;
     }
 }
 
 } // namespace
 
-const char *name_of(level l) {
-    switch (l) {
-    case level::sse41:
+const char *name_of(isa i) {
+    switch (i) {
+    case isa::sse41:
         return "sse41";
-    case level::avx2:
+    case isa::avx2:
         return "avx2";
-    case level::avx512:
+    case isa::avx512:
         return "avx512";
-    case level::neon:
+    case isa::neon:
         return "neon";
-    case level::scalar:
+    case isa::scalar:
         break;
     }
     return "scalar";
 }
 
-bool is_available(level l) {
-    switch (l) {
+bool is_available(isa i) {
+    switch (i) {
 #if defined(EARSHOT_HAVE_X86)
-    case level::sse41:
+    case isa::sse41:
         return processor_has_sse41();
-    case level::avx2:
+    case isa::avx2:
         return processor_has_avx2();
-    case level::avx512:
+    case isa::avx512:
         return processor_has_avx512();
 #endif
 #if defined(EARSHOT_HAVE_NEON)
-    case level::neon:
+    case isa::neon:
         return processor_has_neon();
 #endif
-    case level::scalar:
+    case isa::scalar:
         return true;
     default:
         return false;
     }
 }
 
-level active_level() { return active; }
+isa active_isa() { return active; }
 
-void force_level(level l) {
-    if (is_available(l)) active = l;
+void force_isa(isa i) {
+    if (is_available(i)) active = i;
 }
 
 } // namespace earshot

@@ -1,5 +1,5 @@
 /*
- * The module interfaces of the renderer: which call is refused with what and in which order, what
+ * The instances of the renderer: which call is refused with what and in which order, what
  * the records hold, and that no block is touched past its size.
  */
 #include "guarded.hpp"
@@ -32,7 +32,7 @@ void expect_all(u32 status, std::initializer_list<u32> results) {
     for (const u32 &r : results) EXPECT_EQ(status, r) << "at " << &r - results.begin();
 }
 
-/* An instance of each module, in blocks of max_size bytes if they need more. */
+/* One instance of each kind, in blocks of max_size bytes if they need more. */
 struct instances {
     explicit instances(u32 sources = 3, u32 table = 0, u32 max_size = UINT32_MAX)
         : config{table, 48000, sources, 7, 8}, sizes{std::min(hrtf_size, max_size),
@@ -45,15 +45,15 @@ struct instances {
         status[1] = hrtf_filt_front_init(&front, 1, &config, blocks[1].data(), sizes[1]);
         status[2] = hrtf_filt_back_init(&back, 1, &back_config, blocks[2].data(), sizes[2]);
     }
-    u32 get(u32 module, u32 id, void *payload) const {
-        return module == 0   ? hrtf_get(hrtf, id, payload)
-               : module == 1 ? hrtf_filt_front_get(front, id, payload)
-                             : hrtf_filt_back_get(back, id, payload);
+    u32 get(u32 kind, u32 id, void *payload) const {
+        return kind == 0   ? hrtf_get(hrtf, id, payload)
+               : kind == 1 ? hrtf_filt_front_get(front, id, payload)
+                           : hrtf_filt_back_get(back, id, payload);
     }
-    u32 set(u32 module, u32 id, void *payload) const {
-        return module == 0   ? hrtf_set(hrtf, id, payload)
-               : module == 1 ? hrtf_filt_front_set(front, id, payload)
-                             : hrtf_filt_back_set(back, id, payload);
+    u32 set(u32 kind, u32 id, void *payload) const {
+        return kind == 0   ? hrtf_set(hrtf, id, payload)
+               : kind == 1 ? hrtf_filt_front_set(front, id, payload)
+                           : hrtf_filt_back_set(back, id, payload);
     }
     hrtf_filt_front_config config;
     u32 sizes[3], status[3];
@@ -63,7 +63,7 @@ struct instances {
     hrtf_filt_back_instance *back = nullptr;
 };
 
-TEST(HrtfModules, RequirementsAreReported) {
+TEST(HrtfInstances, RequirementsAreReported) {
     const hrtf_config table = {3};
     const hrtf_filt_front_config front = {0, 48000, 3, 0, 0};
     hrtf_requirement need{};
@@ -104,7 +104,7 @@ TEST(HrtfModules, RequirementsAreReported) {
     }
 }
 
-TEST(HrtfModules, ConfigurationsAreChecked) {
+TEST(HrtfInstances, ConfigurationsAreChecked) {
     struct {
         u32 table, rate, status;
     } const fronts[] = {{0, 48000, ok},        {1, 48000, ok},        {2, 48000, ok},
@@ -146,7 +146,7 @@ TEST(HrtfModules, ConfigurationsAreChecked) {
 }
 
 /* The guard lies at the end of what init may touch. */
-TEST(HrtfModules, BlocksHoldTheInstances) {
+TEST(HrtfInstances, BlocksHoldTheInstances) {
     for (u32 size = 8; size <= std::max(front_size(3), back_size); size += 8) {
         const instances all(3, 1, size);
         const u32 needs[] = {hrtf_size, front_size(3), back_size};
@@ -182,7 +182,7 @@ TEST(HrtfModules, BlocksHoldTheInstances) {
     EXPECT_EQ(0, std::memcmp(&back_config, &all.back->state->config, sizeof back_config));
 }
 
-TEST(HrtfModules, ParametersAreCheckedInOrder) {
+TEST(HrtfInstances, ParametersAreCheckedInOrder) {
     instances all, none;
     none.hrtf = nullptr, none.front = nullptr, none.back = nullptr;
     struct {
@@ -203,11 +203,11 @@ TEST(HrtfModules, ParametersAreCheckedInOrder) {
 }
 
 /* A payload that is too small is no error; nothing is written then, and never behind its size. */
-TEST(HrtfModules, ValuesAreReadBack) {
+TEST(HrtfInstances, ValuesAreReadBack) {
     instances all;
     constexpr u32 kept = 0x5A5A5A5A;
     struct {
-        u32 module, id, words[4];
+        u32 kind, id, words[4];
     } const answers[] = {
         {0, 5, {16, kept, 0x01000000, 0x01000200}},
         {1, 5, {16, kept, 0, 0x01000200}},
@@ -225,7 +225,7 @@ TEST(HrtfModules, ValuesAreReadBack) {
         for (u32 size = 4; size <= c.words[0]; size += 4) {
             guarded<u32> payload(size / 4);
             payload[0] = size;
-            EXPECT_EQ(ok, all.get(c.module, c.id, payload.data()));
+            EXPECT_EQ(ok, all.get(c.kind, c.id, payload.data()));
             for (u32 i = 1; i < size / 4; ++i)
                 EXPECT_EQ(size == c.words[0] ? c.words[i] : kept, payload[i]);
         }
@@ -253,7 +253,7 @@ TEST(HrtfModules, ValuesAreReadBack) {
 }
 
 /* Whatever record lies inside the block can be named; what does not is refused or reads as 0. */
-TEST(HrtfModules, SourcesAreBoundedByTheBlock) {
+TEST(HrtfInstances, SourcesAreBoundedByTheBlock) {
     for (const u32 sources : {0u, 1u, 4u, 5u, 40u}) {
         instances all(sources);
         const u32 room = front_size(sources) - front_size(0);
@@ -277,7 +277,7 @@ TEST(HrtfModules, SourcesAreBoundedByTheBlock) {
 }
 
 /* A direction that has no record keeps the pair of the last one that had. */
-TEST(HrtfModules, SourcesKeepTheirFilters) {
+TEST(HrtfInstances, SourcesKeepTheirFilters) {
     instances all(3, 2);
     const hrtf_filt_front_source &source = all.front->state->sources[1];
     for (const s32 channel : {24, 25}) {
@@ -293,7 +293,7 @@ TEST(HrtfModules, SourcesKeepTheirFilters) {
     EXPECT_EQ(0, source.azimuth);
 }
 
-TEST(HrtfModules, TheOtherCallsAreChecked) {
+TEST(HrtfInstances, TheOtherCallsAreChecked) {
     instances all;
     const hrtf_filt_front_config third = {3, 48000, 0, 0, 0};
     for (u32 mode = 0; mode < 3; ++mode) {

@@ -1,4 +1,4 @@
-// The module interface of the ambisonic effect: requirements, instances, parameters.
+// The interface of instances of the ambisonic effect: requirements, instances, parameters.
 #include "hoa_effect/layout.hpp"
 #include "hoa_effect/matrices.hpp"
 #include "kernel/memory.hpp"
@@ -25,7 +25,7 @@ void clear_settings(hoa_effect_state *state) {
     state->focus_enable = 0;
 }
 
-// The glide to the cleared settings starts at the next sample.
+// The ramp to the cleared settings starts at the next sample.
 u32 reset(hoa_effect_state *state) {
     if (state == nullptr) return EARSHOT_BAD_MEMORY;
     state->ramp_pos = 0;
@@ -98,7 +98,7 @@ constexpr bool in_range(s32 yaw, s32 pitch) {
            pitch >= -HOA_EFFECT_MAX_PITCH && pitch <= HOA_EFFECT_MAX_PITCH;
 }
 
-u32 glide_to_new_setting(hoa_effect_state *state) {
+u32 ramp_to_new_setting(hoa_effect_state *state) {
     state->ramp_pos = 0;
     return calculate_effect_matrix(state);
 }
@@ -107,7 +107,7 @@ u32 set_rotation(hoa_effect_state *state, const s32 *words) {
     if (!in_range(words[0], words[1])) return EARSHOT_BAD_VALUE;
     state->rotation_yaw = words[0];
     state->rotation_pitch = words[1];
-    return glide_to_new_setting(state);
+    return ramp_to_new_setting(state);
 }
 
 u32 set_focus(hoa_effect_state *state, const s32 *words) {
@@ -116,7 +116,7 @@ u32 set_focus(hoa_effect_state *state, const s32 *words) {
     state->focus_yaw = words[0];
     state->focus_pitch = words[1];
     state->focus_enable = enable;
-    return glide_to_new_setting(state);
+    return ramp_to_new_setting(state);
 }
 
 u32 set(hoa_effect_state *state, u32 id, const void *payload, u32 size) {

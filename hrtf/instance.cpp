@@ -1,7 +1,7 @@
-// The interface of the hrtf module: requirements, instances, parameters.
-#include "hrtf/module.hpp"
+// The interface of hrtf instances: requirements, instances, parameters.
+#include "hrtf/instance.hpp"
 
-#include "hrtf/select.hpp"
+#include "hrtf/selection.hpp"
 #include "kernel/memory.hpp"
 
 namespace earshot {

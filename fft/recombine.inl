@@ -1,5 +1,5 @@
-// The split stage of the real transforms over the vector layer V: between the half-length spectrum
-// of pairs of samples and the spectrum of the samples.
+// The recombination stage of the real transforms over the vector layer V: between the half-length
+// spectrum of pairs of samples and the spectrum of the samples.
 #include "fft/transform.inl"
 
 namespace earshot {
@@ -24,13 +24,13 @@ template <form f> void part_dc_and_nyquist(s32 even, s32 odd, s32 *spec, s32 n) 
 
 // Where the bins of the half-length spectrum come from: those of the lower half, and those of the
 // upper one in reverse order.
-template <class V> struct from_pairs {
+template <class V> struct from_interleaved {
     const s32 *words;
-    complex_lanes<V> low(s32 k) const { return load_pairs<V>(words, k); }
+    complex_lanes<V> low(s32 k) const { return load_interleaved<V>(words, k); }
     complex_lanes<V> high_reversed(s32 k) const { return load_reversed<V>(words, k); }
 };
-template <class V> struct from_planes {
-    planes in;
+template <class V> struct from_split {
+    split_data in;
     complex_lanes<V> low(s32 k) const { return load_values<V>(in, k); }
     complex_lanes<V> high_reversed(s32 k) const { return load_reversed<V>(in, k); }
 };
@@ -38,7 +38,7 @@ template <class V> struct from_planes {
 // its neighbours are.
 template <class V, form f> struct from_halves {
     using op = arithmetic<V, forward, f>;
-    planes in;
+    split_data in;
     s32 half;
     complex_lanes<V> low(s32 k) const {
         complex_lanes<V> a = load_values<V>(in, k), b = load_values<V>(in, k + half);
@@ -54,8 +54,8 @@ template <class V, form f> struct from_halves {
 
 // Bins k and n/2 - k, in place.
 template <class V, variant v, form f>
-void split_pair(complex_lanes<V> &low, complex_lanes<V> &high, typename V::s32v sine,
-                typename V::s32v cosine) {
+void recombine_pair(complex_lanes<V> &low, complex_lanes<V> &high, typename V::s32v sine,
+                    typename V::s32v cosine) {
     // The forward transform halves here too.
     using op = arithmetic<V, v == forward ? inverse_scaled : v, f>;
     add_sub<op>(low, high);
@@ -68,22 +68,26 @@ void split_pair(complex_lanes<V> &low, complex_lanes<V> &high, typename V::s32v 
 
 // Bins 1 to n/2 - 1.
 template <class V, variant v, form f, class Load>
-EARSHOT_KERNEL void split_bins(const Load &bins, s32 n, const split_rows &split, s32 *out) {
+EARSHOT_KERNEL void recombine_bins(const Load &bins, s32 n, const recombine_rows &recombine,
+                                   s32 *out) {
     for (s32 k = 1; k <= n / 4; k += V::width) {
         const s32 mirrored = n / 2 - k - (V::width - 1);
         complex_lanes<V> low = bins.low(k), high = bins.high_reversed(mirrored);
-        split_pair<V, v, f>(low, high, V::load(split.sine + k - 1), V::load(split.cosine + k - 1));
+        recombine_pair<V, v, f>(low, high, V::load(recombine.sine + k - 1),
+                                V::load(recombine.cosine + k - 1));
         // Bin n/4 is its own mirror and is written by both, last by the first of them.
-        V::store_pairs_reversed(out + 2 * mirrored, high.re, high.im);
-        V::store_pairs(out + 2 * k, low.re, low.im);
+        V::store_interleaved_reversed(out + 2 * mirrored, high.re, high.im);
+        V::store_interleaved(out + 2 * k, low.re, low.im);
     }
 }
 
 // Bin n/4 alone.
 template <form f>
-void split_middle_bin(complex_lanes<vec_scalar> x, s32 n, const split_rows &split, s32 *out) {
+void recombine_middle_bin(complex_lanes<vec_scalar> x, s32 n, const recombine_rows &recombine,
+                          s32 *out) {
     complex_lanes<vec_scalar> mirrored = x;
-    split_pair<vec_scalar, forward, f>(x, mirrored, split.sine[n / 4 - 1], split.cosine[n / 4 - 1]);
+    recombine_pair<vec_scalar, forward, f>(x, mirrored, recombine.sine[n / 4 - 1],
+                                           recombine.cosine[n / 4 - 1]);
     out[n / 2] = x.re;
     out[n / 2 + 1] = x.im;
 }
