@@ -226,24 +226,30 @@ u32 get(const instance_t *instance, u32 id, void *payload) {
 
 // --- Processing ---------------------------------------------------------------------------------
 
+// product / 2^q, truncated and saturated; any q.
+s32 scaled_down(s64 product, s32 q) {
+    return q < 0 ? shift_left_sat32(product, -s64{q})
+                 : ARM_s32_saturate_s64(shift_right(product, q));
+}
+
 // Bins 0 and n/2 are real, as are their gains, which share entry 0 of a filter. Their products are
 // truncated and saturate; those of all other bins are rounded and wrap, as all sums do.
-void add_real_bin(s32 *sum, s32 value, s32 gain) {
-    *sum = wrap_add(*sum, ARM_s32_saturate_s64(s64{value} * gain >> filter_q));
+void add_real_bin(s32 *sum, s32 value, s32 gain, s32 q) {
+    *sum = wrap_add(*sum, scaled_down(s64{value} * gain, q));
 }
 
 void add_source(const state_t *state, const source_t &source, const s32 *input, s32 *spectrum,
                 s32 *const *ears) {
-    const s32 n = state->fft_size;
+    const s32 n = state->fft_size, q = state->q_format;
     // The shift is the headroom that keeps the transform from saturating.
     rfft_of_shifted(input, state->input_shift, n, spectrum);
     const s32 dc = spectrum[0], nyquist = spectrum[n];
     spectrum[0] = 0; // so that the kernel may take bin 0 for any other
     hrtf_kernels_for(active_isa())
-        .add_filtered(ears, spectrum, {{source.filter[0], source.filter[1]}}, n / 2);
+        .add_filtered(ears, spectrum, {{source.filter[0], source.filter[1]}}, n / 2, q);
     for (u32 c = 0; c < 2; ++c) {
-        add_real_bin(ears[c], dc, source.filter[c][0]);
-        add_real_bin(ears[c] + n, nyquist, source.filter[c][1]);
+        add_real_bin(ears[c], dc, source.filter[c][0], q);
+        add_real_bin(ears[c] + n, nyquist, source.filter[c][1], q);
     }
 }
 

@@ -8,7 +8,7 @@
 
 namespace earshot {
 
-inline constexpr s32 filter_q = 29; // fraction bits of all filters
+inline constexpr s32 filter_q = 29; // fraction bits of the library's own filters
 
 // A filter of each ear: as many complex gains as bins.
 struct ear_filters {
@@ -16,10 +16,10 @@ struct ear_filters {
 };
 
 struct hrtf_kernels {
-    // ears += spectrum x filters, rounded and wrapping, over bins 0 to half - 1, half a multiple of
-    // 64.
+    // ears += spectrum x filters of q fraction bits (any q), rounded and wrapping, over bins 0 to
+    // half - 1, half a multiple of 64.
     void (*add_filtered)(s32 *const *ears, const s32 *spectrum, const ear_filters &filters,
-                         s32 half);
+                         s32 half, s32 q);
     // Saturating shift to the left by 0 to 31, in place.
     void (*restore_level)(s32 *samples, s32 count, s32 shift);
     // a3d_crossfade but for its result.

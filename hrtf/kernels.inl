@@ -6,19 +6,32 @@
 namespace earshot {
 namespace {
 
-// Both ears in one pass: the spectrum is loaded and prepared once.
-template <class V>
-EARSHOT_KERNEL void add_filtered(s32 *const *ears, const s32 *spectrum, const ear_filters &filters,
-                                 s32 half) {
+// Both ears in one pass: the spectrum is loaded and prepared once. product(bins, gains).
+template <class V, class Product>
+void add_products(s32 *const *ears, const s32 *spectrum, const ear_filters &filters, s32 half,
+                  const Product &product) {
     s32 *const left = ears[0], *const right = ears[1];
     const s32 *const left_gain = filters.ear[0], *const right_gain = filters.ear[1];
     for (s32 i = 0; i < 2 * half; i += 2 * V::width) {
         const auto x = V::load_bins(spectrum + i);
         const auto add = [&](s32 *sum, const s32 *gain) {
-            V::store_bins(sum, V::add(V::load_bins(sum), V::filter(x, V::load_bins(gain))));
+            V::store_bins(sum, V::add(V::load_bins(sum), product(x, V::load_bins(gain))));
         };
         add(left + i, left_gain + i);
         add(right + i, right_gain + i);
+    }
+}
+
+// The library's own filters have a constant shift; for any other a loop of single bins will do.
+template <class V>
+EARSHOT_KERNEL void add_filtered(s32 *const *ears, const s32 *spectrum, const ear_filters &filters,
+                                 s32 half, s32 q) {
+    if (q == filter_q) {
+        add_products<V>(ears, spectrum, filters, half,
+                        [](auto x, auto gain) { return V::filter(x, gain); });
+    } else {
+        add_products<vec_scalar>(ears, spectrum, filters, half,
+                                 [q](auto x, auto gain) { return vec_scalar::filter(x, gain, q); });
     }
 }
 

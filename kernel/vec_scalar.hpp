@@ -38,7 +38,8 @@
 //     load_bins, store_bins
 //     add                    of bins: wrapping
 //     filter                 of bins by Q29 gains: the 64-bit sums of products, wrapping, rounded
-//                            half up to bit 29, of which 32 bits are kept
+//                            half up to bit 29, of which 32 bits are kept; here by gains of any Q
+//                            as well, down to below 0 and beyond 64
 // Everything is in an unnamed namespace: code compiled for a newer instruction set must not be
 // shared with the rest of the library by the linker.
 #ifndef EARSHOT_KERNEL_VEC_SCALAR_HPP
@@ -137,14 +138,23 @@ struct vec_scalar {
         p[1] = b.im;
     }
     static bins add(bins a, bins b) { return {add(a.re, b.re), add(a.im, b.im)}; }
-    static bins filter(bins x, bins gain) {
-        return {rounded_q29(product(x.re, gain.re) - product(x.im, gain.im)),
-                rounded_q29(product(x.re, gain.im) + product(x.im, gain.re))};
+    static bins filter(bins x, bins gain) { return filter(x, gain, 29); }
+    static bins filter(bins x, bins gain, s32 q) {
+        return {rounded(product(x.re, gain.re) - product(x.im, gain.im), q),
+                rounded(product(x.re, gain.im) + product(x.im, gain.re), q)};
     }
 
   private:
     static u64 product(s32 a, s32 b) { return static_cast<u64>(s64{a} * b); }
-    static s32 rounded_q29(u64 sum) { return static_cast<s32>((sum + (u64{1} << 28)) >> 29); }
+    static s32 rounded(u64 sum, s32 q) {
+        if (q > 63) return 0;
+        if (q < 1) return q > -32 ? static_cast<s32>(sum << -q) : 0;
+        // Rounding belongs to the last 32 bits of the shift at most: a carry past bit 63 that it
+        // makes is not kept.
+        const s32 last = q < 32 ? q : 32;
+        const u64 rest = static_cast<u64>(static_cast<s64>(sum) >> (q - last));
+        return static_cast<s32>((rest + (u64{1} << (last - 1))) >> last);
+    }
     static s64 clamp(s64 x, s64 lo, s64 hi) { return x < lo ? lo : x > hi ? hi : x; }
 };
 

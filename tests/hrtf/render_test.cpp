@@ -94,29 +94,27 @@ struct renderer {
 
 /* --- The rules once more -----------------------------------------------------------------------*/
 
-words model_product(const words &spectrum, const s32 *filter) {
+words model_product(const words &spectrum, const s32 *filter, s64 q) {
     words out(2 * bins);
-    constexpr s64 one = 1 << 29;
-    out[0] = clamp(floor_div(s64{spectrum[0]} * filter[0], one));
-    out[n] = clamp(floor_div(s64{spectrum[n]} * filter[1], one));
+    out[0] = clamp(scaled(s64{spectrum[0]} * filter[0], -q));
+    out[n] = clamp(scaled(s64{spectrum[n]} * filter[1], -q));
     for (u32 i = 2; i < n; i += 2) {
         const auto times = [&](u32 a, u32 b) {
             return static_cast<u64>(s64{spectrum[i + a]} * filter[i + b]);
         };
         const s64 sums[] = {static_cast<s64>(times(0, 0) - times(1, 1)),
                             static_cast<s64>(times(0, 1) + times(1, 0))};
-        for (u32 part : {0u, 1u}) // the bit below the last one rounds up
-            out[i + part] = wrap(floor_div(sums[part], one) + (sums[part] >> 28 & 1));
+        for (u32 part : {0u, 1u}) out[i + part] = wrap(rounded64(sums[part], -q));
     }
     return out;
 }
 
-words model_front(const s32 *input, const s32 *filter) {
+words model_front(const s32 *input, const s32 *filter, s64 q = 29) {
     words x(n), spectrum(2 * bins);
     for (u32 i = 0; i < n; ++i) x[i] = static_cast<s32>(floor_div(input[i], 512));
     Vorkel_rfft_32x32(x.data(), n, &fft_twiddles[0][0], &fft_recombine_twiddles[0][0], 4,
                       spectrum.data());
-    return model_product(spectrum, filter);
+    return model_product(spectrum, filter, q);
 }
 
 /* A frame and its tail, before the format. */
@@ -192,6 +190,38 @@ void check_frames() {
 
 TEST(HrtfRender, FramesFollowTheRules) {
     on_every_isa([](isa) { check_frames(); });
+}
+
+/* The format of the filters is what initialize finds in the hrtf instance, sensible or not. */
+TEST(HrtfRender, FiltersMayHaveAnyFormat) {
+    on_every_isa([](isa) {
+        operand_source source;
+        renderer host(1, {0, 96, n, 0, 0, 0});
+        words filters(2 * n);
+        s32 in_use = 29;
+        for (const s32 q : {20, 31, 30, 1, 0, -1, -31, -32, -63, -64, 32, 33, 62, 63, 64, 65,
+                            INT32_MIN, INT32_MAX, 29}) {
+            host.front->state->hrtf->info->q_format = q;
+            for (const bool is_read : {false, true}) {
+                SCOPED_TRACE(is_read ? q : in_use);
+                if (is_read) {
+                    ASSERT_EQ(0u, hrtf_filt_front_initialize(host.front));
+                    in_use = q;
+                }
+                for (s32 &w : host.inputs[0]) w = source.next<s32>();
+                for (s32 &w : filters) w = source.next<s32>();
+                for (u32 ear : {0u, 1u})
+                    host.front->state->sources[0].filter[ear] = &filters[ear * n];
+                host.clear_spectra();
+                ASSERT_EQ(0u, host.play_front());
+                for (u32 ear : {0u, 1u}) {
+                    const words term = model_front(host.input[0], &filters[ear * n], in_use);
+                    ASSERT_TRUE(std::equal(term.begin(), term.end(), host.spectrum[ear].begin()));
+                }
+                ASSERT_TRUE(host.intact());
+            }
+        }
+    });
 }
 
 TEST(HrtfRender, CrossfadeIsLinear) {

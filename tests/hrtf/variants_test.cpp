@@ -73,16 +73,17 @@ void check_crossfade(const hrtf_kernels &kernels, operand_source &draw, s32 offs
         [&](s32 i, s32 x) { return faded(i, x, samples[i]); });
 }
 
-/* The 64-bit sum of products, and from it the 32 bits from bit 29, rounded half up. */
-s64 filtered(const s32 *x, const s32 *gain, s32 part) {
+/* The 64-bit sum of products, and from it the 32 bits from bit q, rounded half up. */
+s64 filtered(const s32 *x, const s32 *gain, s32 part, s64 q) {
     const auto times = [&](s32 i, s32 k) { return s64{x[i]} * gain[k]; };
     const s64 cross = times(1, part == 0 ? 1 : 0);
     const s64 sum = sum64(times(0, part), part == 0 ? -cross : cross);
-    return wrap(floor_div(sum, 1 << 29) + (sum >> 28 & 1));
+    return wrap(rounded64(sum, -q));
 }
 
 /* The ears may be the same, and all words may be -2^31, whose products make 2^63. */
-void check_filters(const hrtf_kernels &kernels, operand_source &draw, bool extreme, bool same_ear) {
+void check_filters(const hrtf_kernels &kernels, operand_source &draw, bool extreme, bool same_ear,
+                   s32 q) {
     constexpr s32 half = 128;
     words x = operands<s32>(draw, 2 * half), gains = operands<s32>(draw, 4 * half + 1);
     if (extreme) std::fill(x.begin(), x.end(), INT32_MIN);
@@ -91,12 +92,12 @@ void check_filters(const hrtf_kernels &kernels, operand_source &draw, bool extre
     for (s32 ear : {0, 1}) {
         s32 *sum = &expected[same_ear ? 0 : static_cast<u32>(ear * (2 * half + 1))];
         for (s32 i = 0; i < 2 * half; ++i)
-            sum[i] =
-                wrap(sum[i] + filtered(&x[static_cast<u32>(i & ~1)],
-                                       &gains[static_cast<u32>(ear * 2 * half + (i & ~1))], i & 1));
+            sum[i] = wrap(sum[i] + filtered(&x[static_cast<u32>(i & ~1)],
+                                            &gains[static_cast<u32>(ear * 2 * half + (i & ~1))],
+                                            i & 1, q));
     }
     s32 *const ears[] = {&actual[0], &actual[same_ear ? 0 : 2 * half + 1]};
-    kernels.add_filtered(ears, x.data(), {{gains.data(), gains.data() + 2 * half}}, half);
+    kernels.add_filtered(ears, x.data(), {{gains.data(), gains.data() + 2 * half}}, half, q);
     ASSERT_EQ(expected, actual);
 }
 
@@ -109,7 +110,9 @@ TEST(HrtfVariants, FollowTheDefinitions) {
                 ASSERT_NO_FATAL_FAILURE(check_blocks(kernels, draw, count, offset));
             ASSERT_NO_FATAL_FAILURE(check_crossfade(kernels, draw, offset));
             for (const bool same_ear : {false, true})
-                ASSERT_NO_FATAL_FAILURE(check_filters(kernels, draw, offset == 0, same_ear));
+                for (const s32 q : {29, 29, 29, 1, 20, 31, 32, 63, 64, 0, -31, INT32_MIN})
+                    ASSERT_NO_FATAL_FAILURE(check_filters(kernels, draw, offset == 0, same_ear, q))
+                        << "Q" << q;
         }
     });
 }

@@ -34,6 +34,9 @@ constexpr s64 scaled64(s64 v, s64 n) {
     return scaled(v, std::min<s64>(n, 0));
 }
 
+/* floor(v 2^n + 1/2) in two steps, modulo 2^64: the last bit falls after one was added. */
+constexpr s64 rounded64(s64 v, s64 n) { return scaled(sum64(scaled64(v, n + 1), 1), -1); }
+
 /* The high half of v, rounded half up and saturated. */
 constexpr s64 high_rounded(s64 v) { return scaled(clamp32(v + 0x8000), -16); }
 
