@@ -17,8 +17,8 @@
  *                  stride = 1024 / N.
  *
  * Results follow from the words of the tables alone, whatever they are. By the tables above, and
- * with log2 N + 3 bits of headroom (3 in the scaled inverses), the transforms take their shortest
- * way.
+ * with log2 N + 3 bits of headroom (3 in the scaled inverses), nothing saturates or wraps and the
+ * transforms take their shortest way: h bits of headroom are words within +-2^(31 - h).
  *
  * All buffers need the alignment of an s32 only. Nothing is allocated. A size that is no power of
  * two or outside the stated range, or a stride outside 1 to 1024 / N, returns at once and writes

@@ -11,6 +11,10 @@
  * azimuth a arrives at the front. The effect is linear, so any normalisation of the first-order
  * channels works that scales Y, Z and X alike; the focus weights are made for SN3D.
  *
+ * Outputs saturate. A channel can become 1.74 times as loud as the loudest one of the input (4.8
+ * dB, where Y, Z and X peak together): a field that is nearer to full scale than that and may not
+ * clip wants to be lowered by a bit first.
+ *
  * Use (examples/effect.c is a whole program):
  *
  *     hoa_effect_config config = {48000, 1, 0, 0, 32, 0};

@@ -108,7 +108,8 @@ EARSHOT_API s32 s32_mult_s32_s32_shr28(s32 a, s32 b);
  *   ROLLOFF_INVERSE                       0x08000000 x A x (m / distance - m / maximum)
  *
  * m is minimum, at least 1.0. A is 1.0 for m = 1.0, else 10^(-102 (m - 1.0) / 2^10) by exp10_fixed
- * with m in units: a larger minimum lowers the whole curve, by 2 dB a unit. Never negative.
+ * with m in units: a larger minimum lowers the whole curve, by 2 dB a unit. Never negative. The
+ * target of a 16-bit panner is gain >> 13, but 32767 for 1.0.
  */
 EARSHOT_API s32 rolloff_gain(s32 *gain, s32 distance, s32 minimum, s32 maximum, u32 model);
 

@@ -29,7 +29,7 @@ s32 clamp(s64 x) { return wrap(clamp32(x)); }
 
 /* Both ends with all that they use. */
 struct renderer {
-    renderer(u32 sources, const hrtf_filt_back_config &config, bool shifted = false)
+    renderer(u32 sources, const hrtf_filt_back_config &config, bool shifted = false, u32 tables = 0)
         : length(config.frame_length), pairs(config.interleaved != 0),
           is_slim(config.format == 2), spectrum{guarded<s32>(2 * bins, shifted),
                                                 guarded<s32>(2 * bins, shifted)},
@@ -37,7 +37,7 @@ struct renderer {
           back_scratch(2 * n, shifted), wide{guarded<s32>(pairs ? 2 * length : length, shifted),
                                              guarded<s32>(length, shifted)},
           slim{guarded<s16>(pairs ? 2 * length : length, shifted), guarded<s16>(length, shifted)} {
-        const hrtf_filt_front_config front_config = {0, 48000, sources, 0, 0};
+        const hrtf_filt_front_config front_config = {tables, 48000, sources, 0, 0};
         hrtf_requirement need;
         EXPECT_EQ(0u, hrtf_filt_front_get_req(0, &need, 1, &front_config));
         blocks.emplace_back(need.static_size / sizeof(void *), shifted);
@@ -285,6 +285,74 @@ TEST(HrtfRender, FramesAreConvolutions) {
         RecordProperty("snr_" + std::to_string(azimuth), std::to_string(snr));
         EXPECT_GT(snr, 120) << azimuth;
     }
+}
+
+/* The same samples, lowered by guard bits, from every source of the host, which are all in one
+ * place; relative to full scale. */
+struct outcome {
+    double peak = 0;  // of the left ear
+    double error = 0; // the largest one, against the convolution clipped at full scale
+};
+
+outcome play_loud(renderer &host, const words &samples, int guard) {
+    const std::vector<double> h = response(host.front->state->sources[0].filter[0]);
+    outcome found;
+    for (u32 start = 0; start + n <= samples.size(); start += host.length) {
+        for (auto &input : host.inputs)
+            for (u32 i = 0; i < n; ++i) input[i] = samples[start + i] >> guard;
+        host.clear_spectra();
+        EXPECT_EQ(0u, host.play_front());
+        EXPECT_EQ(0u, host.play_back());
+        for (u32 i = 0; i < host.length; ++i) {
+            double y = 0;
+            for (u32 t = 0; t < half; ++t) y += h[t] * (samples[start + half + i - t] >> guard);
+            y = std::clamp(y * static_cast<double>(host.inputs.size()), -0x1p31, 0x1p31 - 1);
+            found.peak = std::max(found.peak, std::abs(host.output(0, i) * 0x1p-31));
+            found.error = std::max(found.error, std::abs(host.output(0, i) - y) * 0x1p-31);
+        }
+    }
+    return found;
+}
+
+/* The bits of headroom that hrtf.h asks for, at the filters with the largest sums of |h| and with
+ * the samples that add all of it up: nothing clips. One bit less clips, and does not wrap. */
+TEST(HrtfRender, LevelRuleHoldsAtTheWorst) {
+    struct {
+        u32 tables, sources;
+        s32 azimuth, elevation;
+        int bits;
+        double reached; // of full scale: the sum of |h| times the sources over 2^bits
+    } const cases[] = {{0, 1, 100, -10, 3, 0.95},
+                       {0, 16, 100, -10, 7, 0.95},
+                       {2, 1, 5, 0, 2, 0.81},
+                       {2, 25, 5, 0, 7, 0.63}};
+    for (const auto &c : cases) {
+        SCOPED_TRACE(c.tables * 100 + c.sources);
+        for (const u32 length : {96u, 128u}) {
+            renderer host(c.sources, {1, length, n, 0, 32, 0}, false, c.tables);
+            for (u32 k = 0; k < c.sources; ++k)
+                ASSERT_EQ(0u, host.place(k, c.azimuth, c.elevation));
+            const auto h = response(host.front->state->sources[0].filter[0]);
+            words samples(1000);
+            for (u32 i = 0; i < samples.size(); ++i)
+                samples[i] = h[(half - 1) - i % half] < 0 ? INT32_MIN : INT32_MAX;
+            const outcome safe = play_loud(host, samples, c.bits);
+            EXPECT_NEAR(c.reached, safe.peak, 0.01);
+            EXPECT_LT(safe.error, 1e-4);
+            EXPECT_LT(play_loud(host, samples, c.bits - 1).error, 1e-4);
+        }
+    }
+}
+
+/* Why the rule is there: without it loud tones make jumps. */
+TEST(HrtfRender, SumsWrapWithoutHeadroom) {
+    renderer host(16, {1, 96, n, 0, 32, 0});
+    for (u32 k = 0; k < 16; ++k) ASSERT_EQ(0u, host.place(k, 100, -10));
+    words square(1000);
+    for (u32 i = 0; i < square.size(); ++i) square[i] = i / 12 % 2 ? 1932735283 : -1932735283;
+    EXPECT_LT(play_loud(host, square, 7).error, 1e-4);
+    EXPECT_LT(play_loud(host, square, 6).error, 1e-4);
+    EXPECT_GT(play_loud(host, square, 0).error, 1.0);
 }
 
 /* Energy above 4 kHz of a 1 kHz tone whose direction is random in every frame. */
