@@ -12,18 +12,20 @@ add_library(earshot_objects OBJECT
   filters/all_pass.cpp
   filters/biquad.cpp
   filters/dc_block.cpp
+  hoa_effect/instance.cpp
   hoa_effect/layout.cpp
   hoa_effect/matrices.cpp
   hoa_effect/mix.cpp
   hoa_effect/mix_scalar.cpp
-  hoa_effect/instance.cpp
   hoa_effect/process.cpp
-  hrtf/back.cpp
+  hrtf/back_instance.cpp
+  hrtf/back_process.cpp
   hrtf/crossfade.cpp
-  hrtf/front.cpp
+  hrtf/front_instance.cpp
+  hrtf/front_process.cpp
+  hrtf/instance.cpp
   hrtf/kernels.cpp
   hrtf/kernels_scalar.cpp
-  hrtf/instance.cpp
   hrtf/selection.cpp
   hrtf/table_groups.cpp
   hrtf/tables.S

@@ -1,4 +1,4 @@
-"""Checks what libearshot.so shows, needs and can write to.
+"""Checks what libearshot.so shows and by which version, what it needs and can write to.
 
 usage: check_binary.py READELF LIBRARY SYMBOL_MAP
 """
@@ -9,6 +9,7 @@ import sys
 readelf, library, symbol_map = sys.argv[1:]
 WRITABLE = {"giOverflow", "giOldOverflow", "invTable", "_ZN7earshot12_GLOBAL__N_16activeE"}
 START_UP = re.compile(r"^(completed\.\d+|__dso_handle|__TMC_END__)$")
+VERSION = "@EARSHOT_1"  # behind the first @
 NEEDED = re.compile(r"^(libc\.so\.6|libm\.so\.6|ld-linux[-.\w]*)$")
 
 
@@ -18,11 +19,11 @@ def run(*options):
 
 
 def symbols(option):
-    """(name, section index, binding) of every function and object in a table."""
+    """(name and version, section index, binding) of every function and object in a table."""
     for line in run(option).splitlines():
         f = line.split()
         if len(f) > 7 and re.match(r"^\d+:$", f[0]) and f[3] in ("FUNC", "IFUNC", "OBJECT", "TLS"):
-            yield f[7].split("@")[0], f[6], f[4]
+            yield f[7], f[6], f[4]
 
 
 def writable_sections():
@@ -36,8 +37,10 @@ faults = []
 
 with open(symbol_map, encoding="ascii") as file:
     expected = set(re.findall(r"^\s+(\w+);$", file.read(), re.M))
-exported = {name for name, section, binding in symbols("--dyn-syms")
-            if section != "UND" and binding != "LOCAL"}
+versioned = [name.partition("@") for name, section, binding in symbols("--dyn-syms")
+             if section not in ("UND", "ABS") and binding != "LOCAL"]  # ABS: the version itself
+exported = {name for name, _, _ in versioned}
+faults += [f"exported without the default version: {n}" for n, _, v in versioned if v != VERSION]
 faults += [f"exported but not listed: {n}" for n in sorted(exported - expected)]
 faults += [f"listed but not exported: {n}" for n in sorted(expected - exported)]
 
@@ -46,7 +49,7 @@ faults += [f"needs {n}" for n in needed if not NEEDED.match(n)]
 
 sections = writable_sections()
 faults += [f"writable section: {s}" for s in sections.values() if s not in (".data", ".bss")]
-writable = {name for name, section, _ in symbols("--syms") if section in sections}
+writable = {name.split("@")[0] for name, section, _ in symbols("--syms") if section in sections}
 faults += [f"writable data: {n}" for n in sorted(writable - WRITABLE) if not START_UP.match(n)]
 faults += [f"not found as writable data: {n}" for n in sorted(WRITABLE - writable)]
 

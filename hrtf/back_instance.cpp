@@ -1,9 +1,6 @@
-// The back end: from two ear spectra to the samples of two ears.
-#include "fft/real.hpp"
+// The interface of back end instances: requirements, instances, parameters.
 #include "hrtf/instance.hpp"
-#include "hrtf/kernels.hpp"
 #include "kernel/memory.hpp"
-#include "kernel/saturate.hpp"
 
 namespace earshot {
 namespace {
@@ -22,8 +19,6 @@ static_assert(static_size == 312);
 
 constexpr u32 second_requirement = 1024;
 constexpr u32 version_word = 0;
-constexpr u32 fade = HRTF_CROSSFADE_FRAMES;
-constexpr u32 format_s16 = 2;
 
 // The samples of ear 0, then those of ear 1.
 constexpr u32 scratch_size_for(u32 fft_size) { return 2 * fft_size * u32{sizeof(s32)}; }
@@ -138,91 +133,6 @@ u32 get(const instance_t *instance, u32 id, void *payload) {
     }
 }
 
-// --- Processing ---------------------------------------------------------------------------------
-
-constexpr u32 at_most(u32 count, u32 limit) { return count < limit ? count : limit; }
-
-// The second half of the block is the frame and then, for the tail, what it would go on with. Both
-// end with the block, however long the frame is; samples beyond count as zeros.
-struct extent {
-    u32 frame, tail;
-};
-
-constexpr extent extent_of(const config_t &config) {
-    const u32 half = config.fft_size / 2, frame = at_most(config.frame_length, half);
-    return {frame, at_most(fade, half - frame)};
-}
-
-void fade_and_save_tails(const hrtf_kernels &kernels, state_t *state, s32 *const *ears,
-                         const extent &present) {
-    constexpr u32 tail_size = sizeof state->tail[0];
-    for (u32 c = 0; c < 2; ++c) {
-        s32 *tail = state->tail[c];
-        if (state->changed == 1) kernels.crossfade(ears[c], tail, ears[c]);
-        memset(tail, 0, tail_size);
-        memscpy(tail, tail_size, ears[c] + present.frame, present.tail * u32{sizeof *tail});
-    }
-    if (state->changed == 1) state->changed = 0;
-}
-
-void write_one(const hrtf_kernels &, s32 *out, const s32 *ear, u32 count) {
-    memcpy(out, ear, count * sizeof *out);
-}
-void write_one(const hrtf_kernels &kernels, s16 *out, const s32 *ear, u32 count) {
-    kernels.narrow(out, ear, static_cast<s32>(count));
-}
-void write_both(const hrtf_kernels &kernels, s32 *out, s32 *const *ears, u32 count) {
-    kernels.interleave(out, ears[0], ears[1], static_cast<s32>(count));
-}
-void write_both(const hrtf_kernels &kernels, s16 *out, s32 *const *ears, u32 count) {
-    kernels.interleave_narrow(out, ears[0], ears[1], static_cast<s32>(count));
-}
-
-// Frames longer than what is present end with zeros.
-template <class Sample>
-void write_ears(const hrtf_kernels &kernels, const hrtf_ear_outputs *outputs, s32 *const *ears,
-                const config_t &config) {
-    const u32 present = extent_of(config).frame, missing = config.frame_length - present;
-    if (config.interleaved != 0) {
-        Sample *out = static_cast<Sample *>(outputs->ear[0]);
-        write_both(kernels, out, ears, present);
-        memset(out + 2 * size_t{present}, 0, 2 * size_t{missing} * sizeof *out);
-        return;
-    }
-    for (u32 c = 0; c < 2; ++c) {
-        Sample *out = static_cast<Sample *>(outputs->ear[c]);
-        write_one(kernels, out, ears[c], present);
-        memset(out + present, 0, size_t{missing} * sizeof *out);
-    }
-}
-
-u32 process(instance_t *instance, u32 sample_count, const hrtf_ear_outputs *outputs, u32 bin_count,
-            const hrtf_ear_spectra *spectra) {
-    if (!has_state(instance) || outputs == nullptr || spectra == nullptr) return EARSHOT_BAD_MEMORY;
-    state_t *state = instance->state;
-    const config_t &config = state->config;
-    const u32 n = config.fft_size, half = n / 2;
-    if (sample_count != config.frame_length || bin_count != half + 1) return EARSHOT_BAD_VALUE;
-    if (instance->scratch_ptr == nullptr) return EARSHOT_BAD_MEMORY;
-
-    const extent present = extent_of(config);
-    const hrtf_kernels &kernels = hrtf_kernels_for(active_isa());
-    s32 *ears[2];
-    for (u32 c = 0; c < 2; ++c) {
-        s32 *block = static_cast<s32 *>(instance->scratch_ptr) + c * n;
-        rifft_32x32_scaled(spectra->ear[c], static_cast<s32>(n), block);
-        ears[c] = block + half;
-        kernels.restore_level(ears[c], static_cast<s32>(present.frame + present.tail),
-                              static_cast<s32>(at_most(state->level_shift, 31)));
-    }
-    if (config.crossfade == 1) fade_and_save_tails(kernels, state, ears, present);
-    if (config.format == format_s16)
-        write_ears<s16>(kernels, outputs, ears, config);
-    else
-        write_ears<s32>(kernels, outputs, ears, config);
-    return EARSHOT_OK;
-}
-
 } // namespace
 } // namespace earshot
 
@@ -254,11 +164,6 @@ u32 hrtf_filt_back_set(hrtf_filt_back_instance *instance, u32 param_id, const vo
 }
 u32 hrtf_filt_back_get(hrtf_filt_back_instance *instance, u32 param_id, void *payload) {
     return earshot::get(instance, param_id, payload);
-}
-u32 hrtf_filt_back_process(hrtf_filt_back_instance *instance, u32 sample_count,
-                           const hrtf_ear_outputs *outputs, u32 bin_count,
-                           const hrtf_ear_spectra *spectra) {
-    return earshot::process(instance, sample_count, outputs, bin_count, spectra);
 }
 
 } // extern "C"

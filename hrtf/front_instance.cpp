@@ -1,10 +1,8 @@
-// The front end: sources, their filters, and the sum of their filtered spectra.
-#include "fft/real.hpp"
+// The interface of front end instances: requirements, instances, sources and their filters,
+// parameters.
 #include "hrtf/instance.hpp"
-#include "hrtf/kernels.hpp"
 #include "hrtf/selection.hpp"
 #include "kernel/memory.hpp"
-#include "kernel/saturate.hpp"
 
 namespace earshot {
 namespace {
@@ -224,53 +222,6 @@ u32 get(const instance_t *instance, u32 id, void *payload) {
     }
 }
 
-// --- Processing ---------------------------------------------------------------------------------
-
-// product / 2^q, truncated and saturated; any q.
-s32 scaled_down(s64 product, s32 q) {
-    return q < 0 ? shift_left_sat32(product, -s64{q})
-                 : ARM_s32_saturate_s64(shift_right(product, q));
-}
-
-// Bins 0 and n/2 are real, as are their gains, which share entry 0 of a filter. Their products are
-// truncated and saturate; those of all other bins are rounded and wrap, as all sums do.
-void add_real_bin(s32 *sum, s32 value, s32 gain, s32 q) {
-    *sum = wrap_add(*sum, scaled_down(s64{value} * gain, q));
-}
-
-void add_source(const state_t *state, const source_t &source, const s32 *input, s32 *spectrum,
-                s32 *const *ears) {
-    const s32 n = state->fft_size, q = state->q_format;
-    // The shift is the headroom that keeps the transform from saturating.
-    rfft_of_shifted(input, state->input_shift, n, spectrum);
-    const s32 dc = spectrum[0], nyquist = spectrum[n];
-    spectrum[0] = 0; // so that the kernel may take bin 0 for any other
-    hrtf_kernels_for(active_isa())
-        .add_filtered(ears, spectrum, {{source.filter[0], source.filter[1]}}, n / 2, q);
-    for (u32 c = 0; c < 2; ++c) {
-        add_real_bin(ears[c], dc, source.filter[c][0], q);
-        add_real_bin(ears[c] + n, nyquist, source.filter[c][1], q);
-    }
-}
-
-u32 process(instance_t *instance, u32 bin_count, const hrtf_ear_spectra *spectra, u32 sample_count,
-            const s32 *const *inputs) {
-    if (!has_state(instance)) return EARSHOT_BAD_MEMORY;
-    const state_t *state = instance->state;
-    const u32 n = static_cast<u32>(state->fft_size);
-    if (sample_count != n || bin_count != n / 2 + 1) return EARSHOT_BAD_VALUE;
-    if (spectra == nullptr || inputs == nullptr) return EARSHOT_BAD_MEMORY;
-    if (state->active == 0) return EARSHOT_OK;
-    if (instance->scratch_ptr == nullptr) return EARSHOT_BAD_MEMORY;
-    for (u32 i = 0; i < state->active; ++i)
-        for (const s32 *filter : state->sources[i].filter)
-            if (filter == nullptr) return EARSHOT_BAD_MEMORY;
-    s32 *scratch = static_cast<s32 *>(instance->scratch_ptr);
-    for (u32 i = 0; i < state->active; ++i)
-        add_source(state, state->sources[i], inputs[i], scratch, spectra->ear);
-    return EARSHOT_OK;
-}
-
 } // namespace
 } // namespace earshot
 
@@ -302,11 +253,6 @@ u32 hrtf_filt_front_set(hrtf_filt_front_instance *instance, u32 param_id, void *
 }
 u32 hrtf_filt_front_get(hrtf_filt_front_instance *instance, u32 param_id, void *payload) {
     return earshot::get(instance, param_id, payload);
-}
-u32 hrtf_filt_front_process(hrtf_filt_front_instance *instance, u32 bin_count,
-                            const hrtf_ear_spectra *spectra, u32 sample_count,
-                            const s32 *const *inputs) {
-    return earshot::process(instance, bin_count, spectra, sample_count, inputs);
 }
 
 } // extern "C"
