@@ -4,7 +4,7 @@
  * The front end takes a window of 256 samples of every source, transforms it, multiplies it by the
  * head-related filters of the source's direction, one for each ear, and adds the products to two
  * ear spectra. The back end transforms the sums back and writes L samples for each ear, L = 96 or
- * 128. Samples are 32-bit words, Q31, at 48000 Hz. examples/renderer.c does all of the following.
+ * 128. Samples are 32-bit words, Q31, at 48000 Hz. examples/renderer.c is a whole program.
  *
  * Frames. Filters have 128 taps. The window of the frame that begins at sample s of the sources
  * begins 128 samples earlier, the lead, and ends at sample s + 127:
