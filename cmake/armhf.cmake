@@ -1,11 +1,5 @@
-# Debian's cross compiler for 32-bit ARM; what it builds runs through qemu-arm.
-set(CMAKE_SYSTEM_NAME Linux)
+# 32-bit ARM, hard float.
 set(CMAKE_SYSTEM_PROCESSOR armv7l)
-set(CMAKE_C_COMPILER arm-linux-gnueabihf-gcc)
-set(CMAKE_CXX_COMPILER arm-linux-gnueabihf-g++)
-set(CMAKE_CROSSCOMPILING_EMULATOR qemu-arm;-L;/usr/arm-linux-gnueabihf)
-set(CMAKE_FIND_ROOT_PATH /usr/arm-linux-gnueabihf)
-set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
-set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)
-set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE ONLY)
-set(CMAKE_FIND_ROOT_PATH_MODE_PACKAGE ONLY)
+set(EARSHOT_TRIPLET arm-linux-gnueabihf)
+set(EARSHOT_EMULATOR qemu-arm)
+include(${CMAKE_CURRENT_LIST_DIR}/debian_cross.cmake)

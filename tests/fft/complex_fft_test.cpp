@@ -44,7 +44,7 @@ TEST(complex_fft, is_accurate) {
     operand_source draw;
     for (s32 n = 16; n <= 1024; n *= 2) {
         const int bits = std::countr_zero(u32(n));
-        const number units = 1.5L * std::sqrt(number(n));
+        const number units = 1.5 * std::sqrt(number(n));
         const words low = fft.input(draw, n, 0, bits + 1), high = fft.input(draw, n, 0, 1);
         const words spectrum = fft.output(low, n);
         expect_accuracy(spectrum, dft(low, -1, 1), units, 185 - 6 * bits);

@@ -44,7 +44,7 @@ TEST(real_fft, is_accurate) {
             times_n.push_back(number(v) * n);
         }
         expect_accuracy(spectrum, dft(complex_in, -1, 1), std::sqrt(number(n)), 184 - 6 * bits);
-        expect_accuracy(rifft.output(spectrum, n), times_n, 1.5L * n, 174 - 6 * bits);
+        expect_accuracy(rifft.output(spectrum, n), times_n, 1.5 * n, 174 - 6 * bits);
         expect_accuracy(scaled_rifft.output(spectrum, n), {in.begin(), in.end()}, 3,
                         174 - 6 * bits);
     }

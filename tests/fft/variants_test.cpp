@@ -21,13 +21,13 @@ s32 border_of(kind is, s32 n, bool real) {
 /* Words of the largest magnitude in the phase of some bin, of all or at random, or at random. */
 words loudest(operand_source &draw, u32 count, s32 border, int sort) {
     const s64 high = (s64{1} << border) - 1, low = -high - 1;
-    const auto k = static_cast<number>(sort < 4 ? draw.below(4) * count / 8 : draw.below(count));
+    const u64 k = sort < 4 ? draw.below(4) * count / 8 : draw.below(count);
+    const u64 eighth = count / 2; /* of a turn: so many bins make one, and begin there */
     words result(count);
     for (u32 i = 0; i < count; ++i) {
-        const number angle = 4 * pi * k * number(i / 2) / count + pi / 4;
-        const number wave = i % 2 ? std::sin(angle) : std::cos(angle);
+        const u64 angle = 8 * k * (i / 2) + (i % 2 ? 1 : 3) * eighth; /* a cosine's as a sine's */
         const s32 any = static_cast<s32>(draw.below(u64{1} << 32)) >> (31 - border);
-        const s64 extreme = wave < 0 ? low : high;
+        const s64 extreme = angle % (8 * eighth) <= 4 * eighth ? high : low;
         result[i] = static_cast<s32>(sort % 4 == 3                     ? any
                                      : draw.below(u64(sort) * 100 + 2) ? extreme
                                                                        : any);
