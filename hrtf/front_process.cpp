@@ -12,8 +12,10 @@ using instance_t = hrtf_filt_front_instance;
 using state_t = hrtf_filt_front_state;
 using source_t = hrtf_filt_front_source;
 
-// product / 2^q, truncated and saturated; any q.
+// product / 2^q, truncated and saturated; any q. That of the library's own filters is a constant,
+// because 32-bit machines take a while for a variable shift of 64 bits.
 s32 scaled_down(s64 product, s32 q) {
+    if (q == filter_q) return ARM_s32_saturate_s64(product >> filter_q);
     return q < 0 ? shift_left_sat32(product, -s64{q})
                  : ARM_s32_saturate_s64(shift_right(product, q));
 }
