@@ -1,5 +1,6 @@
 """What cannot be done: one line that says which and why, the exit code, and no file left."""
 
+import json
 import os
 import resource
 import signal
@@ -161,18 +162,43 @@ class OutputFailures(ToolTest):
     def test_places(self):
         self.write("in.wav", FIELD)
         self.write("old.wav", b"old")
-        os.symlink("in.wav", "link.wav")
         self.fails(2, "none/out.wav: No such file or directory", "rotate", "in.wav", "-o",
                    "none/out.wav")
         self.fails(2, "/dev/full: No space left on device", "rotate", "in.wav", "-o", "/dev/full")
-        self.fails(2, "link.wav: is also the input and cannot be written in place", "rotate",
-                   "in.wav", "-o", "link.wav")
-        self.assertEqual(self.read("in.wav"), FIELD)
         os.mkfifo("pipe.wav")
         reader = subprocess.Popen(["cat", "pipe.wav"], stdout=subprocess.PIPE)
         self.fails(1, "pipe.wav: only AU (.au) and --raw can be written to a pipe", "rotate",
                    "in.wav", "-o", "pipe.wav")
         self.assertEqual(reader.communicate()[0], b"")
+
+    def test_no_input_is_replaced(self):
+        """Under none of its names, in no command, and whatever kind of input it is."""
+        place = {"direction": [0, 0]}
+        scene = {"version": 1, "sources": [
+            {"file": "mono.wav", **place}, {"file": "mono.wav", "track": "track.csv"}]}
+        inputs = {"field.wav": FIELD, "mono.wav": MONO, "keys.csv": b"0,10,0\n",
+                  "track.csv": b"time,azimuth,elevation\n0,0,0\n",
+                  "scene.json": json.dumps(scene).encode()}
+        for name, data in inputs.items():
+            self.write(name, data)
+        keys = ["--keyframes", "keys.csv"]
+        for output, *args in [
+                ("field.wav", "rotate", "field.wav"), ("keys.csv", "rotate", "field.wav", *keys),
+                ("field.wav", "binauralize", "field.wav"),
+                ("keys.csv", "binauralize", "field.wav", *keys),
+                ("mono.wav", "encode", "mono.wav"), ("mono.wav", "render", "-s", "mono.wav@0,0"),
+                ("mono.wav", "render", "scene.json", "--normalize"),
+                ("track.csv", "render", "scene.json"), ("scene.json", "render", "scene.json")]:
+            os.link(output, "hard")
+            os.symlink(output, "soft")
+            for name in output, "./" + output, "hard", "soft":
+                with self.subTest(name=name, args=args):
+                    self.fails(2, name + ": is also an input and is not replaced; name another "
+                                         "output", *args, "-o", name, "--raw")
+            os.unlink("hard")
+            os.unlink("soft")
+        for name, data in inputs.items():
+            self.assertEqual(self.read(name), data)
 
     def test_results_that_cannot_be_printed(self):
         self.write("in.wav", FIELD)
@@ -197,7 +223,12 @@ class OutputFailures(ToolTest):
 
     def test_signals_remove_the_unfinished_file(self):
         self.write("old.wav", b"old")
-        for number in signal.SIGINT, signal.SIGTERM, signal.SIGHUP:
+        core_file = resource.getrlimit(resource.RLIMIT_CORE)
+        resource.setrlimit(resource.RLIMIT_CORE, (0, core_file[1]))
+        self.addCleanup(resource.setrlimit, resource.RLIMIT_CORE, core_file)
+        for number in (signal.SIGINT, signal.SIGTERM, signal.SIGHUP, signal.SIGQUIT,
+                       signal.SIGALRM, signal.SIGUSR1, signal.SIGXCPU, signal.SIGABRT,
+                       signal.SIGRTMIN):
             with self.subTest(number=number):
                 # A shell's background jobs ignore some signals, and the tool respects that.
                 process = subprocess.Popen(

@@ -106,9 +106,6 @@ class Rendering(SceneTest):
         second = self.tool("render", "-", "-o", "o.flac", "--digest", data=text(scene)).split()
         self.assertEqual((first[0], first[1], second[1]), (second[0], b"out.wav", b"o.flac"))
         self.assertEqual(self.info("out.wav")["frames"], "4127")
-        # A source may be replaced by what is made of it.
-        self.tool("render", "scene.json", "-o", "mono.wav", "--digest")
-        self.assertEqual(self.info("mono.wav")["channels"], "2")
 
     def test_more_sources_than_files_may_be_open(self):
         many = [{"file": "mono.wav", "gain": -60, "direction": [k, 0]} for k in range(300)]

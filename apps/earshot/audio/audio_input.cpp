@@ -11,6 +11,7 @@
 #include "audio/output_format.hpp"
 #include "console.hpp"
 #include "error.hpp"
+#include "input_files.hpp"
 
 namespace earshot_tool {
 
@@ -84,7 +85,7 @@ void audio_input::open_descriptor() {
     if (fstat(descriptor_, &status) != 0) throw processing_error(name_, system_cause(errno));
     if (S_ISDIR(status.st_mode)) throw processing_error(name_, system_cause(EISDIR));
     if (isatty(descriptor_) == 1) throw processing_error(name_, "is a terminal, not audio");
-    identity_ = {status.st_dev, status.st_ino};
+    note_input(descriptor_);
     seekable_ = lseek(descriptor_, 0, SEEK_CUR) >= 0;
 }
 

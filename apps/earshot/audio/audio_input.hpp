@@ -5,20 +5,11 @@
 #include <vector>
 
 #include <sndfile.h>
-#include <sys/types.h>
 
 #include "scene/rendering/looping_source.hpp"
 #include "scene_library.hpp"
 
 namespace earshot_tool {
-
-// What tells one file from another, whatever it is called.
-struct file_identity {
-    dev_t device;
-    ino_t inode;
-
-    bool operator==(const file_identity &) const = default;
-};
 
 class audio_input : public rewindable_source {
   public:
@@ -36,7 +27,6 @@ class audio_input : public rewindable_source {
     void rewind() override; // of a file that is seekable
 
     const std::string &name() const { return name_; }
-    file_identity identity() const { return identity_; }
     bool is_seekable() const { return seekable_; } // and so can be read once more
     s64 position() const { return position_; }     // frames read since the beginning
     int width() const;                             // bits of a sample; 8-bit formats count as 16
@@ -58,7 +48,6 @@ class audio_input : public rewindable_source {
     int descriptor_ = -1;
     bool seekable_ = true;
     bool open_ended_ = false;
-    file_identity identity_{};
     SF_INFO info_{};
     SNDFILE *file_ = nullptr;
     std::vector<double> floating_;

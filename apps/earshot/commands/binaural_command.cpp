@@ -174,9 +174,7 @@ void run_binaural(const binaural_options &options,
     work->stream->set_level(level, full_scale(options.output));
 
     // Nothing is written before all that can be checked has been.
-    std::vector<file_identity> identities;
-    for (const auto &input : work->inputs) identities.push_back(input->file().identity());
-    audio_output output(options.output, format, identities, work->stream->frames());
+    audio_output output(options.output, format, work->stream->frames());
     drain(*work->stream, out,
           [&](const s32 *pairs, std::size_t frames) { output.write(pairs, frames); });
     output.finish();

@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "audio/audio_input.hpp"
 #include "audio/channel_picker.hpp"
 #include "audio/resampler.hpp"
 #include "options.hpp"
