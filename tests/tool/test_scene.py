@@ -6,7 +6,7 @@ import os
 import subprocess
 import unittest
 
-from harness import EARSHOT, ToolTest, channels_of, main, noise, unpack, wav
+from harness import EARSHOT, NOT_AUDIO, ToolTest, channels_of, main, noise, unpack, wav
 
 try:
     import jsonschema
@@ -198,7 +198,7 @@ class Errors(SceneTest):
         for message, source in [
                 (place + "file: folder/none.wav: No such file or directory",
                  {"file": "none.wav", **at}),
-                (place + "file: folder/table.csv: not readable as audio: Format not recognised",
+                (place + "file: folder/table.csv: " + NOT_AUDIO,
                  {"file": "table.csv", **at}),
                 (place + "file: folder/-: No such file or directory", {"file": "-", **at}),
                 (place + 'file: folder/pair.wav: has 2 channels: name one of them with "channel"',
