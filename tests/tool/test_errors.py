@@ -72,6 +72,24 @@ class UsageErrors(ToolTest):
             with self.subTest(args=args):
                 self.fails(1, message, *args, data=FIELD)
 
+    def test_a_sound_is_no_scene(self):
+        self.write("film.wav", MONO)
+        for command in ["render", "film.wav", "-o", "out.wav"], ["bench", "film.wav"]:
+            self.fails(2, "film.wav: is a sound, not a scene; 'render -s film.wav@0,0' places it in "
+                          "front of the listener", *command)
+
+    def test_long_names_lose_their_middle(self):
+        """What is wrong stands at the beginning or at the end of a line."""
+        name = "\u00e9" * 50000
+        for start, end, *args in [
+                (b"earshot: \xc3\xa9", b"\xa9: File name too long\n", "info", name),
+                (b"earshot: --yaw: '\xc3\xa9", b"\xa9' is not a number\n", "rotate", "in.wav",
+                 "-o", "out.wav", "--yaw", name)]:
+            result = self.run_tool(*args)
+            self.assertTrue(result.stderr.startswith(start) and result.stderr.endswith(end))
+            self.assertLess(len(result.stderr), 700)
+            self.assertIn("...", result.stderr.decode())  # no character is cut in two
+
     def test_formats_that_cannot_hold_the_output(self):
         self.write("in.wav", FIELD)
         self.write("mono.wav", MONO)
@@ -80,6 +98,12 @@ class UsageErrors(ToolTest):
                    "out.mp3")
         self.fails(1, "a.wav/out: unknown extension; use " + known, "rotate", "in.wav", "-o",
                    "a.wav/out")
+        self.fails(1, "--output: name a file, or - for standard output", "rotate", "in.wav", "-o",
+                   "")
+        os.mkdir("folder.wav")
+        for raw in [], ["--raw"]:
+            self.fails(1, "folder.wav: is a directory; name a file in it", "rotate", "in.wav",
+                       "-o", "folder.wav", *raw)
         self.fails(1, "out.flac: FLAC holds at most 24 bits here; use --bits 24", "rotate",
                    "in.wav", "-o", "out.flac", "--bits", "32")
         self.fails(1, "out.flac: FLAC holds at most 8 channels, this has 9", "encode", "mono.wav",
