@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include "error.hpp"
+#include "input_files.hpp"
 
 namespace earshot_tool {
 
@@ -19,6 +20,7 @@ class open_file {
     explicit open_file(const std::string &path)
         : descriptor_(path == "-" ? STDIN_FILENO : open(path.c_str(), O_RDONLY | O_CLOEXEC)) {
         if (descriptor_ < 0) throw processing_error(path, system_cause(errno));
+        note_input(descriptor_);
     }
     ~open_file() {
         if (descriptor_ != STDIN_FILENO) close(descriptor_);

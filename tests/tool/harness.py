@@ -1,6 +1,7 @@
 """Runs the tool in an empty directory and makes and reads the samples for it."""
 
 import array
+import ctypes
 import hashlib
 import os
 import random
@@ -11,6 +12,8 @@ import tempfile
 import unittest
 
 EARSHOT = os.environ["EARSHOT"]
+
+NOT_AUDIO = "not audio in a format that is read: WAV, RF64, W64, AIFF, AU, CAF, FLAC, Ogg or MP3"
 
 
 def pack(samples, bits):
@@ -52,6 +55,33 @@ def au(samples, channels, rate=48000, claimed=0xFFFFFFFF):
     return header + struct.pack(">%dh" % len(samples), *samples)
 
 
+# Formats that libsndfile writes, by the name of a file.
+SOUND_FORMATS = {
+    "a.wav": 0x130002, "ima.wav": 0x010012, "a.rf64": 0x220002, "a.w64": 0x0B0002,
+    "a.aiff": 0x020002, "a.caf": 0x180002, "alac.caf": 0x180070, "a.au": 0x030002,
+    "g721.au": 0x030030, "a.flac": 0x170002, "vorbis.ogg": 0x200060, "opus.ogg": 0x200064,
+    "a.mp3": 0x230082}
+
+
+def write_sound(name, samples, channels=1, rate=48000):
+    """Writes 32-bit samples in the format of SOUND_FORMATS through libsndfile."""
+    class Info(ctypes.Structure):
+        _fields_ = [("frames", ctypes.c_int64)] + [
+            (field, ctypes.c_int) for field in ("rate", "channels", "format", "parts", "seekable")]
+
+    library = ctypes.CDLL("libsndfile.so.1")
+    library.sf_open.restype = ctypes.c_void_p
+    library.sf_writef_int.restype = ctypes.c_int64
+    info = Info(0, rate, channels, SOUND_FORMATS[name], 0, 0)
+    write_mode = 0x20
+    file = ctypes.c_void_p(library.sf_open(name.encode(), write_mode, ctypes.byref(info)))
+    assert file, name
+    words = (ctypes.c_int * len(samples))(*samples)
+    frames = len(samples) // channels
+    assert library.sf_writef_int(file, words, ctypes.c_int64(frames)) == frames, name
+    library.sf_close(file)
+
+
 def noise(count, bits, seed, level=0.5):
     """Random samples; at half scale a rotation cannot saturate."""
     generator = random.Random(seed)
@@ -83,9 +113,9 @@ class ToolTest(unittest.TestCase):
         with open(name, "rb") as file:
             return file.read()
 
-    def run_tool(self, *args, data=b"", **kwargs):
+    def run_tool(self, *args, data=b"", limit=120, **kwargs):
         return subprocess.run([EARSHOT, *args], input=data, stdout=subprocess.PIPE,
-                              stderr=subprocess.PIPE, timeout=120, **kwargs)
+                              stderr=subprocess.PIPE, timeout=limit, **kwargs)
 
     def tool(self, *args, data=b"", says=b""):
         """Output of a run that must succeed and say exactly this on stderr."""

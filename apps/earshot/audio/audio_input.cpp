@@ -1,5 +1,6 @@
 #include "audio/audio_input.hpp"
 
+#include <algorithm>
 #include <cerrno>
 #include <cmath>
 
@@ -7,10 +8,10 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "audio/header_length.hpp"
 #include "audio/output_format.hpp"
 #include "console.hpp"
 #include "error.hpp"
+#include "input_files.hpp"
 
 namespace earshot_tool {
 
@@ -19,39 +20,16 @@ namespace {
 constexpr int lowest_rate = 1000;
 constexpr int highest_rate = 768000;
 
-std::string header_log(SNDFILE *file) {
-    std::string log(16384, '\0');
-    const int length = sf_command(file, SFC_GET_LOG_INFO, log.data(), static_cast<int>(log.size()));
-    log.resize(length > 0 ? static_cast<std::size_t>(length) : 0);
-    return log;
-}
-
 std::string library_cause(SNDFILE *file) {
     std::string cause = sf_strerror(file);
     while (!cause.empty() && (cause.back() == '.' || cause.back() == '\n')) cause.pop_back();
     return cause;
 }
 
-bool reads_from_pipe(int format) {
-    const int container = format & SF_FORMAT_TYPEMASK;
-    return container == SF_FORMAT_WAV || container == SF_FORMAT_WAVEX || container == SF_FORMAT_AU;
-}
-
-// Formats whose samples libsndfile takes as they stand, so that they can be read without a header.
-bool is_plain(int format) {
-    switch (format & SF_FORMAT_SUBMASK) {
-    case SF_FORMAT_PCM_U8:
-    case SF_FORMAT_PCM_16:
-    case SF_FORMAT_PCM_24:
-    case SF_FORMAT_PCM_32:
-    case SF_FORMAT_FLOAT:
-    case SF_FORMAT_DOUBLE:
-    case SF_FORMAT_ULAW:
-    case SF_FORMAT_ALAW:
-        return true;
-    default:
-        return false;
-    }
+int mpeg_layer_word(int layer) {
+    return layer == 1   ? SF_FORMAT_MPEG_LAYER_I
+           : layer == 2 ? SF_FORMAT_MPEG_LAYER_II
+                        : SF_FORMAT_MPEG_LAYER_III;
 }
 
 } // namespace
@@ -64,9 +42,9 @@ audio_input::audio_input(const std::string &name) : name_(name == "-" ? "standar
         if (descriptor_ < 0) throw processing_error(name_, system_cause(errno));
     }
     try {
-        open_descriptor();
+        check_descriptor();
         open_stream();
-        check_header();
+        check_rate(info_.samplerate);
     } catch (...) {
         if (file_ != nullptr) sf_close(file_);
         if (descriptor_ != STDIN_FILENO) close(descriptor_);
@@ -75,74 +53,79 @@ audio_input::audio_input(const std::string &name) : name_(name == "-" ? "standar
 }
 
 audio_input::~audio_input() {
-    sf_close(file_);
+    if (file_ != nullptr) sf_close(file_);
     if (descriptor_ != STDIN_FILENO) close(descriptor_);
 }
 
-void audio_input::open_descriptor() {
+void audio_input::check_descriptor() {
     struct stat status {};
     if (fstat(descriptor_, &status) != 0) throw processing_error(name_, system_cause(errno));
     if (S_ISDIR(status.st_mode)) throw processing_error(name_, system_cause(EISDIR));
     if (isatty(descriptor_) == 1) throw processing_error(name_, "is a terminal, not audio");
-    identity_ = {status.st_dev, status.st_ino};
-    seekable_ = lseek(descriptor_, 0, SEEK_CUR) >= 0;
+    note_input(descriptor_);
 }
 
 void audio_input::open_stream() {
+    byte_source bytes(name_, descriptor_);
+    seekable_ = bytes.is_seekable();
+    const sound_header header = read_sound_header(bytes);
+    if (header.encoding != 0)
+        open_plain(bytes, header);
+    else if (header.container == SF_FORMAT_MPEG)
+        open_mpeg(bytes, header);
+    else
+        open_coded();
+}
+
+// The samples lie in the file as they are: libsndfile reads them without the header.
+void audio_input::open_plain(const byte_source &bytes, const sound_header &header) {
+    check_rate(header.rate);
+    info_.samplerate = static_cast<int>(header.rate);
+    info_.channels = header.channels;
+    info_.format = SF_FORMAT_RAW | header.encoding;
+    if (seekable_) lseek(descriptor_, 0, SEEK_SET);
+    file_ = sf_open_fd(descriptor_, SFM_READ, &info_, SF_FALSE);
+    if (file_ == nullptr) throw processing_error(name_, library_cause(nullptr));
+    info_.format = header.container | header.encoding;
+    if (header.data_bytes)
+        length_ = *header.data_bytes / frame_bytes(header);
+    else if (seekable_)
+        length_ = (bytes.size() - header.data_begin) / frame_bytes(header);
+    sf_count_t begin = bytes.begin() + header.data_begin;
+    if (!seekable_) return;
+    if (sf_command(file_, SFC_SET_RAW_START_OFFSET, &begin, sizeof begin) != 0)
+        throw processing_error(name_, library_cause(file_));
+    rewind(); // to the offset
+}
+
+void audio_input::open_mpeg(byte_source &bytes, const sound_header &header) {
+    mpeg_.emplace(bytes, header.data_begin);
+    info_.samplerate = mpeg_->rate();
+    info_.channels = mpeg_->channels();
+    info_.format = SF_FORMAT_MPEG | mpeg_layer_word(mpeg_->layer());
+    length_ = mpeg_->frames();
+}
+
+void audio_input::open_coded() {
     file_ = sf_open_fd(descriptor_, SFM_READ, &info_, SF_FALSE);
     if (file_ == nullptr) {
-        const std::string cause = sf_error(nullptr) == SF_ERR_MALFORMED_FILE
-                                      ? "damaged or truncated"
-                                      : "not readable as audio: " + library_cause(nullptr);
-        const std::string hint = seekable_ ? "" : "; from a pipe, WAV and AU can be read";
-        throw processing_error(name_, cause + hint);
+        const int error = sf_error(nullptr);
+        if (error == SF_ERR_SYSTEM || error == SF_ERR_UNSUPPORTED_ENCODING)
+            throw processing_error(name_, "not readable as audio: " + library_cause(nullptr));
+        throw processing_error(name_, "damaged or truncated: rate, channels or lengths in its "
+                                      "header make no sense");
     }
-    // Headers of the other formats are spread over the file, or libsndfile loses its place in them.
-    if (!seekable_ && !reads_from_pipe(info_.format))
-        throw processing_error(name_, container_name(info_.format) +
-                                          " cannot be read from a pipe; WAV and AU can");
-}
-
-void audio_input::check_header() {
-    const auto length = read_header_length(header_log(file_));
-    if (length.claimed)
-        throw processing_error(name_, "truncated: the header announces " +
-                                          counted(static_cast<u64>(*length.claimed), "byte") +
-                                          " of data, the file holds " +
-                                          std::to_string(*length.held));
-    open_ended_ = length.open_ended;
-    if (seekable_ && open_ended_ && info_.frames == 0)
-        throw processing_error(name_, "unfinished: the header does not tell the length");
-    if (info_.samplerate < lowest_rate || info_.samplerate > highest_rate)
-        throw processing_error(name_, "sample rate " + std::to_string(info_.samplerate) +
-                                          " Hz is outside " + std::to_string(lowest_rate) + " to " +
-                                          std::to_string(highest_rate));
-    if (!seekable_ && open_ended_) continue_without_length();
-}
-
-// libsndfile would stop at the length that stands for "unknown" in the header of a WAV stream,
-// which is 2 or 4 GiB or nothing at all. It has read up to the first sample: from here on the
-// samples are read without a header, until the end.
-void audio_input::continue_without_length() {
-    if ((info_.format & SF_FORMAT_TYPEMASK) == SF_FORMAT_AU || !is_plain(info_.format)) return;
-    SF_INFO bare{};
-    bare.samplerate = info_.samplerate;
-    bare.channels = info_.channels;
-    const bool big_endian = (info_.format & SF_FORMAT_ENDMASK) == SF_ENDIAN_BIG;
-    bare.format = SF_FORMAT_RAW | (info_.format & SF_FORMAT_SUBMASK) |
-                  (big_endian ? SF_ENDIAN_BIG : SF_ENDIAN_LITTLE);
-    SNDFILE *samples = sf_open_fd(descriptor_, SFM_READ, &bare, SF_FALSE);
-    if (samples == nullptr) throw processing_error(name_, library_cause(nullptr));
-    sf_close(file_);
-    file_ = samples;
-}
-
-std::optional<s64> audio_input::frames() const {
-    if (open_ended_ && !seekable_) return std::nullopt;
     // A FLAC stream need not know its length; libsndfile then gives the largest number.
     constexpr s64 beyond_any_file = s64{1} << 60;
-    if (info_.frames < 0 || info_.frames >= beyond_any_file / info_.channels) return std::nullopt;
-    return info_.frames;
+    if (info_.frames >= 0 && info_.frames < beyond_any_file / info_.channels)
+        length_ = info_.frames;
+}
+
+void audio_input::check_rate(s64 rate) const {
+    if (rate < lowest_rate || rate > highest_rate)
+        throw processing_error(name_, "sample rate " + std::to_string(rate) + " Hz is outside " +
+                                          std::to_string(lowest_rate) + " to " +
+                                          std::to_string(highest_rate));
 }
 
 int audio_input::width() const {
@@ -177,6 +160,8 @@ bool audio_input::is_float() const {
 }
 
 std::size_t audio_input::read(s32 *interleaved, std::size_t frames) {
+    // Behind the samples there may be something else.
+    if (length_) frames = std::min(frames, static_cast<std::size_t>(*length_ - position_));
     std::size_t got = 0;
     if (is_float()) {
         got = read_floating(interleaved, frames);
@@ -190,18 +175,33 @@ std::size_t audio_input::read(s32 *interleaved, std::size_t frames) {
 }
 
 void audio_input::rewind() {
-    if (sf_seek(file_, 0, SEEK_SET) != 0)
+    if (mpeg_)
+        mpeg_->rewind();
+    else if (sf_seek(file_, 0, SEEK_SET) != 0)
         throw processing_error(name_, "cannot be read again: " + library_cause(file_));
     position_ = 0;
+}
+
+// Brings as many frames as there are into the block.
+std::size_t audio_input::decode_floating(std::size_t frames) {
+    const auto channels = static_cast<std::size_t>(info_.channels);
+    floating_.resize(frames * channels);
+    if (!mpeg_) {
+        const auto count =
+            sf_readf_double(file_, floating_.data(), static_cast<sf_count_t>(frames));
+        return count > 0 ? static_cast<std::size_t>(count) : 0;
+    }
+    single_.resize(frames * channels);
+    const std::size_t got = mpeg_->read(single_.data(), frames);
+    std::copy_n(single_.begin(), got * channels, floating_.begin());
+    return got;
 }
 
 // Full scale is 2^31. A sample of exactly +1.0 becomes the largest integer, one unit less, and does
 // not count as clipped: files normalised to 1.0 are full of them.
 std::size_t audio_input::read_floating(s32 *interleaved, std::size_t frames) {
     const auto channels = static_cast<std::size_t>(info_.channels);
-    floating_.resize(frames * channels);
-    const auto count = sf_readf_double(file_, floating_.data(), static_cast<sf_count_t>(frames));
-    const auto got = count > 0 ? static_cast<std::size_t>(count) : 0;
+    const std::size_t got = decode_floating(frames);
     for (std::size_t i = 0; i < got * channels; ++i) {
         const double scaled = floating_[i] * 0x1p31;
         if (!std::isfinite(floating_[i]))
@@ -220,17 +220,15 @@ std::size_t audio_input::read_floating(s32 *interleaved, std::size_t frames) {
     return got;
 }
 
-// A short read must be the end that the header announced. MPEG streams only estimate it.
-void audio_input::check_end(std::size_t wanted, std::size_t got) {
+// A short read must be the end that was announced.
+void audio_input::check_end(std::size_t wanted, std::size_t got) const {
     if (got == wanted) return;
-    if (sf_error(file_) != SF_ERR_NO_ERROR)
+    if (file_ != nullptr && sf_error(file_) != SF_ERR_NO_ERROR)
         throw processing_error(name_, "damaged or truncated after frame " +
                                           std::to_string(position_) + ": " + library_cause(file_));
-    const auto announced = frames();
-    const bool exact = (info_.format & SF_FORMAT_TYPEMASK) != SF_FORMAT_MPEG;
-    if (announced && exact && position_ < *announced)
+    if (length_)
         throw processing_error(name_, "truncated: ends after " + std::to_string(position_) +
-                                          " of " + counted(static_cast<u64>(*announced), "frame"));
+                                          " of " + counted(static_cast<u64>(*length_), "frame"));
 }
 
 std::string audio_input::format_text() const {

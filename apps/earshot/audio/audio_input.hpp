@@ -1,24 +1,17 @@
-// An audio file or stream, read through libsndfile as Q31.
+// An audio file or stream, read through libsndfile or libmpg123 as Q31.
 #pragma once
 
 #include <string>
 #include <vector>
 
 #include <sndfile.h>
-#include <sys/types.h>
 
+#include "audio/mpeg_stream.hpp"
+#include "audio/sound_header.hpp"
 #include "scene/rendering/looping_source.hpp"
 #include "scene_library.hpp"
 
 namespace earshot_tool {
-
-// What tells one file from another, whatever it is called.
-struct file_identity {
-    dev_t device;
-    ino_t inode;
-
-    bool operator==(const file_identity &) const = default;
-};
 
 class audio_input : public rewindable_source {
   public:
@@ -31,12 +24,11 @@ class audio_input : public rewindable_source {
 
     int channels() const override { return info_.channels; }
     int rate() const override { return info_.samplerate; }
-    std::optional<s64> frames() const override;
+    std::optional<s64> frames() const override { return length_; }
     std::size_t read(s32 *interleaved, std::size_t frames) override;
     void rewind() override; // of a file that is seekable
 
     const std::string &name() const { return name_; }
-    file_identity identity() const { return identity_; }
     bool is_seekable() const { return seekable_; } // and so can be read once more
     s64 position() const { return position_; }     // frames read since the beginning
     int width() const;                             // bits of a sample; 8-bit formats count as 16
@@ -47,21 +39,25 @@ class audio_input : public rewindable_source {
     std::string description() const; // the format, channels, rate and length
 
   private:
-    void open_descriptor();
+    void check_descriptor();
     void open_stream();
-    void continue_without_length();
-    void check_header();
+    void open_plain(const byte_source &bytes, const sound_header &header);
+    void open_mpeg(byte_source &bytes, const sound_header &header);
+    void open_coded();
+    void check_rate(s64 rate) const;
+    std::size_t decode_floating(std::size_t frames);
     std::size_t read_floating(s32 *interleaved, std::size_t frames);
-    void check_end(std::size_t wanted, std::size_t got);
+    void check_end(std::size_t wanted, std::size_t got) const;
 
     std::string name_;
     int descriptor_ = -1;
     bool seekable_ = true;
-    bool open_ended_ = false;
-    file_identity identity_{};
+    std::optional<s64> length_; // frames
     SF_INFO info_{};
-    SNDFILE *file_ = nullptr;
+    SNDFILE *file_ = nullptr; // unless mpeg_ reads it
+    std::optional<mpeg_stream> mpeg_;
     std::vector<double> floating_;
+    std::vector<float> single_;
     s64 position_ = 0;
     u64 clipped_ = 0;
 };

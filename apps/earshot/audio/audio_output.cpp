@@ -19,8 +19,8 @@ std::unique_ptr<sample_writer> make_writer(output_file &file, const output_forma
 } // namespace
 
 audio_output::audio_output(const output_options &options, const output_format &format,
-                           const std::vector<file_identity> &inputs, std::optional<s64> frames)
-    : options_(options), format_(format), file_(options.path, inputs),
+                           std::optional<s64> frames)
+    : options_(options), format_(format), file_(options.path),
       writer_(make_writer(file_, format, frames)) {
     if (!options.no_dither && format.width < format.computed_width)
         dither_.emplace(format.computed_width - format.width);

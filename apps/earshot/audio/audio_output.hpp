@@ -26,7 +26,7 @@ class audio_output {
   public:
     // frames: the length, where it is known. The format has been checked.
     audio_output(const output_options &options, const output_format &format,
-                 const std::vector<file_identity> &inputs, std::optional<s64> frames);
+                 std::optional<s64> frames);
 
     // Any number of interleaved Q31 frames.
     void write(const s32 *interleaved, std::size_t frames);

@@ -1,7 +1,5 @@
 #include "audio/output_file.hpp"
 
-#include <algorithm>
-#include <array>
 #include <cerrno>
 #include <csignal>
 #include <cstring>
@@ -12,12 +10,32 @@
 #include <unistd.h>
 
 #include "error.hpp"
+#include "input_files.hpp"
 
 namespace earshot_tool {
 
 namespace {
 
-constexpr std::array interrupting_signals = {SIGINT, SIGTERM, SIGHUP};
+// Signals that by default do not end a program, and two that end it here with a message: a write
+// to a closed pipe, or beyond the limit of a file's size, fails instead.
+bool ends_program(int number) {
+    switch (number) {
+    case SIGPIPE:
+    case SIGXFSZ:
+    case SIGCHLD:
+    case SIGCONT:
+    case SIGURG:
+    case SIGWINCH:
+    case SIGTSTP:
+    case SIGTTIN:
+    case SIGTTOU:
+    case SIGKILL: // these two cannot be caught
+    case SIGSTOP:
+        return false;
+    default:
+        return true;
+    }
+}
 
 // Shared with the signal handler: the unfinished file, while there is one.
 char unfinished_path[PATH_MAX];
@@ -29,14 +47,13 @@ extern "C" void remove_unfinished(int signal_number) {
     raise(signal_number);
 }
 
-// No interrupting signal arrives between making (or naming) a file and taking note of it.
+// No signal arrives between making (or naming) a file and taking note of it.
 class signals_held {
   public:
     signals_held() {
-        sigset_t set;
-        sigemptyset(&set);
-        for (const int number : interrupting_signals) sigaddset(&set, number);
-        sigprocmask(SIG_BLOCK, &set, &before_);
+        sigset_t all;
+        sigfillset(&all);
+        sigprocmask(SIG_BLOCK, &all, &before_);
     }
     ~signals_held() { sigprocmask(SIG_SETMASK, &before_, nullptr); }
     signals_held(const signals_held &) = delete;
@@ -45,13 +62,6 @@ class signals_held {
   private:
     sigset_t before_;
 };
-
-bool is_same_file(const struct stat &status, const std::vector<file_identity> &inputs) {
-    // A terminal or /dev/null may well be both ends.
-    if (S_ISCHR(status.st_mode)) return false;
-    return std::find(inputs.begin(), inputs.end(), file_identity{status.st_dev, status.st_ino}) !=
-           inputs.end();
-}
 
 // A hidden name in the same directory, cut where it would grow past the limit of file systems.
 std::string name_beside(const std::string &path, int attempt) {
@@ -68,37 +78,40 @@ void prepare_signals() {
     action.sa_handler = remove_unfinished;
     action.sa_flags = static_cast<int>(SA_RESETHAND | SA_NODEFER);
     sigemptyset(&action.sa_mask);
-    for (const int number : interrupting_signals) {
+    for (int number = 1; number <= SIGRTMAX; ++number) {
         struct sigaction old {};
-        // What the caller has switched off, as nohup does, stays off.
-        if (sigaction(number, nullptr, &old) == 0 && old.sa_handler != SIG_IGN)
+        // What the caller has switched off, as nohup does, stays off; a sanitizer keeps its own.
+        if (ends_program(number) && sigaction(number, nullptr, &old) == 0 &&
+            old.sa_handler == SIG_DFL)
             sigaction(number, &action, nullptr);
     }
     std::signal(SIGPIPE, SIG_IGN);
     std::signal(SIGXFSZ, SIG_IGN);
 }
 
-output_file::output_file(const std::string &path, const std::vector<file_identity> &inputs)
+output_file::output_file(const std::string &path)
     : name_(path == "-" ? "standard output" : path), path_(path) {
     struct stat status {};
+    // Also where the input has been read to its end: what was made of it is no substitute for it.
+    if ((path == "-" ? fstat(STDOUT_FILENO, &status) : stat(path.c_str(), &status)) == 0 &&
+        is_input(status))
+        throw processing_error(name_, "is also an input and is not replaced; name another output");
     if (path == "-") {
         mode_ = mode::standard_output;
         descriptor_ = STDOUT_FILENO;
-        open_in_place(inputs);
+        open_in_place();
     } else if (lstat(path.c_str(), &status) == 0 && !S_ISREG(status.st_mode)) {
         mode_ = mode::in_place;
-        open_in_place(inputs);
+        open_in_place();
     } else {
         open_beside();
     }
 }
 
-void output_file::open_in_place(const std::vector<file_identity> &inputs) {
+void output_file::open_in_place() {
     struct stat status {};
     const bool exists = mode_ == mode::standard_output ? fstat(descriptor_, &status) == 0
                                                        : stat(path_.c_str(), &status) == 0;
-    if (exists && is_same_file(status, inputs))
-        throw processing_error(name_, "is also the input and cannot be written in place");
     // Headers of files are read back; a pipe opened both ways would not wait for its reader.
     const int access = exists && !S_ISREG(status.st_mode) ? O_WRONLY : O_RDWR;
     if (mode_ == mode::in_place)

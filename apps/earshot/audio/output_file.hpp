@@ -1,23 +1,20 @@
 // Where output bytes go, and what is left of them when something fails.
 //
 // A regular file is written under another name beside it and renamed when it is complete: until
-// then an old file of that name is intact, and it may be the input. A failure or a signal removes
-// the unfinished file. What is not a regular file (a device, a pipe, the target of a link) is
-// written in place, and never replaced or removed.
+// then an old file of that name is intact. A failure or a signal removes the unfinished file. What
+// is not a regular file (a device, a pipe, the target of a link) is written in place, and never
+// replaced or removed.
 #pragma once
 
 #include <string>
-#include <vector>
-
-#include "audio/audio_input.hpp"
 
 namespace earshot_tool {
 
 class output_file {
   public:
-    // "-" is standard output. Throws processing_error where the file cannot be made or would
-    // overwrite one of the inputs while it is read.
-    output_file(const std::string &path, const std::vector<file_identity> &inputs);
+    // "-" is standard output. Throws processing_error where the file cannot be made or is one of
+    // the inputs.
+    explicit output_file(const std::string &path);
     ~output_file();
     output_file(const output_file &) = delete;
     output_file &operator=(const output_file &) = delete;
@@ -32,7 +29,7 @@ class output_file {
   private:
     enum class mode { standard_output, in_place, beside };
 
-    void open_in_place(const std::vector<file_identity> &inputs);
+    void open_in_place();
     void open_beside();
     void inherit_permissions() const;
     void discard();
@@ -46,7 +43,7 @@ class output_file {
     bool committed_ = false;
 };
 
-// Makes interrupting signals remove an unfinished output file before they end the program, and
+// Makes signals that end the program remove an unfinished output file before they do, and
 // turns a closed pipe and a file size limit into errors of the write.
 void prepare_signals();
 

@@ -38,9 +38,14 @@ constexpr format_name encodings[] = {
     {SF_FORMAT_ALAW, "A-law"},
 };
 
+bool is_directory(const std::string &path) {
+    struct stat status {};
+    return stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
+}
+
 bool is_device_or_pipe(const std::string &path) {
     struct stat status {};
-    return stat(path.c_str(), &status) == 0 && !S_ISREG(status.st_mode) && !S_ISDIR(status.st_mode);
+    return stat(path.c_str(), &status) == 0 && !S_ISREG(status.st_mode);
 }
 
 std::string lower_extension(const std::string &path) {
@@ -65,6 +70,8 @@ std::string library_name(int command, int format) {
 } // namespace
 
 container choose_container(const std::string &path, bool raw) {
+    if (path.empty()) throw usage_error("--output: name a file, or - for standard output");
+    if (is_directory(path)) throw usage_error(path + ": is a directory; name a file in it");
     if (raw) return container::raw;
     if (path == "-") return container::au;
     const std::string wanted = lower_extension(path);

@@ -16,7 +16,8 @@ struct output_format {
 };
 
 // The container for an output path, by its extension. Standard output, and devices and pipes whose
-// names have no known extension, get AU, which needs no seeking. Throws usage_error.
+// names have no known extension, get AU, which needs no seeking. Throws usage_error, also for a
+// path that no file can have.
 container choose_container(const std::string &path, bool raw);
 
 // Throws usage_error where the container cannot hold what the rest of the format says.

@@ -5,6 +5,8 @@
 #include <memory>
 #include <optional>
 
+#include <earshot/types.h>
+
 #include "audio/output_file.hpp"
 #include "audio/output_format.hpp"
 

@@ -94,9 +94,7 @@ void carry_out(const binaural_plan &plan) {
     set_level(work, plan);
 
     // Nothing is written before all that can be checked has been.
-    std::vector<file_identity> identities;
-    for (const auto &input : work->inputs) identities.push_back(input->file().identity());
-    audio_output output(plan.output, plan.format, identities, work->stream->frames());
+    audio_output output(plan.output, plan.format, work->stream->frames());
     drain(*work->stream, plan.out,
           [&](const s32 *pairs, std::size_t frames) { output.write(pairs, frames); });
     output.finish();

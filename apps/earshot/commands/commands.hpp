@@ -2,6 +2,7 @@
 // it, `chosen` becomes the work to do.
 #pragma once
 
+#include "audio/audio_input.hpp"
 #include "options.hpp"
 
 namespace earshot_tool {

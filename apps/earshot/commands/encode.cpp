@@ -79,7 +79,7 @@ void encode(const encode_options &options) {
                std::to_string(format.width) + " bits");
 
     field_encoder encoder = make_encoder(options, in.rate());
-    audio_output output(options.output, format, {in.identity()}, in.frames());
+    audio_output output(options.output, format, in.frames());
     std::vector<s32> mono(block_frames);
     std::vector<s32> field(block_frames * static_cast<std::size_t>(channels));
     progress meter(out, in.rate(), in.frames());

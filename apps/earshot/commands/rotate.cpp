@@ -50,7 +50,7 @@ void rotate(const rotate_options &options) {
     field.rotate(constant_setting(options.rotation), std::move(rows));
 
     // Nothing is written before all that can be checked has been.
-    audio_output output(options.output, format, {in.identity()}, field.frames());
+    audio_output output(options.output, format, field.frames());
     std::vector<s32> block(block_frames * first_order_channels);
     progress meter(out, effect_rate, field.frames());
     while (const std::size_t frames = field.read(block.data(), block_frames)) {

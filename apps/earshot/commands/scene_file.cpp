@@ -2,6 +2,7 @@
 
 #include <filesystem>
 
+#include "audio/sound_header.hpp"
 #include "commands/commands.hpp"
 #include "error.hpp"
 #include "scene/description/scene_json.hpp"
@@ -37,6 +38,9 @@ scene_file read_scene(const std::string &path) {
     const auto load = [&file](const std::string &name) {
         return read_text(path_in(file.folder, name));
     };
+    if (is_sound_file(path))
+        throw processing_error(file.name, "is a sound, not a scene; 'render -s " + path +
+                                              "@0,0' places it in front of the listener");
     const std::string text = read_text(path);
     try {
         file.content = parse_scene(text, load);
