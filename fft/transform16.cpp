@@ -114,7 +114,8 @@ void recombine_bins(const s16 *from, s16 *to, s32 n, bool inverse, s32 up,
     for (s32 k = 1; k <= n / 4; ++k) {
         const point a = load(from + 2 * k), mirrored = conjugate(load(from + n - 2 * k));
         const s32 *w = recombine_twiddles + 2 * (k * stride - 1);
-        const point factor = {-w[0], inverse ? s64{w[1]} : -s64{w[1]}}; // -+j times e^(-+j theta)
+        const point factor = {-s64{w[0]},
+                              inverse ? s64{w[1]} : -s64{w[1]}}; // -+j times e^(-+j theta)
         const point even = times_q31_one(a + mirrored), odd = (a - mirrored) * factor;
         store(to + 2 * k, even + odd, 32 - up);
         store(to + n - 2 * k, conjugate(even - odd), 32 - up);

@@ -160,6 +160,23 @@ TEST(transform16, has_the_bits_of_its_parts) {
     }
 }
 
+/* A caller's twiddles may be anything: -j (0 + j) = 1, the largest factor, keeps every bin. */
+TEST(transform16, splits_by_the_extreme_twiddle) {
+    operand_source draw;
+    words pairs(512);
+    for (index i = 0; i < pairs.size(); i += 2) pairs[i] = INT32_MIN;
+    for (s32 n = 16; n <= 1024; n *= 2) {
+        halves spectrum(index(n + 2));
+        for (s16 &v : spectrum) v = draw.next<s16>();
+        halves expected = spectrum;
+        rfftStage(spectrum.data(), n, pairs.data(), 1);
+        for (const s32 bin : {0, n / 2})
+            for (const s32 part : {0, 1})
+                expected[index(2 * bin + part)] = spectrum[index(2 * bin + part)];
+        EXPECT_EQ(expected, spectrum) << n;
+    }
+}
+
 /* On every target; of all that was tested above. */
 TEST(transform16, keeps_its_bits) {
     operand_source draw(1);
