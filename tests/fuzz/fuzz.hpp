@@ -107,13 +107,13 @@ template <class Run>
 void same_on_every_isa(const unsigned char *data, std::size_t size, const Run &run) {
     transcript expected;
     for (const isa i : all_isas) {
-        if (!is_available(l)) continue;
+        if (!is_available(i)) continue;
         force_isa(i);
         operands in(data, size);
         transcript actual;
         run(in, actual);
         if (i == isa::scalar) expected = actual;
-        require(actual == expected, name_of(l));
+        require(actual == expected, name_of(i));
     }
 }
 
