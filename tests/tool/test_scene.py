@@ -83,6 +83,18 @@ class Rendering(SceneTest):
             self.assertEqual(len(found), 9600 * 8)
             self.assertEqual(found, expected)
 
+    def test_angles_take_the_shorter_way_round(self):
+        """However the numbers of the rows write it."""
+        def sound(azimuths, *heads):
+            rows = [[0.08 * k, azimuth, 0] for k, azimuth in enumerate(azimuths)]
+            looks = [[0.08 * k, *head] for k, head in enumerate(heads)]
+            return self.render(scene_of({"file": "mono.wav", "track": rows},
+                                        listener={"orientation_track": looks}))
+        still = [0, 0, 0]
+        self.assertEqual(sound([170, -170], still), sound([170, 190], still))
+        self.assertEqual(sound([10], [350, 170, -170], [10, -170, 170]),
+                         sound([10], [350, 170, -170], [370, 190, -190]))
+
     def test_length_start_and_gain(self):
         """The end of the last source that does not loop, and what the filters ring on."""
         early = {"file": "mono.wav", "direction": [0, 0]}
