@@ -123,22 +123,52 @@ class Rendering(SceneTest):
         self.assertEqual(self.info("mono.wav")["channels"], "2")
 
     def test_more_sources_than_files_may_be_open(self):
-        many = [{"file": "mono.wav", "gain": -60, "direction": [k, 0]} for k in range(300)]
-        self.write("scene.json", text(scene_of(*many, duration=0.002)))
-        command = 'ulimit -Sn 100; exec "$0" render scene.json -o - --raw'
-        result = subprocess.run(["sh", "-c", command, EARSHOT], stdout=subprocess.PIPE)
-        self.assertEqual((result.returncode, len(result.stdout)), (0, 96 * 6))
+        """One file takes one descriptor, whatever it is called; many ask the system for more."""
+        os.link("mono.wav", "link.wav")
+        os.mkdir("copies")
+        for k in range(120):
+            self.write("copies/%d.wav" % k, self.read("mono.wav"))
+        for limit, names in ("-n 12", ["mono.wav", "link.wav", "./mono.wav"] * 100), \
+                            ("-Sn 100", ["copies/%d.wav" % k for k in range(120)]):
+            many = [{"file": name, "gain": -60, "direction": [k, 0]}
+                    for k, name in enumerate(names)]
+            self.write("scene.json", text(scene_of(*many, duration=0.002)))
+            command = 'ulimit ' + limit + '; exec "$0" render scene.json --normalize -o - --raw'
+            result = subprocess.run(["sh", "-c", command, EARSHOT], stdout=subprocess.PIPE)
+            self.assertEqual((result.returncode, len(result.stdout)), (0, 96 * 6), limit)
+
+    def test_sources_of_one_file_read_it_each_for_itself(self):
+        self.tool("encode", "mono.wav", "-o", "field.flac", "--order=1")
+        for name in "mono.wav", "field.flac", "pair.wav":
+            others = ["copy%d-%s" % (k, name) for k in range(3)]
+            for other in others:
+                self.write(other, self.read(name))
+
+            def sound(*names):
+                sources = [{"file": name, "channel": 1, "start": 0.013 * k, "loop": k == 1,
+                            "direction": [50 * k, 0]} for k, name in enumerate(names)]
+                result = self.run_tool("render", "-", "-q", "-o", "-", "--raw",
+                                       data=text(scene_of(*sources, duration=0.3)))
+                self.assertEqual((result.returncode, result.stderr), (0, b""))
+                return result.stdout
+            self.assertEqual(sound(name, name, name), sound(*others), name)
 
 
 class Memory(SceneTest):
+    def run_measured(self, *args, **kwargs):
+        """Exit code, message, and the KiB that the run takes."""
+        with open("message", "w+b") as message:
+            process = subprocess.Popen([EARSHOT, *args], stderr=message, **kwargs)
+            _, status, usage = os.wait4(process.pid, 0)
+            process.returncode = os.waitstatus_to_exitcode(status)
+            message.seek(0)
+            return process.returncode, message.read().decode(), usage.ru_maxrss
+
     def peak(self, scene, seconds):
-        """KiB that rendering so much of the scene takes."""
         self.write("scene.json", text({**scene, "duration": seconds}))
-        process = subprocess.Popen([EARSHOT, "render", "scene.json", "-q", "-o", "/dev/null"])
-        _, status, usage = os.wait4(process.pid, 0)
-        process.returncode = os.waitstatus_to_exitcode(status)
-        self.assertEqual(process.returncode, 0)
-        return usage.ru_maxrss
+        code, message, peak = self.run_measured("render", "scene.json", "-q", "-o", "/dev/null")
+        self.assertEqual((code, message), (0, ""))
+        return peak
 
     def test_constant(self):
         """A second of 200 sources would be 37 MiB, six minutes of one 66 MiB."""

@@ -3,7 +3,6 @@
 #include <cerrno>
 #include <cmath>
 
-#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -56,28 +55,19 @@ bool is_plain(int format) {
 
 } // namespace
 
-audio_input::audio_input(const std::string &name) : name_(name == "-" ? "standard input" : name) {
-    if (name == "-") {
-        descriptor_ = STDIN_FILENO;
-    } else {
-        descriptor_ = open(name.c_str(), O_RDONLY | O_CLOEXEC);
-        if (descriptor_ < 0) throw processing_error(name_, system_cause(errno));
-    }
+audio_input::audio_input(const std::string &name)
+    : name_(name == "-" ? "standard input" : name), bytes_(name), descriptor_(bytes_.descriptor()) {
     try {
         open_descriptor();
         open_stream();
         check_header();
     } catch (...) {
         if (file_ != nullptr) sf_close(file_);
-        if (descriptor_ != STDIN_FILENO) close(descriptor_);
         throw;
     }
 }
 
-audio_input::~audio_input() {
-    sf_close(file_);
-    if (descriptor_ != STDIN_FILENO) close(descriptor_);
-}
+audio_input::~audio_input() { sf_close(file_); }
 
 void audio_input::open_descriptor() {
     struct stat status {};
@@ -89,7 +79,8 @@ void audio_input::open_descriptor() {
 }
 
 void audio_input::open_stream() {
-    file_ = sf_open_fd(descriptor_, SFM_READ, &info_, SF_FALSE);
+    file_ = bytes_.open_stream(info_);
+    if (bytes_.error() != 0) throw processing_error(name_, system_cause(bytes_.error()));
     if (file_ == nullptr) {
         const std::string cause = sf_error(nullptr) == SF_ERR_MALFORMED_FILE
                                       ? "damaged or truncated"
@@ -223,6 +214,7 @@ std::size_t audio_input::read_floating(s32 *interleaved, std::size_t frames) {
 // A short read must be the end that the header announced. MPEG streams only estimate it.
 void audio_input::check_end(std::size_t wanted, std::size_t got) {
     if (got == wanted) return;
+    if (bytes_.error() != 0) throw processing_error(name_, system_cause(bytes_.error()));
     if (sf_error(file_) != SF_ERR_NO_ERROR)
         throw processing_error(name_, "damaged or truncated after frame " +
                                           std::to_string(position_) + ": " + library_cause(file_));

@@ -7,6 +7,7 @@
 #include <sndfile.h>
 #include <sys/types.h>
 
+#include "audio/shared_file.hpp"
 #include "scene/rendering/looping_source.hpp"
 #include "scene_library.hpp"
 
@@ -55,7 +56,8 @@ class audio_input : public rewindable_source {
     void check_end(std::size_t wanted, std::size_t got);
 
     std::string name_;
-    int descriptor_ = -1;
+    file_reader bytes_;
+    int descriptor_;
     bool seekable_ = true;
     bool open_ended_ = false;
     file_identity identity_{};

@@ -1,0 +1,46 @@
+// Files with several readers, each at a place of its own: a scene may play one recording from
+// hundreds of sources, and a program may not have that many files open.
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include <sndfile.h>
+
+#include "scene_library.hpp"
+
+namespace earshot_tool {
+
+class shared_file;
+
+class file_reader {
+  public:
+    // Opens a file, or takes standard input for "-". Where a regular file is open already, by
+    // whatever name, its readers share the descriptor. Throws processing_error.
+    explicit file_reader(const std::string &path);
+    // libsndfile keeps the address.
+    file_reader(const file_reader &) = delete;
+    file_reader &operator=(const file_reader &) = delete;
+
+    int descriptor() const;
+
+    // As sf_open_fd. The reader outlives the stream.
+    SNDFILE *open_stream(SF_INFO &info);
+
+    // Of the last read that failed, as in errno; 0 for none. libsndfile takes such a read for the
+    // end.
+    int error() const { return error_; }
+
+  private:
+    static sf_count_t size(void *reader);
+    static sf_count_t seek(sf_count_t offset, int whence, void *reader);
+    static sf_count_t read(void *bytes, sf_count_t count, void *reader);
+    static sf_count_t write(const void *bytes, sf_count_t count, void *reader);
+    static sf_count_t tell(void *reader);
+
+    std::shared_ptr<const shared_file> file_;
+    s64 position_ = 0;
+    int error_ = 0;
+};
+
+} // namespace earshot_tool
