@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include "error.hpp"
+#include "scene_library.hpp"
 
 namespace earshot_tool {
 
@@ -17,7 +18,8 @@ console::console(const verbosity &level)
 
 void console::note(const std::string &line) const {
     if (!level_.quiet)
-        std::fprintf(stderr, "%searshot: %s\n", progress_ ? "\r\033[K" : "", line.c_str());
+        std::fprintf(stderr, "%searshot: %s\n", progress_ ? "\r\033[K" : "",
+                     message_line(line).c_str());
 }
 
 void console::detail(const std::string &line) const {

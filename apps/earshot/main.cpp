@@ -13,6 +13,7 @@
 #include "audio/output_file.hpp"
 #include "commands/commands.hpp"
 #include "error.hpp"
+#include "scene_library.hpp"
 
 using namespace earshot_tool;
 
@@ -21,11 +22,8 @@ namespace {
 constexpr int exit_usage = 1;
 constexpr int exit_processing = 2;
 
-// One line, whatever the names in it.
-int fail(int code, std::string message) {
-    for (char &c : message)
-        if (static_cast<unsigned char>(c) < ' ') c = '?';
-    std::fprintf(stderr, "earshot: %s\n", message.c_str());
+int fail(int code, const std::string &message) {
+    std::fprintf(stderr, "earshot: %s\n", message_line(message).c_str());
     return code;
 }
 

@@ -72,7 +72,8 @@ template <class Value> struct track_row {
 };
 
 // At least one row, times strictly increasing. Between two rows the value goes in a straight line,
-// an angle the shorter way round (see track.hpp), before the first and after the last it stays. What never changes is one row.
+// an angle the shorter way round (see track.hpp), before the first and after the last it stays.
+// What never changes is one row.
 template <class Value> using track = std::vector<track_row<Value>>;
 
 struct scene_listener {

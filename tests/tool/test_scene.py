@@ -183,6 +183,36 @@ class Memory(SceneTest):
             self.assertLess(self.peak(scene, long) - self.peak(scene, short), 8 << 10)
 
 
+    def test_texts_of_any_size(self):
+        """They are not read further than to their bound, nor do they become anything."""
+        size = 24 << 20
+        self.sounds()
+        self.write("deep.json", b"[" * size)
+        self.write("wide.csv", b"time,x,y,z\n" + b"," * size)
+        self.write("row.csv", b"a" + b"," * size)
+        self.write("field.wav", wav(noise(400, 16, 1), 4))
+        self.write("wide.json", text(scene_of({"file": "mono.wav", "track": "wide.csv"})))
+        self.write("endless.json", text(scene_of({"file": "mono.wav", "track": "/dev/zero"})))
+        large = ": is larger than 16 MiB; long tracks belong into tables"
+        rotate = ["rotate", "field.wav", "--keyframes"]
+        for message, *args in [
+                ("deep.json" + large, "render", "deep.json"),
+                ("/dev/zero" + large, "render", "/dev/zero"),
+                ("standard input" + large, "render", "-"),
+                ("wide.json: sources[0].track: wide.csv:2: has %d numbers, needs 4 (time,x,y,z)"
+                 % (size + 1), "render", "wide.json"),
+                ("endless.json: sources[0].track: /dev/zero: brings the tables of the scene to "
+                 "more than 256 MiB; give them fewer rows", "render", "endless.json"),
+                ("row.csv: is larger than 16 MiB", *rotate, "row.csv"),
+                ("standard input: is larger than 16 MiB", *rotate, "-")]:
+            with self.subTest(args=args), \
+                    subprocess.Popen(["yes", "[0,"], stdout=subprocess.PIPE) as endless:
+                code, found, peak = self.run_measured(*args, "-o", "out.wav", stdin=endless.stdout)
+                endless.stdout.close()
+                self.assertEqual((code, found), (2, "earshot: " + message + "\n"))
+                self.assertLess(peak, 400 << 10)
+
+
 class Bench(SceneTest):
     def test_report(self):
         self.sounds()
@@ -239,6 +269,7 @@ class Errors(SceneTest):
         self.write("folder/cut.wav", whole[:-100])
         self.write("folder/table.csv", b"time,x,y,z\n0,1,2,3\n1,2\n")
         self.write("folder/pair.wav", self.read("pair.wav"))
+        self.write("folder/empty.wav", wav([], 1))
         place = "folder/a.json: sources[1]."
         for message, source in [
                 (place + "file: folder/none.wav: No such file or directory",
@@ -252,13 +283,19 @@ class Errors(SceneTest):
                  {"file": "pair.wav", "channel": 3, **at}),
                 (place + "file: folder/cut.wav: truncated: the header announces 18000 bytes of "
                  "data, the file holds 17900", {"file": "cut.wav", **at}),
+                (place + "file: /proc/self/mem: Input/output error",
+                 {"file": "/proc/self/mem", **at}),
+                (place + "file: folder/empty.wav: has no frames to loop",
+                 {"file": "empty.wav", "loop": True, **at}),
+                (place + "file: has a NUL character (\\u0000) in it, which no file name can",
+                 {"file": "pair.wav\0", "channel": 1, **at}),
                 (place + "track: table.csv:3: has 2 numbers, needs 4 (time,x,y,z)",
                  {"file": "pair.wav", "track": "table.csv"}),
                 (place + "direction: elevation 91 is outside -90 to 90",
                  {"file": "pair.wav", "direction": [0, 91]})]:
             with self.subTest(message=message):
                 good = {"file": os.path.abspath("mono.wav"), **at}
-                self.write("folder/a.json", text(scene_of(good, source)))
+                self.write("folder/a.json", text(scene_of(good, source, duration=0.1)))
                 self.fails(2, message, "render", "folder/a.json", "-o", "out.wav")
         self.write("folder/a.json", text(scene_of({"file": "pair.wav", "track": "none.csv"})))
         self.fails(2, "folder/a.json: sources[0].track: folder/none.csv: No such file or directory",
@@ -273,6 +310,14 @@ class Errors(SceneTest):
                 result = self.run_tool("render", "-", "-o", "out.wav", data=data)
                 self.assertEqual(result.returncode, 2)
                 self.assertRegex(result.stderr.decode(), r"^earshot: standard input: [^\n]+\n$")
+
+    def test_names_cannot_steer_a_terminal(self):
+        name = "a\x1B[2J\x9B2J.wav"
+        os.rename("pair.wav", name)
+        source = {"file": name, "channel": 1, "direction": [0, 0]}
+        self.tool("render", "-", "-o", "out.wav", data=text(scene_of(source)),
+                  says=b"earshot: a?[2J??2J.wav: converting the sample rate from 44100 to "
+                       b"48000 Hz\n")
 
     def test_failure_half_way_leaves_the_old_file(self):
         """A file that turns out to be shorter than it says, when part of the scene is written."""
@@ -337,6 +382,7 @@ class Schema(SceneTest):
         (("listener", "orientation", "quaternion"), [2, 0, 0, 0]),
         (("listener", "orientation"), {"yaw": 32768}),
         ((*FIRST, "file"), None), ((*FIRST, "file"), ""), ((*FIRST, "file"), 3),
+        ((*FIRST, "file"), "mono.wav\0"), ((*SECOND, "track"), ""), ((*SECOND, "track"), "a\0"),
         ((*FIRST, "colour"), 1), ((*FIRST, "gain"), 61), ((*FIRST, "gain"), "3"),
         ((*FIRST, "start"), -0.1), ((*FIRST, "loop"), 1), ((*FIRST, "dc_block"), "yes"),
         ((*FIRST, "position"), None), ((*FIRST, "position"), [0, 0]),
