@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include "error.hpp"
+#include "scene_library.hpp"
 
 namespace earshot_tool {
 
@@ -18,7 +19,7 @@ console::console(const verbosity &talk)
 void console::note(const std::string &line) const {
     if (!talk_.quiet)
         std::fprintf(stderr, "%searshot: %s\n", progress_ ? "\r\033[K" : "",
-                     one_line(line).c_str());
+                     message_line(line).c_str());
 }
 
 void console::detail(const std::string &line) const {
@@ -63,20 +64,6 @@ void progress::show(clock::time_point now) {
 void print(const std::string &text) {
     if (std::fputs(text.c_str(), stdout) < 0 || std::fflush(stdout) != 0)
         throw processing_error("standard output", system_cause(errno));
-}
-
-std::string one_line(std::string text) {
-    for (char &c : text)
-        if (static_cast<unsigned char>(c) < ' ') c = '?';
-    constexpr std::size_t longest = 600;
-    if (text.size() <= longest) return text;
-    // Bytes of 10xxxxxx continue a character of UTF-8.
-    const auto is_continued = [&text](std::size_t at) { return (text[at] & 0xC0) == 0x80; };
-    std::size_t head = longest / 2;
-    std::size_t tail = text.size() - longest / 2;
-    while (head > 0 && is_continued(head)) --head;
-    while (tail < text.size() && is_continued(tail)) ++tail;
-    return text.substr(0, head) + "..." + text.substr(tail);
 }
 
 std::string clock_time(s64 seconds) {

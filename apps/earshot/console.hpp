@@ -60,10 +60,6 @@ class progress {
 // Prints a result on standard output; a failure, as on a full disk, is an error like any other.
 void print(const std::string &text);
 
-// A text as one line of sane length, whatever names and values are in it: control characters are
-// replaced, and a long one loses its middle, so that what it is about and the cause remain.
-std::string one_line(std::string text);
-
 // "h:mm:ss" for short spans of time as well as long ones.
 std::string clock_time(s64 seconds);
 

@@ -14,6 +14,7 @@
 #include "commands/commands.hpp"
 #include "console.hpp"
 #include "error.hpp"
+#include "scene_library.hpp"
 
 using namespace earshot_tool;
 
@@ -23,7 +24,7 @@ constexpr int exit_usage = 1;
 constexpr int exit_processing = 2;
 
 int fail(int code, const std::string &message) {
-    std::fprintf(stderr, "earshot: %s\n", one_line(message).c_str());
+    std::fprintf(stderr, "earshot: %s\n", message_line(message).c_str());
     return code;
 }
 

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "scene/description/parse.hpp"
+#include "scene/description/quote.hpp"
 #include "scene/rendering/fixed_point.hpp"
 #include "scene/rendering/frame_source.hpp"
 #include "scene/rendering/library_status.hpp"

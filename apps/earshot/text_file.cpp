@@ -1,8 +1,11 @@
 #include "text_file.hpp"
 
+#include <algorithm>
 #include <cerrno>
+#include <optional>
 
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include "error.hpp"
@@ -11,9 +14,6 @@
 namespace earshot_tool {
 
 namespace {
-
-// Larger than any text that was meant to be one; a recording given by mistake stops here.
-constexpr std::size_t most_bytes = std::size_t{256} << 20;
 
 class open_file {
   public:
@@ -30,6 +30,13 @@ class open_file {
 
     int descriptor() const { return descriptor_; }
 
+    // Bytes, where they are known before they are read.
+    std::optional<std::size_t> size() const {
+        struct stat status {};
+        if (fstat(descriptor_, &status) != 0 || !S_ISREG(status.st_mode)) return std::nullopt;
+        return static_cast<std::size_t>(status.st_size);
+    }
+
   private:
     int descriptor_;
 };
@@ -40,18 +47,19 @@ std::string text_file_name(const std::string &path) {
     return path == "-" ? "standard input" : path;
 }
 
-std::string read_text(const std::string &path) {
+std::string read_text(const std::string &path, std::size_t most, const std::string &is_too_large) {
     const open_file file(path);
     std::string text;
     char block[65536];
+    // A text that grows would be in memory twice; what is not reached takes no memory.
+    text.reserve(std::min(file.size().value_or(most), most) + sizeof block);
     for (;;) {
         const ssize_t got = read(file.descriptor(), block, sizeof block);
         if (got < 0 && errno == EINTR) continue;
         if (got < 0) throw processing_error(text_file_name(path), system_cause(errno));
         if (got == 0) return text;
         text.append(block, static_cast<std::size_t>(got));
-        if (text.size() > most_bytes)
-            throw processing_error(text_file_name(path), "is too large to be text");
+        if (text.size() > most) throw processing_error(text_file_name(path), is_too_large);
     }
 }
 

@@ -4,12 +4,20 @@
 #include <cmath>
 #include <set>
 
+#include "scene/description/quote.hpp"
+
 namespace earshot_scene {
 
 namespace {
 
-// Looks through a document without keeping it: for what is not JSON, and for repeated keys, of
-// which a document would keep the last.
+// No scene comes near these. They bound the time and the memory that a text can take, whatever it
+// is: a value of a few characters is a hundred bytes of a document.
+constexpr std::size_t deepest = 64;
+constexpr std::size_t most_keys = 64; // of an object
+constexpr std::size_t most_values = 2'000'000;
+
+// Looks through a document without keeping it: for what is not JSON, for what is beyond the bounds,
+// and for repeated keys, of which a document would keep the last.
 class json_checker : public nlohmann::json_sax<json> {
   public:
     explicit json_checker(std::string_view text) : text_(text) {}
@@ -29,8 +37,10 @@ class json_checker : public nlohmann::json_sax<json> {
 
     bool key(string_t &name) override {
         level &object = levels_.back();
-        object.key = name;
-        if (!object.keys.insert(name).second) throw scene_error(place() + ": is given twice");
+        object.key = shortened(name);
+        if (!object.keys.insert(name).second) fail("is given twice");
+        if (object.keys.size() > most_keys)
+            fail("is key number " + std::to_string(most_keys + 1) + " of its object");
         return true;
     }
 
@@ -38,11 +48,12 @@ class json_checker : public nlohmann::json_sax<json> {
     bool parse_error(std::size_t position, const std::string &token,
                      const nlohmann::detail::exception &error) override {
         constexpr int number_overflow = 406;
-        if (error.id == number_overflow) fail(position, "the number " + token + " is too large");
-        if (position > text_.size()) fail(text_.size(), "the text ends too early");
+        if (error.id == number_overflow)
+            fail_at(position - 1, "the number " + shortened(token) + " is too large");
+        if (position > text_.size()) fail_at(text_.size(), "the text ends too early");
         const char last = text_[position - 1];
-        fail(position, last > ' ' && last < 127 ? std::string("not JSON at '") + last + "'"
-                                                : std::string("not JSON"));
+        fail_at(position - 1, last > ' ' && last < 127 ? std::string("not JSON at '") + last + "'"
+                                                       : std::string("not JSON"));
     }
 
   private:
@@ -56,11 +67,16 @@ class json_checker : public nlohmann::json_sax<json> {
 
     bool count_item() {
         if (!levels_.empty()) ++levels_.back().items;
+        if (++values_ > most_values)
+            fail("is value number " + std::to_string(most_values + 1) +
+                 " of the text; long tracks belong into tables");
         return true;
     }
     bool open(bool is_array) {
         count_item();
         levels_.push_back({is_array, 0, {}, {}});
+        if (levels_.size() > deepest)
+            fail("is nested more than " + std::to_string(deepest) + " deep");
         return true;
     }
     bool close() {
@@ -70,23 +86,29 @@ class json_checker : public nlohmann::json_sax<json> {
 
     std::string place() const {
         std::string path;
-        for (const level &each : levels_)
-            path += each.is_array  ? "[" + std::to_string(each.items - 1) + "]"
-                    : path.empty() ? each.key
-                                   : "." + each.key;
-        return path;
+        for (const level &each : levels_) {
+            if (each.is_array && each.items > 0) path += "[" + std::to_string(each.items - 1) + "]";
+            if (!each.is_array) path += (path.empty() ? "" : ".") + each.key;
+        }
+        return shortened(path);
     }
 
-    [[noreturn]] void fail(std::size_t position, const std::string &reason) const {
+    [[noreturn]] void fail(const std::string &reason) const {
+        throw scene_error(place() + ": " + reason);
+    }
+
+    // position: bytes of the text before the place.
+    [[noreturn]] void fail_at(std::size_t position, const std::string &reason) const {
         const std::string_view before = text_.substr(0, position);
         const auto line = std::count(before.begin(), before.end(), '\n') + 1;
         const std::size_t begin = before.rfind('\n') + 1; // 0 where there is none
         throw scene_error("line " + std::to_string(line) + ", column " +
-                          std::to_string(position - begin) + ": " + reason);
+                          std::to_string(position - begin + 1) + ": " + reason);
     }
 
     std::string_view text_;
     std::vector<level> levels_;
+    std::size_t values_ = 0;
 };
 
 std::string with_article(const json &value) {
@@ -98,6 +120,7 @@ std::string with_article(const json &value) {
 } // namespace
 
 json parse_json(std::string_view text) {
+    if (text.find_first_not_of(" \t\r\n") == std::string_view::npos) throw scene_error("is empty");
     json_checker checker(text);
     json::sax_parse(text, &checker);
     return json::parse(text);
@@ -152,7 +175,8 @@ void json_place::require_keys(std::initializer_list<const char *> known) const {
     require_object();
     for (const auto &[key, value] : value_->items())
         if (std::find(known.begin(), known.end(), key) == known.end())
-            json_place(value, name_.empty() ? key : name_ + "." + key).fail("unknown key");
+            json_place(value, (name_.empty() ? "" : name_ + ".") + shortened(key))
+                .fail("unknown key");
 }
 
 std::optional<json_place> json_place::find(const char *key) const {

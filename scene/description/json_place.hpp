@@ -16,8 +16,9 @@ namespace earshot_scene {
 
 using json = nlohmann::json;
 
-// Throws scene_error: "line 3, column 7: ..." for what is not JSON, and for keys that an object has
-// twice.
+// Throws scene_error: "line 3, column 7: ..." for what is not JSON, and with the place for keys
+// that an object has twice, for more than 64 of them, for more than 64 levels and for more than two
+// million values.
 json parse_json(std::string_view text);
 
 // A value in a document that outlives it.

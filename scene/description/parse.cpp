@@ -1,5 +1,6 @@
 #include "scene/description/parse.hpp"
 
+#include <algorithm>
 #include <charconv>
 #include <cmath>
 
@@ -23,14 +24,21 @@ std::optional<double> parse_number(std::string_view text) {
     return value;
 }
 
+std::string_view take_until(char separator, std::string_view &text) {
+    const std::size_t end = text.find(separator);
+    const std::string_view piece = text.substr(0, end);
+    text.remove_prefix(end == std::string_view::npos ? text.size() : end + 1);
+    return piece;
+}
+
+std::size_t pieces_at_commas(std::string_view text) {
+    return static_cast<std::size_t>(std::count(text.begin(), text.end(), ',')) + 1;
+}
+
 std::vector<std::string_view> split_at_commas(std::string_view text) {
-    std::vector<std::string_view> pieces;
-    for (;;) {
-        const auto comma = text.find(',');
-        pieces.push_back(text.substr(0, comma));
-        if (comma == std::string_view::npos) return pieces;
-        text.remove_prefix(comma + 1);
-    }
+    std::vector<std::string_view> pieces(pieces_at_commas(text));
+    for (std::string_view &piece : pieces) piece = take_until(',', text);
+    return pieces;
 }
 
 s64 degrees_q16(double degrees) { return std::llround(degrees * 65536); }

@@ -16,6 +16,12 @@ std::optional<double> parse_number(std::string_view text);
 
 std::string_view trimmed(std::string_view text);
 
+// The text up to a separator; `text` goes on behind it.
+std::string_view take_until(char separator, std::string_view &text);
+
+// How many pieces there are between commas. Lines of others are counted before they are split.
+std::size_t pieces_at_commas(std::string_view text);
+
 // The pieces between commas; a text without commas is one piece.
 std::vector<std::string_view> split_at_commas(std::string_view text);
 

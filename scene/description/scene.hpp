@@ -35,7 +35,9 @@ struct position {
     bool operator==(const position &) const = default;
 };
 
-// Degrees, Q16. The azimuth is any number, so that a track from 0 to 720 goes round twice.
+inline constexpr s64 whole_turn = s64{360} << 16; // degrees, Q16
+
+// Degrees, Q16. The azimuth is any number; whole turns make no difference.
 struct direction {
     s32 azimuth = 0;
     s32 elevation = 0;
@@ -69,8 +71,9 @@ template <class Value> struct track_row {
     Value value{};
 };
 
-// At least one row, times strictly increasing. Between two rows the value goes in a straight line
-// (see track.hpp), before the first and after the last it stays. What never changes is one row.
+// At least one row, times strictly increasing. Between two rows the value goes in a straight line,
+// an angle the shorter way round (see track.hpp), before the first and after the last it stays.
+// What never changes is one row.
 template <class Value> using track = std::vector<track_row<Value>>;
 
 struct scene_listener {

@@ -1,7 +1,9 @@
 #include "scene/description/scene_json.hpp"
 
+#include <algorithm>
 #include <cmath>
 
+#include "scene/description/quote.hpp"
 #include "scene/description/scene_table.hpp"
 #include "scene/rendering/binaural_engine.hpp"
 
@@ -27,6 +29,15 @@ template <class Value> track<Value> constant(const json_place &place) {
     return {{0, value_of<Value>(numbers.data())}};
 }
 
+// Behind a NUL the system would not see the rest of the name.
+const std::string &file_name(const json_place &place) {
+    const std::string &name = place.text();
+    if (name.empty()) place.fail("is empty");
+    if (name.find('\0') != std::string::npos)
+        place.fail("has a NUL character (\\u0000) in it, which no file name can");
+    return name;
+}
+
 number_table read_table(const json_place &place, const csv_loader &load,
                         std::vector<const value_layout *> kinds) {
     number_table table(std::move(kinds));
@@ -34,13 +45,14 @@ number_table read_table(const json_place &place, const csv_loader &load,
         table.read(place);
         return table;
     }
+    const std::string &name = file_name(place);
     std::string text;
     try {
-        text = load(place.text());
+        text = load(name);
     } catch (const std::exception &error) {
         place.fail(error.what());
     }
-    table.read(text, place, place.text());
+    table.read(text, place, name);
     return table;
 }
 
@@ -92,7 +104,7 @@ scene_rolloff read_rolloff(const json_place &place) {
     constexpr const char *models[] = {"inverse", "linear", "none"}; // ROLLOFF_INVERSE and on
     scene_rolloff rolloff;
     while (rolloff.model < 3 && model.text() != models[rolloff.model]) ++rolloff.model;
-    if (rolloff.model == 3) model.fail("'" + model.text() + "' is not inverse, linear or none");
+    if (rolloff.model == 3) model.fail(in_quotes(model.text()) + " is not inverse, linear or none");
     const double minimum = place.at("minimum").number_above_0(farthest);
     const double maximum = place.at("maximum").number_above_0(farthest);
     if (minimum > maximum)
@@ -123,8 +135,7 @@ scene_source read_source(const json_place &place, const csv_loader &load) {
     place.require_keys({"file", "channel", "start", "gain", "loop", "position", "direction",
                         "track", "rolloff", "dc_block"});
     scene_source source;
-    source.file = place.at("file").text();
-    if (source.file.empty()) place.at("file").fail("is empty");
+    source.file = file_name(place.at("file"));
     if (const auto channel = place.find("channel"))
         source.channel = channel->whole_number(channel_range);
     if (const auto start = place.find("start")) source.start = samples(*start);
@@ -136,6 +147,18 @@ scene_source read_source(const json_place &place, const csv_loader &load) {
     return source;
 }
 
+// Tables, as long as they do not have too many lines in all.
+csv_loader counted(const csv_loader &load, std::size_t &lines) {
+    return [&load, &lines](const std::string &name) {
+        std::string table = load(name);
+        lines += static_cast<std::size_t>(std::count(table.begin(), table.end(), '\n'));
+        if (lines > most_table_lines)
+            throw scene_error(name + ": brings the tables of the scene to more than " +
+                              std::to_string(most_table_lines) + " lines");
+        return table;
+    };
+}
+
 void check_end(const json_place &top, const scene &scene) {
     if (scene.duration) return;
     for (const scene_source &source : scene.sources)
@@ -145,7 +168,9 @@ void check_end(const json_place &top, const scene &scene) {
 
 } // namespace
 
-scene parse_scene(std::string_view text, const csv_loader &load) {
+scene parse_scene(std::string_view text, const csv_loader &load_table) {
+    std::size_t lines = 0;
+    const csv_loader load = counted(load_table, lines);
     const json document = parse_json(text);
     const json_place top(document);
     top.require_keys({"version", "duration", "listener", "sources"});

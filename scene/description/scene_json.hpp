@@ -10,6 +10,12 @@
 
 namespace earshot_scene {
 
+// What is enough for the text of a scene, in bytes, and for all the tables that it mentions: an
+// hour of a head's quaternion at 1 kHz has 3.6 million lines, and 160 MiB with seven digits.
+inline constexpr std::size_t most_scene_bytes = std::size_t{16} << 20;
+inline constexpr std::size_t most_table_bytes = std::size_t{256} << 20;
+inline constexpr std::size_t most_table_lines = 5'000'000;
+
 // The text of the table that a scene names. It may throw what it likes.
 using csv_loader = std::function<std::string(const std::string &name)>;
 
@@ -42,6 +48,9 @@ using csv_loader = std::function<std::string(const std::string &name)>;
  * of range. Tables need their heading, which tells what they hold; blank lines and lines that begin
  * with # are skipped. Quaternions whose modulus is within a thousandth of 1 are normalised, others
  * refused.
+ *
+ * More than 64 keys of an object, 64 levels, two million values or five million lines of all tables
+ * are errors, too, so that no text takes long. How many bytes there may be is up to who reads them.
  *
  * Throws scene_error: "line 3, column 7: ..." for what is not JSON, else with the place in front,
  * "sources[2].track row 5: ..." (rows count from 1, sources from 0) or

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "scene/description/quote.hpp"
 #include "scene/motion/geometry.hpp"
 
 namespace earshot_scene {
@@ -47,14 +48,6 @@ std::string heading_of(const value_layout &layout) {
 
 std::string numbers_text(std::size_t count) {
     return std::to_string(count) + (count == 1 ? " number" : " numbers");
-}
-
-// The text up to the end of the line, without blanks around it; `text` goes on after it.
-std::string_view take_line(std::string_view &text) {
-    const std::size_t end = text.find('\n');
-    const std::string_view line = text.substr(0, end);
-    text.remove_prefix(end == std::string_view::npos ? text.size() : end + 1);
-    return trimmed(line);
 }
 
 } // namespace
@@ -119,7 +112,7 @@ void number_table::read(std::string_view text, const json_place &place, const st
     constexpr std::string_view byte_order_mark = "\xEF\xBB\xBF";
     if (text.starts_with(byte_order_mark)) text.remove_prefix(byte_order_mark.size());
     for (s64 number = 1; !text.empty(); ++number) {
-        const std::string_view line = take_line(text);
+        const std::string_view line = trimmed(take_until('\n', text));
         if (line.empty() || line[0] == '#') continue;
         if (const auto fault = read_line(line))
             place.fail(name + ":" + std::to_string(number) + ": " + *fault);
@@ -128,18 +121,18 @@ void number_table::read(std::string_view text, const json_place &place, const st
 }
 
 std::optional<std::string> number_table::read_line(std::string_view line) {
-    const auto pieces = split_at_commas(line);
     if (names_.empty()) {
-        if (choose(pieces)) return std::nullopt;
-        return "the heading '" + std::string(line) + "' is not " + needed_headings();
+        if (choose(line)) return std::nullopt;
+        return "the heading " + in_quotes(line) + " is not " + needed_headings();
     }
-    if (pieces.size() != names_.size())
-        return "has " + numbers_text(pieces.size()) + ", needs " + needed_widths();
+    const std::size_t width = pieces_at_commas(line);
+    if (width != names_.size()) return "has " + numbers_text(width) + ", needs " + needed_widths();
     std::vector<double> row;
-    for (const std::string_view piece : pieces) {
+    row.reserve(width);
+    while (row.size() < width) {
+        const std::string_view piece = trimmed(take_until(',', line));
         const auto value = parse_number(piece);
-        if (!value)
-            return names_[row.size()] + " '" + std::string(trimmed(piece)) + "' is not a number";
+        if (!value) return names_[row.size()] + " " + in_quotes(piece) + " is not a number";
         row.push_back(*value);
     }
     return add(row);
@@ -151,10 +144,12 @@ bool number_table::choose(std::size_t width) {
     return !names_.empty();
 }
 
-bool number_table::choose(const std::vector<std::string_view> &heading) {
+bool number_table::choose(std::string_view heading) {
     for (std::size_t k = 0; k < kinds_.size() && names_.empty(); ++k) {
         const auto columns = columns_of(*kinds_[k]);
-        if (std::equal(columns.begin(), columns.end(), heading.begin(), heading.end(),
+        if (pieces_at_commas(heading) != columns.size()) continue;
+        const auto words = split_at_commas(heading);
+        if (std::equal(columns.begin(), columns.end(), words.begin(), words.end(),
                        [](const std::string &a, std::string_view b) { return a == trimmed(b); }))
             take(k);
     }

@@ -45,13 +45,14 @@ class number_table {
     template <class Value> track<Value> rows() const {
         track<Value> rows;
         const std::size_t width = names_.size();
+        rows.reserve(numbers_.size() / width);
         for (std::size_t i = 0; i < numbers_.size(); i += width)
             rows.push_back({samples_of(numbers_[i]), value_of<Value>(&numbers_[i + 1])});
         return rows;
     }
 
   private:
-    bool choose(const std::vector<std::string_view> &heading);
+    bool choose(std::string_view heading);
     bool choose(std::size_t width);
     void take(std::size_t kind);
     std::string needed_widths() const;

@@ -8,13 +8,11 @@ namespace earshot_scene {
 
 namespace {
 
-constexpr s64 turn_q16 = s64{360} << 16;
-
 // Half an angle (degrees, Q16) in radians, Q31, reduced to less than a turn either way.
 s64 half_in_radians(s64 angle) {
-    const s64 product = angle % (2 * turn_q16) * EARSHOT_PI_Q31;
-    const s64 rounding = product < 0 ? -turn_q16 / 2 : turn_q16 / 2;
-    return (product + rounding) / turn_q16;
+    const s64 product = angle % (2 * whole_turn) * EARSHOT_PI_Q31;
+    const s64 rounding = product < 0 ? -whole_turn / 2 : whole_turn / 2;
+    return (product + rounding) / whole_turn;
 }
 
 struct cosine_and_sine {

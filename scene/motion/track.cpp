@@ -14,6 +14,13 @@ bool points_away(const quaternion &a, const quaternion &b) {
 
 constexpr s32 negated(s32 x) { return x == INT32_MIN ? INT32_MAX : -x; }
 
+// The same turn by half a turn at most. Half a turn keeps its sign.
+constexpr s64 shorter(s64 turn_q16) {
+    constexpr s64 half = whole_turn / 2;
+    const s64 rest = turn_q16 % whole_turn;
+    return rest > half ? rest - whole_turn : rest < -half ? rest + whole_turn : rest;
+}
+
 } // namespace
 
 // The product can be wider than 64 bits: the upper half of the way is divided first, and what that
@@ -31,17 +38,24 @@ s32 between(s32 a, s32 b, const way &way) {
     return static_cast<s32>(a + quotient * 65536 + lower / way.whole);
 }
 
+// Near the ends of the 32 bits the way would lead out of them: it is gone a turn further in.
+s32 between_angles(s32 a, s32 b, const way &way) {
+    const s64 end = a + shorter(s64{b} - a);
+    const s64 inwards = end > INT32_MAX ? -whole_turn : end < INT32_MIN ? whole_turn : 0;
+    return between(static_cast<s32>(a + inwards), static_cast<s32>(end + inwards), way);
+}
+
 position between(const position &a, const position &b, const way &way) {
     return {between(a.x, b.x, way), between(a.y, b.y, way), between(a.z, b.z, way)};
 }
 
 direction between(const direction &a, const direction &b, const way &way) {
-    return {between(a.azimuth, b.azimuth, way), between(a.elevation, b.elevation, way)};
+    return {between_angles(a.azimuth, b.azimuth, way), between(a.elevation, b.elevation, way)};
 }
 
 head_angles between(const head_angles &a, const head_angles &b, const way &way) {
-    return {between(a.yaw, b.yaw, way), between(a.pitch, b.pitch, way),
-            between(a.roll, b.roll, way)};
+    return {between_angles(a.yaw, b.yaw, way), between_angles(a.pitch, b.pitch, way),
+            between_angles(a.roll, b.roll, way)};
 }
 
 quaternion between(const quaternion &a, const quaternion &b, const way &way) {

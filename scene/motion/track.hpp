@@ -16,6 +16,10 @@ struct way {
 // a + (b - a) part / whole, rounded half up.
 s32 between(s32 a, s32 b, const way &way);
 
+// Degrees, Q16, from a the shorter way round to b, or to what is b but for whole turns. Two angles
+// half a turn apart are joined the way their numbers go: from 0 to 180 over 90, back over 90 again.
+s32 between_angles(s32 a, s32 b, const way &way);
+
 position between(const position &a, const position &b, const way &way);
 direction between(const direction &a, const direction &b, const way &way);
 head_angles between(const head_angles &a, const head_angles &b, const way &way);

@@ -56,7 +56,7 @@ class scene_mover {
 
     // The engine takes azimuths from 0 to 360 degrees.
     void place(binaural_engine &engine, std::size_t k, const position &ear) {
-        constexpr s32 turn = s32{360} << 16;
+        constexpr auto turn = static_cast<s32>(whole_turn);
         const direction now = heard(scene_.sources[k], ear);
         if (time_ != 0 && now == placed_[k]) return;
         placed_[k] = now;

@@ -153,6 +153,47 @@ TEST(SceneTracks, RowsHoldAndGlide) {
     EXPECT_EQ((direction{0, 0}), at(rows, 1000000));
 }
 
+/* Whatever turns are in the numbers, an angle goes by half a turn at most, and arrives. */
+TEST(SceneTracks, AnglesGoTheShorterWayRound) {
+    constexpr s64 turn = s64{360} * q16;
+    const auto modulo = [](s64 angle) { return (angle % turn + turn) % turn; };
+    struct angles {
+        double from, to, halfway;
+    };
+    for (const auto &[from, to, halfway] : {angles{170, -170, 180},
+                                            {-170, 170, 180},
+                                            {350, 10, 0},
+                                            {10, 350, 0},
+                                            {0, 360, 0},
+                                            {90, 810, 90},
+                                            {0, 180, 90},
+                                            {180, 0, 90},
+                                            {0, -180, -90},
+                                            {180, 360, 270},
+                                            {32760, 20, 10},
+                                            {-32760, -20, -10}})
+        EXPECT_EQ(modulo(static_cast<s64>(halfway * q16)),
+                  modulo(between_angles(q16_of(from), q16_of(to), {1, 2})))
+            << from << ' ' << to;
+
+    operand_source random;
+    for (int round = 0; round < 20000; ++round) {
+        const s32 a = random.next<s32>(), b = random.next<s32>();
+        EXPECT_EQ(modulo(a), modulo(between_angles(a, b, {0, 1000})));
+        EXPECT_EQ(modulo(b), modulo(between_angles(a, b, {1000, 1000})));
+        const s64 before = between_angles(a, b, {499, 1000});
+        const s64 after = between_angles(a, b, {500, 1000});
+        ASSERT_LE(std::abs(after - before), turn / 2000 + 1) << a << ' ' << b;
+    }
+
+    const head_angles head = between(head_angles{350 * q16, -170 * q16, 200 * q16},
+                                     head_angles{10 * q16, 170 * q16, -200 * q16}, {1, 4});
+    EXPECT_EQ((head_angles{355 * q16, -175 * q16, 190 * q16}), head);
+    const direction way =
+        between(direction{350 * q16, -90 * q16}, direction{10 * q16, 90 * q16}, {1, 4});
+    EXPECT_EQ((direction{355 * q16, -45 * q16}), way);
+}
+
 /* Halfway, quaternions and angles agree about a single axis, whatever the sign of either end. */
 TEST(SceneTracks, QuaternionsTakeTheShorterArc) {
     const quaternion from = rotation_of({10 * q16, 0, 0}), to = rotation_of({50 * q16, 0, 0});

@@ -1,4 +1,5 @@
 /* Scenes as text: what they become, and what is said of those that are wrong. */
+#include "scene/description/quote.hpp"
 #include "scene/description/scene_json.hpp"
 
 #include "sounds.hpp"
@@ -21,6 +22,13 @@ std::string table(const std::string &name) {
     if (name == "high.csv") return "time,azimuth,elevation\n0,0,91\n";
     if (name == "bare.csv") return "0,1,2,3\n";
     if (name == "empty.csv") return "time,x,y,z\n";
+    if (name == "wide.csv") return "time,x,y,z\n" + std::string(1000000, ',');
+    if (name == "heading.csv") {
+        std::string heading;
+        while (heading.size() < 300000) heading += "time";
+        return heading;
+    }
+    if (name == "tall.csv") return std::string(5000001, '\n');
     throw std::runtime_error("no " + name);
 }
 
@@ -94,7 +102,10 @@ struct wrong_text {
 
 TEST(SceneJson, WrongDocumentsAreRefused) {
     const wrong_text cases[] = {
-        {"", "line 1, column 0: the text ends too early"},
+        {"", "is empty"},
+        {" \r\n\t", "is empty"},
+        {"{\n", "line 2, column 1: the text ends too early"},
+        {"{\"a\n", "line 1, column 4: not JSON"},
         {"{\"version\": 1,\n \"sources\": [}", "line 2, column 14: not JSON at '}'"},
         {"{\"version\": 1}\n x", "line 2, column 2: not JSON at 'x'"},
         {"{\"version\": 1e999}", "line 1, column 17: the number 1e999 is too large"},
@@ -154,6 +165,55 @@ TEST(SceneJson, WrongSourcesAreRefused) {
         EXPECT_EQ(expected, complaint(scene_text(text))) << text;
 }
 
+std::string repeated(const std::string &piece, int count) {
+    std::string text;
+    for (int i = 0; i < count; ++i) text += piece;
+    return text;
+}
+
+/* What nobody writes ends early, whether it would have become something or not. */
+TEST(SceneJson, TextsHaveBounds) {
+    std::string keys = "\"0\": 0";
+    for (int i = 1; i <= 64; ++i) keys += ", \"" + std::to_string(i) + "\": 0";
+    const std::string long_name(300000, 'k');
+    const std::string begins = std::string(60, 'k') + "...";
+    const std::pair<std::string, std::string> cases[] = {
+        {repeated("[", 65), "...: is nested more than 64 deep"},
+        {repeated("{\"a\": ", 65), "...: is nested more than 64 deep"},
+        {repeated("[", 64) + repeated("]", 64), "is an array, needs an object"},
+        {"{" + keys + "}", "64: is key number 65 of its object"},
+        {"[" + repeated("[],", 2000000) + "0]",
+         "[1999999]: is value number 2000001 of the text; long tracks belong into tables"},
+        {"{\"" + long_name + "\": 0}", begins + ": unknown key"},
+        {"{\"" + long_name + "\": 0, \"" + long_name + "\": 0}", begins + ": is given twice"},
+        {"{\"version\": " + std::string(300000, '1') + "}",
+         "line 1, column 300012: the number " + std::string(60, '1') + "... is too large"},
+    };
+    for (const auto &[text, expected] : cases) {
+        const std::string found = complaint(text);
+        if (expected[0] == '.')
+            EXPECT_TRUE(found.size() < 100 && found.ends_with(expected)) << found;
+        else
+            EXPECT_EQ(expected, found);
+    }
+}
+
+TEST(SceneJson, MessagesSuitTerminals) {
+    const std::pair<std::string, std::string> lines[] = {
+        {"a\nb\x1B[31mc\x7F", "a?b?[31mc?"},
+        {"gr\xC3\xBC\xC3\x9F \xE2\x82\xAC \xF0\x9F\x8E\xA7",
+         "gr\xC3\xBC\xC3\x9F \xE2\x82\xAC \xF0\x9F\x8E\xA7"},
+        {"csi \xC2\x9BX", "csi ??X"}, // a control character of two bytes
+        {"bad \xFC \xC0\xAF \xED\xA0\x80 \xE2\x82", "bad ? ?? ??? ??"},
+        {std::string(2000, 'a') + "b", std::string(500, 'a') + "..." + std::string(499, 'a') + "b"},
+    };
+    for (const auto &[text, expected] : lines) EXPECT_EQ(expected, message_line(text));
+    EXPECT_EQ("'" + std::string(60, 'a') + "'", in_quotes(std::string(60, 'a')));
+    // A character is not cut.
+    EXPECT_EQ("'" + std::string(58, 'a') + "...'",
+              in_quotes(std::string(58, 'a') + "\xE2\x82\xAC"));
+}
+
 TEST(SceneJson, WrongTracksAreRefused) {
     const wrong_text cases[] = {
         {R"([])", "has no rows"},
@@ -174,6 +234,13 @@ TEST(SceneJson, WrongTracksAreRefused) {
         {R"("bare.csv")", "bare.csv:1: the heading '0,1,2,3' is not time,x,y,z or "
                           "time,azimuth,elevation"},
         {R"("empty.csv")", "empty.csv: has no rows"},
+        {R"("wide.csv")", "wide.csv:2: has 1000001 numbers, needs 4 (time,x,y,z)"},
+        {R"("heading.csv")",
+         "heading.csv:1: the heading 'timetimetimetimetimetimetimetimetimetime"
+         "timetimetimetimetime...' is not time,x,y,z or time,azimuth,elevation"},
+        {R"("tall.csv")", "tall.csv: brings the tables of the scene to more than 5000000 lines"},
+        {R"("")", "is empty"},
+        {R"("fly.csv\u0000.wav")", "has a NUL character (\\u0000) in it, which no file name can"},
     };
     for (const auto &[text, expected] : cases) {
         const std::string place = expected[0] == ' ' ? "sources[0].track" : "sources[0].track: ";

@@ -29,10 +29,13 @@ struct pinned_scene {
 std::string many_sources() {
     std::string text = R"({"version": 1, "sources": [)";
     for (int k = 0; k < 20; ++k) {
+        const int first = 18 * k, step = 100 - 12 * k;
         char source[200];
         std::snprintf(source, sizeof source,
-                      R"(%s{"file": "a", "gain": %d, "track": [[0, %d, 0], [0.1, %d, 40]]})",
-                      k == 0 ? "" : ",", -2 * k, 18 * k, 400 - 30 * k);
+                      R"(%s{"file": "a", "gain": %d, "track": [[0, %d, 0], [0.025, %d, 10],
+                         [0.05, %d, 20], [0.075, %d, 30], [0.1, %d, 40]]})",
+                      k == 0 ? "" : ",", -2 * k, first, first + step, first + 2 * step,
+                      first + 3 * step, first + 4 * step);
         text += source;
     }
     return text + "]}";
@@ -50,10 +53,13 @@ TEST(SceneRender, ScenesHaveTheirDigests) {
         {"flight", 7924480934207391842u, scene_text(R"("track": [[0, 2, 20, 1], [0.2, 2, -20, 1]],
             "rolloff": {"model": "linear", "minimum": 1, "maximum": 30})")},
         {"turns", 17288586654762934593u,
-         scene_text(R"("track": [[0, 0, -40], [0.1, 720, 90], [0.2, -360, 0]])")},
+         scene_text(R"("track": [[0, 0, -40], [0.025, 180, -7.5], [0.05, 360, 25],
+            [0.075, 540, 57.5], [0.1, 720, 90], [0.116667, 540, 75], [0.133333, 360, 60],
+            [0.15, 180, 45], [0.166667, 0, 30], [0.183333, -180, 15], [0.2, -360, 0]])")},
         {"head", 9036979256656448372u, scene_text(R"("position": [1, 1, 0])", R"("listener": {
             "position": [0, 0, 1.7], "orientation_track":
-            [[0, 0, 0, 0], [0.1, 90, 45, -30], [0.2, 360, -90, 180]]})")},
+            [[0, 0, 0, 0], [0.1, 90, 45, -30], [0.15, 225, -22.5, 75],
+             [0.2, 360, -90, 180]]})")},
         {"walk", 17766143245033072462u,
          scene_text(R"("position": [1, 1, 0],
             "rolloff": {"model": "inverse", "minimum": 1, "maximum": 20})",
@@ -119,11 +125,11 @@ TEST(SceneRender, ReadsCanBeCutAnywhere) {
 TEST(SceneRender, HeadAndSourceTurnTogether) {
     const samples sound = noise(24000, 5);
     const samples still = performance(scene_text(R"("direction": [20, 10])"), {sound}).play();
-    EXPECT_EQ(still, performance(scene_text(R"("track": [[0, 20, 10], [0.5, 740, 10]])",
-                                            R"("listener": {"orientation_track":
-                                                [[0, 0, 0, 0], [0.5, 720, 0, 0]]})"),
-                                 {sound})
-                         .play());
+    const std::string round =
+        scene_text(R"("track": [[0, 20, 10], [0.125, 200, 10], [0.25, 380, 10]])",
+                   R"("listener": {"orientation_track":
+            [[0, 0, 0, 0], [0.125, 180, 0, 0], [0.25, 360, 0, 0]]})");
+    EXPECT_EQ(still, performance(round, {sound}).play());
     // Both of them walk, too.
     EXPECT_EQ(performance(scene_text(R"("position": [3, 1, 0])"), {sound}).play(),
               performance(scene_text(R"("track": [[0, 3, 1, 0], [0.5, 13, 6, -2]])",
@@ -131,8 +137,9 @@ TEST(SceneRender, HeadAndSourceTurnTogether) {
                                          [[0, 0, 0, 0], [0.5, 10, 5, -2]]})"),
                           {sound})
                   .play());
-    EXPECT_NE(still,
-              performance(scene_text(R"("track": [[0, 20, 10], [0.5, 740, 10]])"), {sound}).play());
+    EXPECT_NE(
+        still,
+        performance(scene_text(R"("track": [[0, 20, 10], [0.25, 200, 10]])"), {sound}).play());
 }
 
 TEST(SceneRender, StartsLoopsAndDurations) {

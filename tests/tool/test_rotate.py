@@ -79,6 +79,14 @@ class Keyframes(ToolTest):
             self.assertEqual(len(set(channel[1504:2400])), 1)
             self.assertEqual(len(set(channel[3424:])), 1)
 
+    def test_ramps_take_the_shorter_way_round(self):
+        """From yaw 170 to -170 the rear stays ahead; the front never comes into view."""
+        self.write("keys.csv", b"0.01,-170,0\n")
+        field = [1 << 28, 0, 0, -(1 << 28)] * 2000  # a source in the rear
+        out = self.samples("rotate", wav(field, 4, 32), "--yaw=170", "--keyframes", "keys.csv",
+                           bits=32)
+        self.assertGreater(min(channels_of(out, 4)[3]), 0.98 * (1 << 28))
+
     def test_rows_past_the_end_are_reported(self):
         self.write("keys.csv", b"0,0,0\n1,5,0\n")
         self.tool("rotate", "-", "-o", "out.wav", "--keyframes", "keys.csv",

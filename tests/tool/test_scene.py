@@ -83,6 +83,18 @@ class Rendering(SceneTest):
             self.assertEqual(len(found), 9600 * 8)
             self.assertEqual(found, expected)
 
+    def test_angles_take_the_shorter_way_round(self):
+        """However the numbers of the rows write it."""
+        def sound(azimuths, *heads):
+            rows = [[0.08 * k, azimuth, 0] for k, azimuth in enumerate(azimuths)]
+            looks = [[0.08 * k, *head] for k, head in enumerate(heads)]
+            return self.render(scene_of({"file": "mono.wav", "track": rows},
+                                        listener={"orientation_track": looks}))
+        still = [0, 0, 0]
+        self.assertEqual(sound([170, -170], still), sound([170, 190], still))
+        self.assertEqual(sound([10], [350, 170, -170], [10, -170, 170]),
+                         sound([10], [350, 170, -170], [370, 190, -190]))
+
     def test_length_start_and_gain(self):
         """The end of the last source that does not loop, and what the filters ring on."""
         early = {"file": "mono.wav", "direction": [0, 0]}
@@ -108,22 +120,52 @@ class Rendering(SceneTest):
         self.assertEqual(self.info("out.wav")["frames"], "4127")
 
     def test_more_sources_than_files_may_be_open(self):
-        many = [{"file": "mono.wav", "gain": -60, "direction": [k, 0]} for k in range(300)]
-        self.write("scene.json", text(scene_of(*many, duration=0.002)))
-        command = 'ulimit -Sn 100; exec "$0" render scene.json -o - --raw'
-        result = subprocess.run(["sh", "-c", command, EARSHOT], stdout=subprocess.PIPE)
-        self.assertEqual((result.returncode, len(result.stdout)), (0, 96 * 6))
+        """One file takes one descriptor, whatever it is called; many ask the system for more."""
+        os.link("mono.wav", "link.wav")
+        os.mkdir("copies")
+        for k in range(120):
+            self.write("copies/%d.wav" % k, self.read("mono.wav"))
+        for limit, names in ("-n 12", ["mono.wav", "link.wav", "./mono.wav"] * 100), \
+                            ("-Sn 100", ["copies/%d.wav" % k for k in range(120)]):
+            many = [{"file": name, "gain": -60, "direction": [k, 0]}
+                    for k, name in enumerate(names)]
+            self.write("scene.json", text(scene_of(*many, duration=0.002)))
+            command = 'ulimit ' + limit + '; exec "$0" render scene.json --normalize -o - --raw'
+            result = subprocess.run(["sh", "-c", command, EARSHOT], stdout=subprocess.PIPE)
+            self.assertEqual((result.returncode, len(result.stdout)), (0, 96 * 6), limit)
+
+    def test_sources_of_one_file_read_it_each_for_itself(self):
+        self.tool("encode", "mono.wav", "-o", "field.flac", "--order=1")
+        for name in "mono.wav", "field.flac", "pair.wav":
+            others = ["copy%d-%s" % (k, name) for k in range(3)]
+            for other in others:
+                self.write(other, self.read(name))
+
+            def sound(*names):
+                sources = [{"file": name, "channel": 1, "start": 0.013 * k, "loop": k == 1,
+                            "direction": [50 * k, 0]} for k, name in enumerate(names)]
+                result = self.run_tool("render", "-", "-q", "-o", "-", "--raw",
+                                       data=text(scene_of(*sources, duration=0.3)))
+                self.assertEqual((result.returncode, result.stderr), (0, b""))
+                return result.stdout
+            self.assertEqual(sound(name, name, name), sound(*others), name)
 
 
 class Memory(SceneTest):
+    def run_measured(self, *args, **kwargs):
+        """Exit code, message, and the KiB that the run takes."""
+        with open("message", "w+b") as message:
+            process = subprocess.Popen([EARSHOT, *args], stderr=message, **kwargs)
+            _, status, usage = os.wait4(process.pid, 0)
+            process.returncode = os.waitstatus_to_exitcode(status)
+            message.seek(0)
+            return process.returncode, message.read().decode(), usage.ru_maxrss
+
     def peak(self, scene, seconds):
-        """KiB that rendering so much of the scene takes."""
         self.write("scene.json", text({**scene, "duration": seconds}))
-        process = subprocess.Popen([EARSHOT, "render", "scene.json", "-q", "-o", "/dev/null"])
-        _, status, usage = os.wait4(process.pid, 0)
-        process.returncode = os.waitstatus_to_exitcode(status)
-        self.assertEqual(process.returncode, 0)
-        return usage.ru_maxrss
+        code, message, peak = self.run_measured("render", "scene.json", "-q", "-o", "/dev/null")
+        self.assertEqual((code, message), (0, ""))
+        return peak
 
     def test_constant(self):
         """A second of 200 sources would be 37 MiB, six minutes of one 66 MiB."""
@@ -136,6 +178,36 @@ class Memory(SceneTest):
         for sources, short, long in (moving, 0.5, 2.5), ([single], 10, 370):
             scene = scene_of(*sources)
             self.assertLess(self.peak(scene, long) - self.peak(scene, short), 8 << 10)
+
+
+    def test_texts_of_any_size(self):
+        """They are not read further than to their bound, nor do they become anything."""
+        size = 24 << 20
+        self.sounds()
+        self.write("deep.json", b"[" * size)
+        self.write("wide.csv", b"time,x,y,z\n" + b"," * size)
+        self.write("row.csv", b"a" + b"," * size)
+        self.write("field.wav", wav(noise(400, 16, 1), 4))
+        self.write("wide.json", text(scene_of({"file": "mono.wav", "track": "wide.csv"})))
+        self.write("endless.json", text(scene_of({"file": "mono.wav", "track": "/dev/zero"})))
+        large = ": is larger than 16 MiB; long tracks belong into tables"
+        rotate = ["rotate", "field.wav", "--keyframes"]
+        for message, *args in [
+                ("deep.json" + large, "render", "deep.json"),
+                ("/dev/zero" + large, "render", "/dev/zero"),
+                ("standard input" + large, "render", "-"),
+                ("wide.json: sources[0].track: wide.csv:2: has %d numbers, needs 4 (time,x,y,z)"
+                 % (size + 1), "render", "wide.json"),
+                ("endless.json: sources[0].track: /dev/zero: brings the tables of the scene to "
+                 "more than 256 MiB; give them fewer rows", "render", "endless.json"),
+                ("row.csv: is larger than 16 MiB", *rotate, "row.csv"),
+                ("standard input: is larger than 16 MiB", *rotate, "-")]:
+            with self.subTest(args=args), \
+                    subprocess.Popen(["yes", "[0,"], stdout=subprocess.PIPE) as endless:
+                code, found, peak = self.run_measured(*args, "-o", "out.wav", stdin=endless.stdout)
+                endless.stdout.close()
+                self.assertEqual((code, found), (2, "earshot: " + message + "\n"))
+                self.assertLess(peak, 400 << 10)
 
 
 class Bench(SceneTest):
@@ -194,6 +266,7 @@ class Errors(SceneTest):
         self.write("folder/cut.wav", whole[:-100])
         self.write("folder/table.csv", b"time,x,y,z\n0,1,2,3\n1,2\n")
         self.write("folder/pair.wav", self.read("pair.wav"))
+        self.write("folder/empty.wav", wav([], 1))
         place = "folder/a.json: sources[1]."
         for message, source in [
                 (place + "file: folder/none.wav: No such file or directory",
@@ -207,13 +280,19 @@ class Errors(SceneTest):
                  {"file": "pair.wav", "channel": 3, **at}),
                 (place + "file: folder/cut.wav: truncated: the header announces 18000 bytes of "
                  "data, the file holds 17900", {"file": "cut.wav", **at}),
+                (place + "file: /proc/self/mem: Input/output error",
+                 {"file": "/proc/self/mem", **at}),
+                (place + "file: folder/empty.wav: has no frames to loop",
+                 {"file": "empty.wav", "loop": True, **at}),
+                (place + "file: has a NUL character (\\u0000) in it, which no file name can",
+                 {"file": "pair.wav\0", "channel": 1, **at}),
                 (place + "track: table.csv:3: has 2 numbers, needs 4 (time,x,y,z)",
                  {"file": "pair.wav", "track": "table.csv"}),
                 (place + "direction: elevation 91 is outside -90 to 90",
                  {"file": "pair.wav", "direction": [0, 91]})]:
             with self.subTest(message=message):
                 good = {"file": os.path.abspath("mono.wav"), **at}
-                self.write("folder/a.json", text(scene_of(good, source)))
+                self.write("folder/a.json", text(scene_of(good, source, duration=0.1)))
                 self.fails(2, message, "render", "folder/a.json", "-o", "out.wav")
         self.write("folder/a.json", text(scene_of({"file": "pair.wav", "track": "none.csv"})))
         self.fails(2, "folder/a.json: sources[0].track: folder/none.csv: No such file or directory",
@@ -228,6 +307,14 @@ class Errors(SceneTest):
                 result = self.run_tool("render", "-", "-o", "out.wav", data=data)
                 self.assertEqual(result.returncode, 2)
                 self.assertRegex(result.stderr.decode(), r"^earshot: standard input: [^\n]+\n$")
+
+    def test_names_cannot_steer_a_terminal(self):
+        name = "a\x1B[2J\x9B2J.wav"
+        os.rename("pair.wav", name)
+        source = {"file": name, "channel": 1, "direction": [0, 0]}
+        self.tool("render", "-", "-o", "out.wav", data=text(scene_of(source)),
+                  says=b"earshot: a?[2J??2J.wav: converting the sample rate from 44100 to "
+                       b"48000 Hz\n")
 
     def test_failure_half_way_leaves_the_old_file(self):
         """A file that turns out to be shorter than it says, when part of the scene is written."""
@@ -292,6 +379,7 @@ class Schema(SceneTest):
         (("listener", "orientation", "quaternion"), [2, 0, 0, 0]),
         (("listener", "orientation"), {"yaw": 32768}),
         ((*FIRST, "file"), None), ((*FIRST, "file"), ""), ((*FIRST, "file"), 3),
+        ((*FIRST, "file"), "mono.wav\0"), ((*SECOND, "track"), ""), ((*SECOND, "track"), "a\0"),
         ((*FIRST, "colour"), 1), ((*FIRST, "gain"), 61), ((*FIRST, "gain"), "3"),
         ((*FIRST, "start"), -0.1), ((*FIRST, "loop"), 1), ((*FIRST, "dc_block"), "yes"),
         ((*FIRST, "position"), None), ((*FIRST, "position"), [0, 0]),

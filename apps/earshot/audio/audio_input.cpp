@@ -4,7 +4,6 @@
 #include <cerrno>
 #include <cmath>
 
-#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -34,27 +33,21 @@ int mpeg_layer_word(int layer) {
 
 } // namespace
 
-audio_input::audio_input(const std::string &name) : name_(name == "-" ? "standard input" : name) {
-    if (name == "-") {
-        descriptor_ = STDIN_FILENO;
-    } else {
-        descriptor_ = open(name.c_str(), O_RDONLY | O_CLOEXEC);
-        if (descriptor_ < 0) throw processing_error(name_, system_cause(errno));
-    }
+audio_input::audio_input(const std::string &name)
+    : name_(name == "-" ? "standard input" : name), reader_(name),
+      descriptor_(reader_.descriptor()) {
     try {
         check_descriptor();
         open_stream();
         check_rate(info_.samplerate);
     } catch (...) {
         if (file_ != nullptr) sf_close(file_);
-        if (descriptor_ != STDIN_FILENO) close(descriptor_);
         throw;
     }
 }
 
 audio_input::~audio_input() {
     if (file_ != nullptr) sf_close(file_);
-    if (descriptor_ != STDIN_FILENO) close(descriptor_);
 }
 
 void audio_input::check_descriptor() {
@@ -84,7 +77,7 @@ void audio_input::open_plain(const byte_source &bytes, const sound_header &heade
     info_.channels = header.channels;
     info_.format = SF_FORMAT_RAW | header.encoding;
     if (seekable_) lseek(descriptor_, 0, SEEK_SET);
-    file_ = sf_open_fd(descriptor_, SFM_READ, &info_, SF_FALSE);
+    file_ = reader_.open_stream(info_);
     if (file_ == nullptr) throw processing_error(name_, library_cause(nullptr));
     info_.format = header.container | header.encoding;
     if (header.data_bytes)
@@ -99,7 +92,7 @@ void audio_input::open_plain(const byte_source &bytes, const sound_header &heade
 }
 
 void audio_input::open_mpeg(byte_source &bytes, const sound_header &header) {
-    mpeg_.emplace(bytes, header.data_begin);
+    mpeg_.emplace(reader_, bytes, header.data_begin);
     info_.samplerate = mpeg_->rate();
     info_.channels = mpeg_->channels();
     info_.format = SF_FORMAT_MPEG | mpeg_layer_word(mpeg_->layer());
@@ -107,7 +100,8 @@ void audio_input::open_mpeg(byte_source &bytes, const sound_header &header) {
 }
 
 void audio_input::open_coded() {
-    file_ = sf_open_fd(descriptor_, SFM_READ, &info_, SF_FALSE);
+    file_ = reader_.open_stream(info_);
+    if (reader_.error() != 0) throw processing_error(name_, system_cause(reader_.error()));
     if (file_ == nullptr) {
         const int error = sf_error(nullptr);
         if (error == SF_ERR_SYSTEM || error == SF_ERR_UNSUPPORTED_ENCODING)
@@ -223,6 +217,7 @@ std::size_t audio_input::read_floating(s32 *interleaved, std::size_t frames) {
 // A short read must be the end that was announced.
 void audio_input::check_end(std::size_t wanted, std::size_t got) const {
     if (got == wanted) return;
+    if (reader_.error() != 0) throw processing_error(name_, system_cause(reader_.error()));
     if (file_ != nullptr && sf_error(file_) != SF_ERR_NO_ERROR)
         throw processing_error(name_, "damaged or truncated after frame " +
                                           std::to_string(position_) + ": " + library_cause(file_));

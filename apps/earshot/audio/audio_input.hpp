@@ -7,6 +7,7 @@
 #include <sndfile.h>
 
 #include "audio/mpeg_stream.hpp"
+#include "audio/shared_file.hpp"
 #include "audio/sound_header.hpp"
 #include "scene/rendering/looping_source.hpp"
 #include "scene_library.hpp"
@@ -50,7 +51,8 @@ class audio_input : public rewindable_source {
     void check_end(std::size_t wanted, std::size_t got) const;
 
     std::string name_;
-    int descriptor_ = -1;
+    file_reader reader_;
+    int descriptor_;
     bool seekable_ = true;
     std::optional<s64> length_; // frames
     SF_INFO info_{};

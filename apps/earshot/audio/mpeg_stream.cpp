@@ -44,9 +44,20 @@ bool is_cut(byte_source &in, s64 begin, s64 end) {
     return true;
 }
 
+// A file_reader as libmpg123 takes one.
+ssize_t read_bytes(void *reader, void *bytes, std::size_t count) {
+    auto &file = *static_cast<file_reader *>(reader);
+    const s64 got = file.read(bytes, static_cast<s64>(count));
+    return got == 0 && file.error() != 0 ? -1 : got;
+}
+
+off_t seek_bytes(void *reader, off_t offset, int whence) {
+    return static_cast<file_reader *>(reader)->seek(offset, whence);
+}
+
 } // namespace
 
-mpeg_stream::mpeg_stream(byte_source &in, s64 begin) : name_(in.name()) {
+mpeg_stream::mpeg_stream(file_reader &reader, byte_source &in, s64 begin) : name_(in.name()) {
     static const int library_status = mpg123_init();
     require(library_status);
     int status = MPG123_OK;
@@ -57,8 +68,9 @@ mpeg_stream::mpeg_stream(byte_source &in, s64 begin) : name_(in.name()) {
         MPG123_QUIET | MPG123_FORCE_FLOAT | MPG123_GAPLESS | MPG123_NO_FRANKENSTEIN;
     require(mpg123_param(handle_.get(), MPG123_ADD_FLAGS, flags, 0));
     require(mpg123_param(handle_.get(), MPG123_REMOVE_FLAGS, MPG123_AUTO_RESAMPLE, 0));
-    lseek(in.descriptor(), in.begin(), SEEK_SET);
-    require(mpg123_open_fd(handle_.get(), in.descriptor()));
+    require(mpg123_replace_reader_handle(handle_.get(), read_bytes, seek_bytes, nullptr));
+    reader.seek(in.begin(), SEEK_SET);
+    require(mpg123_open_handle(handle_.get(), &reader));
     check_frames(in, begin);
     require(mpg123_scan(handle_.get()));
     rewind();

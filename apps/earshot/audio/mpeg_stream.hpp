@@ -9,14 +9,15 @@
 #include <mpg123.h>
 
 #include "audio/byte_source.hpp"
+#include "audio/shared_file.hpp"
 
 namespace earshot_tool {
 
 class mpeg_stream {
   public:
     // Tags end and frames begin at the offset. Throws processing_error for what holds no sound or
-    // less than it should.
-    mpeg_stream(byte_source &in, s64 begin);
+    // less than it should. The reader, of the same file, outlives the stream.
+    mpeg_stream(file_reader &reader, byte_source &in, s64 begin);
 
     int layer() const { return layer_; }
     int channels() const { return channels_; }

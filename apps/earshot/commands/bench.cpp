@@ -87,7 +87,8 @@ void bench(const bench_options &options) {
     describe_inputs(*work, out);
     const profiler_handle profiler(NpCreate(), &NpDestroy);
     if (profiler == nullptr) throw processing_error(scene.name, system_cause(ENOMEM));
-    NpInitialize(profiler.get(), scene.name.c_str(), static_cast<float>(frames_per_second));
+    const std::string name = message_line(scene.name); // the profiler keeps the address
+    NpInitialize(profiler.get(), name.c_str(), static_cast<float>(frames_per_second));
     const s64 samples = measure(*profiler, *work->stream, out);
     if (samples == 0) throw processing_error(scene.name, "is too short to measure");
     NpReportSummary(profiler.get());

@@ -24,6 +24,8 @@ std::unique_ptr<binaural_input> open_sound(const scene_source &source, const std
     auto input = std::make_unique<binaural_input>(path);
     if (source.loop && !input->file().is_seekable())
         throw processing_error(input->file().name(), "cannot be read again, as a loop needs");
+    if (source.loop && input->file().frames() == 0)
+        throw processing_error(input->file().name(), "has no frames to loop");
     if (source.loop) input->repeat();
     input->pick(chosen_channel(input->file(), source.channel, "with \"channel\""));
     return input;
@@ -35,13 +37,19 @@ scene_file read_scene(const std::string &path) {
     scene_file file{text_file_name(path),
                     path == "-" ? "" : std::filesystem::path(path).parent_path().string(),
                     {}};
-    const auto load = [&file](const std::string &name) {
-        return read_text(path_in(file.folder, name));
+    std::size_t left = most_table_bytes;
+    const auto load = [&file, &left](const std::string &name) {
+        std::string table = read_text(path_in(file.folder, name), left,
+                                      "brings the tables of the scene to more than 256 MiB; give "
+                                      "them fewer rows");
+        left -= table.size();
+        return table;
     };
     if (is_sound_file(path))
         throw processing_error(file.name, "is a sound, not a scene; 'render -s " + path +
                                               "@0,0' places it in front of the listener");
-    const std::string text = read_text(path);
+    const std::string text =
+        read_text(path, most_scene_bytes, "is larger than 16 MiB; long tracks belong into tables");
     try {
         file.content = parse_scene(text, load);
     } catch (const std::runtime_error &error) { // the scene's, or of a table that cannot be read

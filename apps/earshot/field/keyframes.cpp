@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cctype>
 #include <cmath>
-#include <sstream>
 
 #include "error.hpp"
 #include "scene_library.hpp"
@@ -13,6 +12,8 @@ namespace earshot_tool {
 
 namespace {
 
+// An hour of rows that are as close to each other as they may be has 10 MiB.
+constexpr std::size_t most_bytes = std::size_t{16} << 20;
 constexpr double frames_per_second = 48000;
 constexpr number_range time_range{0, 1e9}; // thirty years, far below where frames would overflow
 
@@ -23,8 +24,7 @@ struct table_error {
 double column(std::string_view text, const char *what, const number_range &range) {
     const auto value = parse_number(text);
     if (!value)
-        throw table_error{std::string(what) + " '" + std::string(trimmed(text)) +
-                          "' is not a number"};
+        throw table_error{std::string(what) + " " + in_quotes(trimmed(text)) + " is not a number"};
     if (!range.contains(*value))
         throw table_error{std::string(what) + " " + range.violation(*value)};
     return *value;
@@ -41,11 +41,11 @@ void set_focus(field_setting &setting, const focus_direction &focus) {
 }
 
 keyframe parse_row(std::string_view line, const std::optional<focus_direction> &focus) {
-    const auto columns = split_at_commas(line);
-    if (columns.size() != 3 && columns.size() != 5)
-        throw table_error{"has " + std::to_string(columns.size()) +
-                          (columns.size() == 1 ? " column" : " columns") +
+    const std::size_t width = pieces_at_commas(line);
+    if (width != 3 && width != 5)
+        throw table_error{"has " + std::to_string(width) + (width == 1 ? " column" : " columns") +
                           ", needs 3 or 5 (seconds,yaw,pitch[,focus yaw,focus pitch])"};
+    const auto columns = split_at_commas(line);
     keyframe row{};
     row.frame = std::llround(column(columns[0], "time", time_range) * frames_per_second);
     row.setting.yaw = angle(columns[1], "yaw", yaw_range);
@@ -60,10 +60,10 @@ keyframe parse_row(std::string_view line, const std::optional<focus_direction> &
 
 // Words; a row of numbers that begins with "nan" is not one.
 bool is_heading(std::string_view line) {
-    const auto columns = split_at_commas(line);
-    return std::isalpha(static_cast<unsigned char>(line[0])) != 0 &&
-           std::none_of(columns.begin(), columns.end(),
-                        [](std::string_view text) { return parse_number(text).has_value(); });
+    if (std::isalpha(static_cast<unsigned char>(line[0])) == 0) return false;
+    while (!line.empty())
+        if (parse_number(take_until(',', line))) return false;
+    return true;
 }
 
 void check_distance(const std::vector<keyframe> &rows, const keyframe &next) {
@@ -78,16 +78,13 @@ void check_distance(const std::vector<keyframe> &rows, const keyframe &next) {
 
 } // namespace
 
-std::vector<keyframe> parse_keyframes(std::istream &table, const std::string &name,
+std::vector<keyframe> parse_keyframes(std::string_view table, const std::string &name,
                                       const std::optional<focus_direction> &focus) {
     std::vector<keyframe> rows;
-    std::string text;
     bool heading_allowed = true;
-    for (s64 number = 1; std::getline(table, text); ++number) {
-        std::string_view line = text;
-        if (number == 1 && line.substr(0, 3) == "\xEF\xBB\xBF") // byte order mark of UTF-8
-            line.remove_prefix(3);
-        line = trimmed(line);
+    if (table.substr(0, 3) == "\xEF\xBB\xBF") table.remove_prefix(3); // byte order mark of UTF-8
+    for (s64 number = 1; !table.empty(); ++number) {
+        const std::string_view line = trimmed(take_until('\n', table));
         if (line.empty() || line[0] == '#') continue;
         const bool skipped = heading_allowed && is_heading(line);
         heading_allowed = false;
@@ -105,7 +102,7 @@ std::vector<keyframe> parse_keyframes(std::istream &table, const std::string &na
 
 std::vector<keyframe> read_keyframes(const std::string &path,
                                      const std::optional<focus_direction> &focus) {
-    std::istringstream table(read_text(path));
+    const std::string table = read_text(path, most_bytes, "is larger than 16 MiB");
     return parse_keyframes(table, text_file_name(path), focus);
 }
 

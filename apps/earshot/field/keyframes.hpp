@@ -6,9 +6,9 @@
 // skipped; the first row may be a heading.
 #pragma once
 
-#include <istream>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "field/field_rotator.hpp"
@@ -28,7 +28,7 @@ struct focus_direction {
 
 // Rows without a focus of their own have `focus`. Throws processing_error "NAME:LINE: reason" for a
 // malformed row, and for one that begins before the glide to the row above is over.
-std::vector<keyframe> parse_keyframes(std::istream &table, const std::string &name,
+std::vector<keyframe> parse_keyframes(std::string_view table, const std::string &name,
                                       const std::optional<focus_direction> &focus);
 
 // The same from a file, or from standard input for "-".
