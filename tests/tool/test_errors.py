@@ -83,7 +83,7 @@ class UsageErrors(ToolTest):
         name = "\u00e9" * 50000
         for start, end, *args in [
                 (b"earshot: \xc3\xa9", b"\xa9: File name too long\n", "info", name),
-                (b"earshot: --yaw: '\xc3\xa9", b"\xa9...' is not a number\n", "rotate", "in.wav",
+                (b"earshot: --yaw: '\xc3\xa9", b"\xa9' is not a number\n", "rotate", "in.wav",
                  "-o", "out.wav", "--yaw", name)]:
             result = self.run_tool(*args)
             self.assertTrue(result.stderr.startswith(start) and result.stderr.endswith(end))
