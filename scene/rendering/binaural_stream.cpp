@@ -18,7 +18,8 @@ binaural_stream::binaural_stream(binaural_engine &engine, const std::vector<fram
       sources_(engine.sources()), frame_(2 * engine.frame_length()) {
     set_level({}, {});
     for (frame_source *input : inputs_)
-        windows_.emplace_back(*input, window_length, window_lead, engine.frame_length());
+        windows_.emplace_back(*input, window_length, window_lead, engine.frame_length(),
+                              engine.lowering());
 }
 
 void binaural_stream::set_level(const output_level &level, const sample_range &range) {
