@@ -52,6 +52,7 @@ class audio_input : public rewindable_source {
     void continue_without_length();
     void check_header();
     std::size_t read_floating(s32 *interleaved, std::size_t frames);
+    void require_finite(std::size_t frames) const; // of floating_
     void check_end(std::size_t wanted, std::size_t got);
 
     std::string name_;
