@@ -164,6 +164,26 @@ def arm_tables(folder):
     return calls, table(["inner loop", "instructions", "NEON"], rows)
 
 
+def tool_table(folder):
+    """Instructions of the tool's renderings, in millions, and what a DC blocker adds to them."""
+    with open(folder / "performance-tool.csv", newline="") as file:
+        isa = file.readline().lstrip("# ").strip()
+        counts = {}
+        for row in csv.DictReader(file):
+            counts.setdefault(row["rendering"], {})[row["object"]] = int(row["instructions"])
+    rows = []
+    for name, objects in counts.items():
+        tool, whole = objects["earshot"], sum(objects.values())
+        library = sum(n for o, n in objects.items() if o.startswith("libearshot"))
+        plain = counts.get(name.removesuffix(" with dc_block"), {})
+        blocker = 1 - sum(plain.values()) / whole
+        rows.append([name] + [digits(n / 1e6) for n in (library, tool, whole - tool - library)]
+                    + [f"{tool / library:.2f}", f"{blocker:.1%}" if blocker else ""])
+    head = ["rendering", f"library ({isa})", "tool", "others", "tool / library",
+            "dc_block, of all"]
+    return table(head, rows)
+
+
 def fill(text, mark, content):
     pattern = rf"(<!-- {mark} -->\n).*?(<!-- end -->)"
     if not re.search(pattern, text, re.S):
@@ -219,7 +239,7 @@ def main(folder, readme):
     fill_file(folder / "performance.md",
               {"machine": figures.machine, "aims": aims_table(figures),
                "times": times_table(figures), "sizes": size_table(figures), "arm": calls,
-               "arm loops": loops})
+               "arm loops": loops, "tool": tool_table(folder)})
     fill_file(readme, {"speed": figures.machine + ":\n\n" + summary_table(figures)})
     plot(figures, folder)
     for row in aim_rows(figures):

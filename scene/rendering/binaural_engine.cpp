@@ -1,7 +1,6 @@
 #include "scene/rendering/binaural_engine.hpp"
 
 #include <algorithm>
-#include <cstdlib>
 
 #include "scene/rendering/library_status.hpp"
 
@@ -19,13 +18,11 @@ void allocate(std::vector<std::max_align_t> &memory, u32 bytes) {
 
 binaural_engine::binaural_engine(filter_set set, std::size_t sources, std::size_t frame_length,
                                  int guard)
-    : frame_length_(frame_length), guard_(guard),
+    : sources_(sources), frame_length_(frame_length), guard_(guard),
       safe_guard_(earshot_scene::safe_guard(set, sources)),
-      filter_gain_bits_(filter_gain_bits(set)), lowered_(sources * window_length), inputs_(sources),
-      spectra_(2 * 2 * bins) {
+      filter_gain_bits_(filter_gain_bits(set)), spectra_(2 * 2 * bins) {
     make_front(set, static_cast<u32>(sources));
     make_back(static_cast<u32>(frame_length));
-    for (std::size_t k = 0; k < sources; ++k) inputs_[k] = lowered_.data() + k * window_length;
 }
 
 void binaural_engine::make_front(filter_set set, u32 sources) {
@@ -64,28 +61,24 @@ void binaural_engine::place(std::size_t source, s32 azimuth, s32 elevation) {
     changed_ = changed_ || (started_ && !same);
 }
 
-// Shifts by the guard bits and returns the peak. The front end shifts on and drops the bits below;
-// half of its unit makes of both shifts together one that rounds, without an offset of half a unit.
-s64 binaural_engine::lower(const s32 *window, s32 *lowered) const {
-    const s32 half = s32{1} << (front_->state->input_shift - 1);
-    for (std::size_t i = 0; i < window_length; ++i)
-        lowered[i] = std::min(window[i] >> guard_, INT32_MAX - half) + half;
-    if (guard_ >= safe_guard_) return 0;
-    s64 peak = 0;
-    for (std::size_t i = 0; i < window_length; ++i)
-        peak = std::max(peak, std::abs(s64{lowered[i]}));
-    return peak;
+sample_lowering binaural_engine::lowering() const {
+    return {guard_, s32{1} << (front_->state->input_shift - 1)};
+}
+
+bool binaural_engine::is_unsafe(const s32 *const *windows) const {
+    if (guard_ >= safe_guard_) return false;
+    s64 peaks = 0;
+    for (std::size_t k = 0; k < sources_; ++k)
+        peaks += extremes_of(windows[k], window_length).peak();
+    return peaks << filter_gain_bits_ >= s64{1} << 31;
 }
 
 void binaural_engine::process(const s32 *const *windows, s32 *ears) {
-    s64 peaks = 0;
-    for (std::size_t k = 0; k < inputs_.size(); ++k)
-        peaks += lower(windows[k], lowered_.data() + k * window_length);
-    unsafe_frames_ += peaks << filter_gain_bits_ >= s64{1} << 31;
+    unsafe_frames_ += is_unsafe(windows);
 
     std::fill(spectra_.begin(), spectra_.end(), 0);
     const hrtf_ear_spectra spectra{{spectra_.data(), spectra_.data() + 2 * bins}};
-    require(hrtf_filt_front_process(front_, bins, &spectra, window_length, inputs_.data()),
+    require(hrtf_filt_front_process(front_, bins, &spectra, window_length, windows),
             "hrtf_filt_front_process");
     if (changed_) {
         const hrtf_word_payload flag{sizeof flag, 1};

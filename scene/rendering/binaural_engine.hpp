@@ -16,6 +16,8 @@
 
 #include <earshot/hrtf.h>
 
+#include "scene/rendering/fixed_point.hpp"
+
 namespace earshot_scene {
 
 // The table sets of the library by their selectors.
@@ -47,7 +49,7 @@ class binaural_engine {
     binaural_engine(const binaural_engine &) = delete;
     binaural_engine &operator=(const binaural_engine &) = delete;
 
-    std::size_t sources() const { return inputs_.size(); }
+    std::size_t sources() const { return sources_; }
     std::size_t frame_length() const { return frame_length_; }
     int guard() const { return guard_; }
     int safe_guard() const { return safe_guard_; }
@@ -56,8 +58,12 @@ class binaural_engine {
     // the first frame. Where that changes its filters, the frame fades over to them.
     void place(std::size_t source, s32 azimuth, s32 elevation);
 
-    // windows: one of 256 samples, Q31, for every source. ears: frame_length pairs, left and right,
-    // lower than the natural level by the guard bits.
+    // What has to be done to a source's samples, Q31, before they get here. The front end shifts on
+    // and drops the bits below.
+    sample_lowering lowering() const;
+
+    // windows: one of 256 lowered samples for every source. ears: frame_length pairs, left and
+    // right, lower than the natural level by the guard bits.
     void process(const s32 *const *windows, s32 *ears);
 
     // Frames in which a sum could have left the range: in which the sum of the sources' peaks after
@@ -68,8 +74,9 @@ class binaural_engine {
   private:
     void make_front(filter_set set, u32 sources);
     void make_back(u32 frame_length);
-    s64 lower(const s32 *window, s32 *lowered) const;
+    bool is_unsafe(const s32 *const *windows) const;
 
+    std::size_t sources_;
     std::size_t frame_length_;
     int guard_;
     int safe_guard_;
@@ -83,8 +90,6 @@ class binaural_engine {
     std::vector<std::max_align_t> back_scratch_;
     hrtf_filt_front_instance *front_ = nullptr;
     hrtf_filt_back_instance *back_ = nullptr;
-    std::vector<s32> lowered_; // the windows after the shift
-    std::vector<const s32 *> inputs_;
     std::vector<s32> spectra_; // of both ears
 };
 

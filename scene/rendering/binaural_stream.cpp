@@ -1,7 +1,6 @@
 #include "scene/rendering/binaural_stream.hpp"
 
 #include <algorithm>
-#include <cstdlib>
 #include <utility>
 
 namespace earshot_scene {
@@ -18,7 +17,8 @@ binaural_stream::binaural_stream(binaural_engine &engine, const std::vector<fram
       sources_(engine.sources()), frame_(2 * engine.frame_length()) {
     set_level({}, {});
     for (frame_source *input : inputs_)
-        windows_.emplace_back(*input, window_length, window_lead, engine.frame_length());
+        windows_.emplace_back(*input, window_length, window_lead, engine.frame_length(),
+                              engine.lowering());
 }
 
 void binaural_stream::set_level(const output_level &level, const sample_range &range) {
@@ -43,11 +43,11 @@ std::size_t binaural_stream::read(s32 *interleaved, std::size_t frames) {
     std::size_t got = 0;
     while (got < frames && (used_ < made_ || render_frame())) {
         const std::size_t count = std::min(frames - got, made_ - used_);
-        for (std::size_t i = 0; i < 2 * count; ++i) {
-            const s32 sample = frame_[2 * used_ + i];
-            peak_ = std::max(peak_, std::abs(s64{sample}));
-            *interleaved++ = level_.apply(sample, range_, clipped_);
-        }
+        const s32 *made = frame_.data() + 2 * used_;
+        const sample_extremes extremes = extremes_of(made, 2 * count);
+        peak_ = std::max(peak_, extremes.peak());
+        level_.apply(made, interleaved, 2 * count, extremes, range_, clipped_);
+        interleaved += 2 * count;
         used_ += count;
         got += count;
     }

@@ -16,19 +16,14 @@ class dc_blocker {
     void process(s32 *samples, std::size_t count);
 
   private:
-    // A blocker's state, for two stages.
-    struct stage {
-        s32 input[2];
-        s32 output[2];
+    void process_upper(s32 *samples, std::size_t count);
+    void process_both(s32 *samples, std::size_t count);
 
-        s32 next(s32 sample, u16 pole);
-    };
-
-    s32 next(s32 sample);
-
-    u16 pole_ = 0;
-    stage upper_{};
-    stage lower_{};
+    s64 share_ = 0; // of an input that goes into the mean, Q15
+    // In units of the output.
+    s64 upper_input_ = 0; // the last one
+    s64 upper_mean_ = 0;
+    s64 lower_mean_ = 0;
 };
 
 } // namespace earshot_scene

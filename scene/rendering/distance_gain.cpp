@@ -9,7 +9,8 @@ namespace earshot_scene {
 
 distance_gain::distance_gain(const scene_listener &listener, const track<position> &source,
                              const scene_rolloff &rolloff)
-    : listener_(listener), source_(source), rolloff_(rolloff) {
+    : listener_(listener), source_(source), rolloff_(rolloff),
+      follows_(moves(listener.position) || moves(source)) {
     a3d_panner_setup(&panner_, at_time(0), 0, 0);
 }
 
@@ -24,9 +25,12 @@ s16 distance_gain::at_time(s64 time) const {
 
 void distance_gain::process(s32 *samples, std::size_t count) {
     while (count > 0) {
-        time_ += block_length;
-        a3d_panner_setup(&panner_, at_time(time_), block_length, 0);
-        const std::size_t length = std::min(count, block_length);
+        std::size_t length = count;
+        if (follows_) {
+            time_ += block_length;
+            a3d_panner_setup(&panner_, at_time(time_), block_length, 0);
+            length = std::min(count, block_length);
+        }
         a3d_buffer32_fill_panner(samples, samples, &panner_, static_cast<s32>(length), 1);
         samples += length;
         count -= length;

@@ -26,6 +26,7 @@ class distance_gain {
     const scene_listener &listener_;
     const track<position> &source_;
     scene_rolloff rolloff_;
+    bool follows_; // one of the two moves
     a3d_panner panner_{};
     s64 time_ = 0; // of the next sample
 };

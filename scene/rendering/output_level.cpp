@@ -2,13 +2,12 @@
 
 #include <algorithm>
 
-#include "scene/rendering/fixed_point.hpp"
-
 namespace earshot_scene {
 
 namespace {
 
 constexpr int mantissa_bits = 30;
+constexpr int widest_shift = 62; // beyond it only the sign of a product is left
 
 // A positive number with 64 significant bits: mantissa (Q63, 1 to 2) * 2^exponent.
 struct wide_number {
@@ -83,7 +82,7 @@ s32 output_level::apply(s32 sample, const sample_range &range, u64 &clipped) con
     s64 product = s64{sample} * mantissa_; // 62 bits and the sign
     const int shift = mantissa_bits - exponent_;
     if (shift > 0) {
-        product = rounded_shift(product, std::min(shift, 62));
+        product = rounded_shift(product, std::min(shift, widest_shift));
     } else {
         // Whatever is above the bound is out of range after any shift.
         constexpr s64 bound = s64{1} << 33;
@@ -92,6 +91,42 @@ s32 output_level::apply(s32 sample, const sample_range &range, u64 &clipped) con
     const s64 inside = std::clamp(product, range.low, range.high);
     clipped += inside != product;
     return static_cast<s32>(inside);
+}
+
+// Nothing is clipped where the extremes are not: a louder sample does not become a softer one.
+bool output_level::keeps_inside(const sample_extremes &extremes, const sample_range &range) const {
+    u64 outside = 0;
+    apply(extremes.low, range, outside);
+    apply(extremes.high, range, outside);
+    return outside == 0;
+}
+
+// A product of unsigned words is one that vectors have everywhere: 2^31 is added to the samples.
+// What that adds to the products is filled up to whole units of the result, which are taken off
+// again.
+void output_level::apply_inside(const s32 *in, s32 *out, std::size_t count) const {
+    const int shift = std::min(mantissa_bits - exponent_, widest_shift);
+    const u64 factor = mantissa_;
+    const u64 unit = u64{1} << shift;
+    const u64 surplus = ((factor << 31) + unit - 1) >> shift;
+    const u64 added = (surplus << shift) - (factor << 31) + unit / 2;
+    for (std::size_t i = 0; i < count; ++i) {
+        const u32 biased = static_cast<u32>(in[i]) ^ 0x80000000;
+        const u64 product = biased * factor + added;
+        out[i] = static_cast<s32>(static_cast<u32>(product >> shift) - static_cast<u32>(surplus));
+    }
+}
+
+void output_level::apply(const s32 *in, s32 *out, std::size_t count,
+                         const sample_extremes &extremes, const sample_range &range,
+                         u64 &clipped) const {
+    if (exponent_ >= mantissa_bits || !keeps_inside(extremes, range)) {
+        for (std::size_t i = 0; i < count; ++i) out[i] = apply(in[i], range, clipped);
+    } else if (mantissa_ != u32{1} << mantissa_bits || exponent_ != 0) {
+        apply_inside(in, out, count);
+    } else if (in != out) {
+        std::copy_n(in, count, out);
+    }
 }
 
 } // namespace earshot_scene

@@ -2,9 +2,12 @@
 // machine.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 
 #include <earshot/types.h>
+
+#include "scene/rendering/fixed_point.hpp"
 
 namespace earshot_scene {
 
@@ -33,8 +36,15 @@ class output_level {
     // Rounded half up and brought into the range; counts what was out of it.
     s32 apply(s32 sample, const sample_range &range, u64 &clipped) const;
 
+    // The same for a block, of whose samples none is beyond the extremes; out may be in.
+    void apply(const s32 *in, s32 *out, std::size_t count, const sample_extremes &extremes,
+               const sample_range &range, u64 &clipped) const;
+
   private:
     output_level(u32 mantissa, int exponent) : mantissa_(mantissa), exponent_(exponent) {}
+
+    bool keeps_inside(const sample_extremes &extremes, const sample_range &range) const;
+    void apply_inside(const s32 *in, s32 *out, std::size_t count) const;
 
     u32 mantissa_ = u32{1} << 30; // Q30, from 1 to 2, 2 included
     int exponent_ = 0;

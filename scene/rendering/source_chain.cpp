@@ -70,7 +70,7 @@ void source_chain::wait() {
 void source_chain::condition(s32 *mono, std::size_t frames) {
     if (blocker_) blocker_->process(mono, frames);
     u64 clipped = 0; // never, with the headroom
-    for (std::size_t i = 0; i < frames; ++i) mono[i] = level_.apply(mono[i], {}, clipped);
+    level_.apply(mono, mono, frames, {INT32_MIN, INT32_MAX}, {}, clipped);
 }
 
 } // namespace earshot_scene

@@ -6,6 +6,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 
 namespace earshot_scene::test {
@@ -82,6 +83,83 @@ TEST(SceneStages, DcBlockerHasTheResolutionOfItsSamples) {
     samples constant(48000, 2000000000);
     dc_blocker{}.process(constant.data(), constant.size());
     EXPECT_LE(std::abs(constant.back()), 126); // at half the level
+}
+
+/* What the library's blocker makes of a sample in two parts, call by call. */
+samples blocked_by_the_library(samples sound) {
+    u16 pole = 0;
+    s32 state[8] = {};
+    dc_block_handle upper, lower;
+    dc_block_init(&pole, &upper, scene_rate, state, state + 2);
+    dc_block_init(&pole, &lower, scene_rate, state + 4, state + 6);
+    const auto next = [pole](s32 in, const dc_block_handle &stage) {
+        dc_block(&in, &in, static_cast<s16>(pole), stage.xprev, stage.yprev, 1, 1);
+        return s64{*stage.yprev};
+    };
+    for (s32 &sample : sound) {
+        const s64 high = (s64{sample} + 0x4000) >> 15;
+        const s64 low = sample - high * 0x8000;
+        const s64 sum = next(static_cast<s32>(high), upper) +
+                        ((next(static_cast<s32>(4 * low), lower) + 0x10000) >> 17);
+        sample = static_cast<s32>(std::clamp<s64>(sum, INT32_MIN, INT32_MAX));
+    }
+    return sound;
+}
+
+/* In every kind of sound that takes another way through the blocks: a block of samples of 16 bits,
+ * then some with more, and jumps between the ends of the range, one of them at a joint of blocks,
+ * and after long constants there. */
+TEST(SceneStages, DcBlockerHasTheBitsOfTheLibrary) {
+    samples sound;
+    const auto add = [&sound](std::size_t count, auto &&sample) {
+        for (std::size_t i = 0; i < count; ++i) sound.push_back(static_cast<s32>(sample(i)));
+    };
+    const samples random = noise(8000, 6, 0);
+    add(5000, [&](std::size_t i) { return i == 4999 ? INT32_MIN : random[i] & ~0xFFFF; });
+    add(3000, [&](std::size_t i) { return i == 0 ? INT32_MAX : random[i]; });
+    add(3000, [&](std::size_t i) { return random[i] & ~0xFFFF; }); // the lower part fades away
+    for (const s64 high : {s64{INT32_MAX}, s64{0x7FFF0000}, s64{0x7FFEBFFF}, s64{0x7FFEC000}}) {
+        for (const s64 low : {s64{INT32_MIN}, s64{INT32_MIN} + 0x10000}) {
+            add(8000, [=](std::size_t) { return high; });
+            add(8000, [=](std::size_t) { return low; });
+            add(1000, [=](std::size_t i) { return i % 7 < 3 ? low : high; });
+            add(1000, [&](std::size_t i) { return high - (random[i] & 0xFFFF); });
+            add(1000, [&](std::size_t i) { return (i & 512 ? high : low) / 2 + random[i] / 2; });
+        }
+    }
+    samples out = sound;
+    dc_blocker blocker;
+    for (std::size_t at = 0, step = 5000; at < out.size(); step = step * 7 % 3037) {
+        const std::size_t count = std::min(step, out.size() - at);
+        blocker.process(out.data() + at, count);
+        at += count;
+    }
+    const samples expected = blocked_by_the_library(sound);
+    for (std::size_t i = 0; i < out.size(); ++i) ASSERT_EQ(expected[i], out[i]) << i;
+}
+
+/* A block has the samples and the clip count that its samples have one by one: for gains without
+ * and with all bits, next to the widest shifts, and for sounds that stay inside and that do not. */
+TEST(SceneStages, LevelsOfBlocksAreThoseOfTheirSamples) {
+    samples sound = noise(999, 7, 0);
+    sound.insert(sound.end(), {0, 1, -1, INT32_MAX, INT32_MIN, INT32_MAX - 1, INT32_MIN + 1});
+    for (const s32 thousandths : {0, 1, -6021, -3500, 60000, -120000}) {
+        for (const int bits : {-20, -15, -1, 0, 1, 15, 19, 20, 40}) {
+            for (const int quieter : {0, 1, 8, 32}) {
+                const output_level level = output_level::decibels(thousandths).raised(bits);
+                const sample_range range{INT32_MIN + 256, INT32_MAX - 511};
+                samples in = sound, expected = sound;
+                for (s32 &sample : in) sample = quieter == 32 ? 0 : sample >> quieter;
+                u64 clipped = 0, expected_clipped = 0;
+                for (std::size_t i = 0; i < in.size(); ++i)
+                    expected[i] = level.apply(in[i], range, expected_clipped);
+                level.apply(in.data(), in.data(), in.size(), extremes_of(in.data(), in.size()),
+                            range, clipped);
+                ASSERT_EQ(expected, in) << thousandths << ' ' << bits << ' ' << quieter;
+                ASSERT_EQ(expected_clipped, clipped);
+            }
+        }
+    }
 }
 
 TEST(SceneStages, LevelsAreExact) {

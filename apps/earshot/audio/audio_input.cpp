@@ -196,22 +196,28 @@ std::size_t audio_input::decode_floating(std::size_t frames) {
 std::size_t audio_input::read_floating(s32 *interleaved, std::size_t frames) {
     const auto channels = static_cast<std::size_t>(info_.channels);
     const std::size_t got = decode_floating(frames);
+    require_finite(got);
+    u64 clipped = 0;
     for (std::size_t i = 0; i < got * channels; ++i) {
         const double scaled = floating_[i] * 0x1p31;
-        if (!std::isfinite(floating_[i]))
-            throw processing_error(
-                name_, "frame " + std::to_string(position_ + static_cast<s64>(i / channels)) +
-                           ", channel " + std::to_string(i % channels + 1) +
-                           " is not a finite number");
-        if (scaled > 0x1p31 || scaled < -0x1p31) ++clipped_;
-        if (scaled >= 0x1p31 - 0.5)
-            interleaved[i] = INT32_MAX;
-        else if (scaled <= -0x1p31)
-            interleaved[i] = INT32_MIN;
-        else
-            interleaved[i] = static_cast<s32>(std::llrint(scaled));
+        const double inside = std::clamp(scaled, -0x1p31, 0x1p31 - 1);
+        clipped += scaled > 0x1p31 || scaled < -0x1p31;
+        interleaved[i] = static_cast<s32>(std::llrint(inside));
     }
+    clipped_ += clipped;
     return got;
+}
+
+void audio_input::require_finite(std::size_t frames) const {
+    const auto channels = static_cast<std::size_t>(info_.channels);
+    const auto last = floating_.begin() + static_cast<std::ptrdiff_t>(frames * channels);
+    const auto wrong =
+        std::find_if(floating_.begin(), last, [](double sample) { return !std::isfinite(sample); });
+    if (wrong == last) return;
+    const s64 at = wrong - floating_.begin();
+    throw processing_error(name_, "frame " + std::to_string(position_ + at / info_.channels) +
+                                      ", channel " + std::to_string(at % info_.channels + 1) +
+                                      " is not a finite number");
 }
 
 // A short read must be the end that was announced.

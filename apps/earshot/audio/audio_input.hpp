@@ -48,6 +48,7 @@ class audio_input : public rewindable_source {
     void check_rate(s64 rate) const;
     std::size_t decode_floating(std::size_t frames);
     std::size_t read_floating(s32 *interleaved, std::size_t frames);
+    void require_finite(std::size_t frames) const; // of floating_
     void check_end(std::size_t wanted, std::size_t got) const;
 
     std::string name_;

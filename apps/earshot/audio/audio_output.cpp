@@ -1,5 +1,6 @@
 #include "audio/audio_output.hpp"
 
+#include <cstdint>
 #include <cstdio>
 
 #include "console.hpp"
@@ -16,6 +17,24 @@ std::unique_ptr<sample_writer> make_writer(output_file &file, const output_forma
     return make_sndfile_writer(file, format);
 }
 
+// Dither, round half up, clip; returns how many were clipped.
+template <class Dither>
+u64 narrowed(const s32 *in, s32 *out, std::size_t count, int width, Dither &dither) {
+    Dither noise = dither; // a copy stays in registers
+    const s64 step = s64{1} << (32 - width);
+    u64 clipped = 0;
+    for (std::size_t i = 0; i < count; ++i) {
+        s64 rounded = (in[i] + s64{noise.next()} + step / 2) & -step;
+        if (rounded != static_cast<s32>(rounded)) {
+            ++clipped;
+            rounded = rounded < 0 ? INT32_MIN : (s64{1} << 31) - step;
+        }
+        out[i] = static_cast<s32>(rounded);
+    }
+    dither = noise;
+    return clipped;
+}
+
 } // namespace
 
 audio_output::audio_output(const output_options &options, const output_format &format,
@@ -28,23 +47,20 @@ audio_output::audio_output(const output_options &options, const output_format &f
 
 void audio_output::write(const s32 *interleaved, std::size_t frames) {
     const std::size_t count = frames * static_cast<std::size_t>(format_.channels);
-    narrow(interleaved, count);
-    if (options_.digest) digest_.add(words_.data(), count);
-    writer_->write(words_.data(), frames);
+    const s32 *words = narrow(interleaved, count);
+    if (options_.digest) digest_.add(words, count);
+    writer_->write(words, frames);
     frames_ += static_cast<s64>(frames);
 }
 
-// Dither, round half up, clip.
-void audio_output::narrow(const s32 *interleaved, std::size_t count) {
-    words_.assign(interleaved, interleaved + count);
-    const int dropped = 32 - format_.width;
-    if (dropped == 0) return;
-    for (s32 &word : words_) {
-        const s64 noise = dither_ ? dither_->next() : 0;
-        const s64 narrow =
-            clamp_counted(rounded_shift(word + noise, dropped), format_.width, clipped_);
-        word = static_cast<s32>(narrow * (s64{1} << dropped));
-    }
+// Words of the output's width, zeros below.
+const s32 *audio_output::narrow(const s32 *interleaved, std::size_t count) {
+    if (format_.width == 32) return interleaved;
+    words_.resize(count);
+    no_dither none;
+    clipped_ += dither_ ? narrowed(interleaved, words_.data(), count, format_.width, *dither_)
+                        : narrowed(interleaved, words_.data(), count, format_.width, none);
+    return words_.data();
 }
 
 void audio_output::finish() {

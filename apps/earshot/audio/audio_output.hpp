@@ -39,7 +39,7 @@ class audio_output {
     u64 clipped() const { return clipped_; }
 
   private:
-    void narrow(const s32 *interleaved, std::size_t count);
+    const s32 *narrow(const s32 *interleaved, std::size_t count);
     void print_digest();
 
     output_options options_;

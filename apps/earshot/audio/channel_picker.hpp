@@ -19,10 +19,12 @@ class channel_picker : public frame_source {
     bool endless() const override { return source_.endless(); }
 
     std::size_t read(s32 *mono, std::size_t frames) override {
+        if (source_.channels() == 1) return source_.read(mono, frames);
         const auto width = static_cast<std::size_t>(source_.channels());
         block_.resize(frames * width);
         const std::size_t got = source_.read(block_.data(), frames);
-        for (std::size_t i = 0; i < got; ++i) mono[i] = block_[i * width + channel_];
+        const s32 *sample = block_.data() + channel_;
+        for (std::size_t i = 0; i < got; ++i) mono[i] = sample[i * width];
         return got;
     }
 

@@ -1,8 +1,14 @@
 #include "audio/digest.hpp"
 
+#include <bit>
+
 namespace earshot_tool {
 
 void sample_digest::add(const s32 *words, std::size_t count) {
+    if constexpr (std::endian::native == std::endian::little) {
+        sha256_update(&context_, 4 * count, reinterpret_cast<const unsigned char *>(words));
+        return;
+    }
     bytes_.resize(4 * count);
     for (std::size_t i = 0; i < count; ++i)
         for (std::size_t k = 0; k < 4; ++k)

@@ -51,8 +51,13 @@ class stream_writer : public sample_writer {
 
     void write(const s32 *interleaved, std::size_t frames) override {
         const std::size_t count = frames * static_cast<std::size_t>(format_.channels);
-        bytes_.clear();
-        for (std::size_t i = 0; i < count; ++i) put_sample(static_cast<u32>(interleaved[i]));
+        bytes_.resize(count * static_cast<std::size_t>(format_.width / 8));
+        if (format_.width == 16)
+            put_samples<2>(interleaved, count);
+        else if (format_.width == 24)
+            put_samples<3>(interleaved, count);
+        else
+            put_samples<4>(interleaved, count);
         flush();
         frames_ += static_cast<s64>(frames);
     }
@@ -87,14 +92,16 @@ class stream_writer : public sample_writer {
         flush();
     }
 
-    void put_sample(u32 word) {
-        if (format_.kind == container::au) {
-            for (int shift = 24; shift >= 32 - format_.width; shift -= 8)
-                bytes_.push_back(static_cast<unsigned char>(word >> shift));
-        } else {
-            for (int shift = 32 - format_.width; shift <= 24; shift += 8)
-                bytes_.push_back(static_cast<unsigned char>(word >> shift));
-        }
+    // The upper bytes of the words, in either order.
+    template <int size> void put_samples(const s32 *words, std::size_t count) {
+        const bool big_endian = format_.kind == container::au;
+        const int first = big_endian ? 24 : 32 - 8 * size;
+        const int step = big_endian ? -8 : 8;
+        unsigned char *next = bytes_.data();
+        for (std::size_t i = 0; i < count; ++i)
+            for (int k = 0; k < size; ++k)
+                *next++ =
+                    static_cast<unsigned char>(static_cast<u32>(words[i]) >> (first + k * step));
     }
 
     void flush() {

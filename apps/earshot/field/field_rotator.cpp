@@ -3,16 +3,9 @@
 #include <algorithm>
 #include <limits>
 
-#include "field/channel_layout.hpp"
 #include "scene_library.hpp"
 
 namespace earshot_tool {
-
-namespace {
-
-constexpr std::size_t channel_count = first_order_channels;
-
-} // namespace
 
 field_rotator::field_rotator(int width) : width_(width), planes_(channel_count * block_frames) {
     const hoa_effect_config config{48000, 1, 0, 0, static_cast<u32>(width), 0};
@@ -71,16 +64,31 @@ template <class Sample> void field_rotator::process_block(s32 *interleaved, std:
     require(hoa_effect_process(effect_, HOA_EFFECT_OUT_TAG, &out, sizeof out, HOA_EFFECT_IN_TAG,
                                &in, sizeof in),
             "hoa_effect_process");
+    count_clipped(interleaved, plane, frames);
+    for (std::size_t k = 0; k < channel_count; ++k)
+        for (std::size_t i = 0; i < frames; ++i)
+            interleaved[i * channel_count + k] = plane[k][i] * (1 << unused_bits);
+}
+
+// interleaved: what went in.
+template <class Sample>
+void field_rotator::count_clipped(const s32 *interleaved,
+                                  const std::array<Sample *, channel_count> &plane,
+                                  std::size_t frames) {
+    constexpr Sample highest = std::numeric_limits<Sample>::max();
+    constexpr Sample lowest = std::numeric_limits<Sample>::min();
+    u32 at_highest = 0; // wide enough for a block
+    u32 at_lowest = 0;
+    for (const Sample *samples : plane) {
+        for (std::size_t i = 0; i < frames; ++i) at_highest += samples[i] == highest;
+        for (std::size_t i = 0; i < frames; ++i) at_lowest += samples[i] == lowest;
+    }
+    clipped_ += at_highest + at_lowest;
+    if (at_lowest == 0) return;
     for (std::size_t i = 0; i < frames; ++i) {
-        s32 *frame = interleaved + i * channel_count;
-        const bool was_lowest =
-            std::find(frame, frame + channel_count, INT32_MIN) != frame + channel_count;
-        for (std::size_t k = 0; k < channel_count; ++k) {
-            const Sample sample = plane[k][i];
-            clipped_ += sample == std::numeric_limits<Sample>::max() ||
-                        (sample == std::numeric_limits<Sample>::min() && !was_lowest);
-            frame[k] = sample * (1 << unused_bits);
-        }
+        const s32 *frame = interleaved + i * channel_count;
+        if (std::find(frame, frame + channel_count, INT32_MIN) == frame + channel_count) continue;
+        for (const Sample *samples : plane) clipped_ -= samples[i] == lowest;
     }
 }
 

@@ -7,6 +7,8 @@
 
 #include <earshot/hoa_effect.h>
 
+#include "field/channel_layout.hpp"
+
 namespace earshot_tool {
 
 // Everything that the effect is told at one time. Angles are degrees in Q16.
@@ -40,7 +42,12 @@ class field_rotator {
     u64 clipped() const { return clipped_; }
 
   private:
+    static constexpr std::size_t channel_count = first_order_channels;
+
     template <class Sample> void process_block(s32 *interleaved, std::size_t frames);
+    template <class Sample>
+    void count_clipped(const s32 *interleaved, const std::array<Sample *, channel_count> &plane,
+                       std::size_t frames);
 
     int width_;
     std::vector<std::max_align_t> memory_;
