@@ -86,9 +86,10 @@ void audio_input::open_plain(const byte_source &bytes, const sound_header &heade
         length_ = (bytes.size() - header.data_begin) / frame_bytes(header);
     sf_count_t begin = bytes.begin() + header.data_begin;
     if (!seekable_) return;
-    if (sf_command(file_, SFC_SET_RAW_START_OFFSET, &begin, sizeof begin) != 0)
+    // The offset holds from the next seek on.
+    if (sf_command(file_, SFC_SET_RAW_START_OFFSET, &begin, sizeof begin) != 0 ||
+        sf_seek(file_, 0, SEEK_SET) != 0)
         throw processing_error(name_, library_cause(file_));
-    rewind(); // to the offset
 }
 
 void audio_input::open_mpeg(byte_source &bytes, const sound_header &header) {
