@@ -16,17 +16,17 @@ void allocate(std::vector<std::max_align_t> &memory, u32 bytes) {
 
 } // namespace
 
-binaural_engine::binaural_engine(filter_set set, std::size_t sources, std::size_t frame_length,
-                                 int guard)
+binaural_engine::binaural_engine(filter_tables tables, std::size_t sources,
+                                 std::size_t frame_length, int guard)
     : sources_(sources), frame_length_(frame_length), guard_(guard),
-      safe_guard_(earshot_scene::safe_guard(set, sources)),
-      filter_gain_bits_(filter_gain_bits(set)), spectra_(2 * 2 * bins) {
-    make_front(set, static_cast<u32>(sources));
+      safe_guard_(earshot_scene::safe_guard(tables, sources)),
+      filter_gain_bits_(filter_gain_bits(tables)), spectra_(2 * 2 * bins) {
+    make_front(tables, static_cast<u32>(sources));
     make_back(static_cast<u32>(frame_length));
 }
 
-void binaural_engine::make_front(filter_set set, u32 sources) {
-    const hrtf_filt_front_config config{static_cast<u32>(set), binaural_rate, sources, 0, 0};
+void binaural_engine::make_front(filter_tables tables, u32 sources) {
+    const hrtf_filt_front_config config{static_cast<u32>(tables), binaural_rate, sources, 0, 0};
     hrtf_requirement need{};
     require(hrtf_filt_front_get_req(0, &need, 1, &config), "hrtf_filt_front_get_req");
     allocate(front_memory_, need.static_size);

@@ -20,8 +20,8 @@
 
 namespace earshot_scene {
 
-// The table sets of the library by their selectors.
-enum class filter_set : u32 {
+// The filter tables of the library by their selectors.
+enum class filter_tables : u32 {
     directions = 0,
     field_channels = 2, // filters of ambisonic channels: channel k stands at azimuth k
 };
@@ -32,19 +32,21 @@ inline constexpr std::size_t filter_taps = 128;
 inline constexpr std::size_t most_sources = 4096;
 inline constexpr int binaural_rate = 48000; // Hz
 
-// The b above: the sums are below 8 in the one set, below 4 in the other.
-constexpr int filter_gain_bits(filter_set set) { return set == filter_set::directions ? 3 : 2; }
+// The b above: the sums are below 8 in the one tables, below 4 in the other.
+constexpr int filter_gain_bits(filter_tables tables) {
+    return tables == filter_tables::directions ? 3 : 2;
+}
 
 // Bits by which samples have to be shifted down.
-constexpr int safe_guard(filter_set set, std::size_t sources) {
-    return filter_gain_bits(set) + static_cast<int>(std::bit_width(sources - 1));
+constexpr int safe_guard(filter_tables tables, std::size_t sources) {
+    return filter_gain_bits(tables) + static_cast<int>(std::bit_width(sources - 1));
 }
 
 class binaural_engine {
   public:
-    // frame_length: 96, or 128 where no source ever moves. guard: bits, 0 to safe_guard(set,
+    // frame_length: 96, or 128 where no source ever moves. guard: bits, 0 to safe_guard(tables,
     // sources).
-    binaural_engine(filter_set set, std::size_t sources, std::size_t frame_length, int guard);
+    binaural_engine(filter_tables tables, std::size_t sources, std::size_t frame_length, int guard);
     // The library's instances point into memory of this object.
     binaural_engine(const binaural_engine &) = delete;
     binaural_engine &operator=(const binaural_engine &) = delete;
@@ -72,7 +74,7 @@ class binaural_engine {
     u64 unsafe_frames() const { return unsafe_frames_; }
 
   private:
-    void make_front(filter_set set, u32 sources);
+    void make_front(filter_tables tables, u32 sources);
     void make_back(u32 frame_length);
     bool is_unsafe(const s32 *const *windows) const;
 

@@ -7,7 +7,7 @@
 
 namespace earshot_scene {
 
-// The gain follows both ways: in blocks of 96 samples it glides to what it is at the end of the
+// The gain follows both ways: in blocks of 96 samples it ramps to what it is at the end of the
 // block. It has 15 fraction bits.
 class distance_gain {
   public:

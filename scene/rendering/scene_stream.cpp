@@ -94,14 +94,14 @@ scene_headroom headroom_for(const scene &scene) {
     }
     const int gain = bits_above(largest);
     const int by_sum =
-        filter_gain_bits(filter_set::directions) + bits_above(sum + (sum >> 7) + 1) - gain;
-    return {gain, std::min(by_sum, safe_guard(filter_set::directions, scene.sources.size()))};
+        filter_gain_bits(filter_tables::directions) + bits_above(sum + (sum >> 7) + 1) - gain;
+    return {gain, std::min(by_sum, safe_guard(filter_tables::directions, scene.sources.size()))};
 }
 
 scene_parts::scene_parts(const scene &scene, const std::vector<frame_source *> &inputs,
                          std::optional<int> guard)
     : headroom(headroom_for(scene)),
-      renderer(filter_set::directions, inputs.size(), scene_stream::frame_length,
+      renderer(filter_tables::directions, inputs.size(), scene_stream::frame_length,
                guard.value_or(headroom.guard)) {
     for (std::size_t k = 0; k < inputs.size(); ++k)
         chains.emplace_back(scene.sources[k], scene.listener, *inputs[k], headroom.gain);

@@ -13,7 +13,6 @@
 #include <cstdlib>
 #include <limits>
 #include <map>
-#include <sstream>
 
 namespace {
 
@@ -85,10 +84,9 @@ void parse_pieces(const std::string &text) {
 }
 
 void parse_table(const std::string &text) {
-    std::istringstream table(text);
     std::vector<keyframe> rows;
     try {
-        rows = parse_keyframes(table, "k.csv", focus_direction{90 << 16, 0});
+        rows = parse_keyframes(text, "k.csv", focus_direction{90 << 16, 0});
     } catch (const processing_error &error) {
         require(std::string_view(error.what()).starts_with("k.csv:"));
     }

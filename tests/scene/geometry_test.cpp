@@ -143,7 +143,7 @@ TEST(SceneTracks, WaysAreStraightAndExact) {
     EXPECT_EQ(0, between(0, -1, {1, 2}));
 }
 
-TEST(SceneTracks, RowsHoldAndGlide) {
+TEST(SceneTracks, RowsHoldAndRamp) {
     const track<direction> rows = {{100, {0, 0}}, {200, {1000, -100}}, {300, {0, 0}}};
     EXPECT_EQ((direction{0, 0}), at(rows, 0));
     EXPECT_EQ((direction{0, 0}), at(rows, 100));

@@ -101,7 +101,7 @@ TEST(SceneRender, FixedDirectionsArePlainFilters) {
                                              {360.0, -90.0},
                                              {180.0, 90.0}}) {
         memory_source input(sound);
-        binaural_engine engine(filter_set::directions, 1, 96, 3);
+        binaural_engine engine(filter_tables::directions, 1, 96, 3);
         engine.place(0, static_cast<s32>(azimuth * 65536), static_cast<s32>(elevation * 65536));
         binaural_stream plain(engine, {&input});
         samples expected(2 * (sound.size() + 127));

@@ -196,7 +196,7 @@ TEST(SceneStages, LevelsRollOff) {
 }
 
 /* A gain that changes goes in a straight line through every block of 96 samples. */
-TEST(SceneStages, GainsGlide) {
+TEST(SceneStages, GainsRamp) {
     scene_source source = at_distance(2, {ROLLOFF_LINEAR, q16, 11 * q16});
     std::get<track<position>>(source.place).push_back({9600, {10 * q16, 0, 0}});
     constexpr s32 level = 1 << 30;

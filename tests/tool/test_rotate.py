@@ -65,7 +65,7 @@ class Keyframes(ToolTest):
                                "keys.csv", bits=bits)
             self.assertEqual(out, reference(bits, field, *settings))
 
-    def test_rotation_and_focus_change_in_one_glide(self):
+    def test_rotation_and_focus_change_in_one_ramp(self):
         """A steady field passes from one level to the other in steps of the same size."""
         self.write("keys.csv", b"0.01,90,0,90,0\n0.05,0,0\n")
         field = [1 << 28, 1 << 28, 0, 0] * 4000  # a source on the left

@@ -170,11 +170,22 @@ std::size_t audio_input::read(s32 *interleaved, std::size_t frames) {
 }
 
 void audio_input::rewind() {
+    // After a seek, short Opus files decode to other samples than at first.
+    const bool opens_again = (info_.format & SF_FORMAT_TYPEMASK) == SF_FORMAT_OGG;
     if (mpeg_)
         mpeg_->rewind();
+    else if (opens_again)
+        reopen();
     else if (sf_seek(file_, 0, SEEK_SET) != 0)
         throw processing_error(name_, "cannot be read again: " + library_cause(file_));
     position_ = 0;
+}
+
+void audio_input::reopen() {
+    sf_close(file_);
+    info_ = {};
+    reader_.seek(0, SEEK_SET);
+    open_coded();
 }
 
 // Brings as many frames as there are into the block.

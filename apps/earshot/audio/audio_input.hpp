@@ -45,6 +45,7 @@ class audio_input : public rewindable_source {
     void open_plain(const byte_source &bytes, const sound_header &header);
     void open_mpeg(byte_source &bytes, const sound_header &header);
     void open_coded();
+    void reopen();
     void check_rate(s64 rate) const;
     std::size_t decode_floating(std::size_t frames);
     std::size_t read_floating(s32 *interleaved, std::size_t frames);

@@ -9,7 +9,7 @@ namespace earshot_tool {
 
 namespace {
 
-constexpr int most_guard_bits = safe_guard(filter_set::directions, most_sources);
+constexpr int most_guard_bits = safe_guard(filter_tables::directions, most_sources);
 
 int parse_guard(const std::string &text) {
     const auto bits = parse_number(text);

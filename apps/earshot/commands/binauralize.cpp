@@ -58,9 +58,9 @@ std::unique_ptr<rendering> open_field(const binauralize_options &options,
 
     const auto channels = static_cast<std::size_t>(input.file().channels());
     const guard_choice guard =
-        guard_for(options, safe_guard(filter_set::field_channels, channels), channels);
+        guard_for(options, safe_guard(filter_tables::field_channels, channels), channels);
     work->safe_guard = guard.safe;
-    work->engine.emplace(filter_set::field_channels, channels, frame_length, guard.bits);
+    work->engine.emplace(filter_tables::field_channels, channels, frame_length, guard.bits);
     for (std::size_t k = 0; k < channels; ++k) work->engine->place(k, static_cast<s32>(k << 16), 0);
     work->stream = std::make_unique<binaural_stream>(*work->engine,
                                                      std::vector<frame_source *>{&*work->field});

@@ -8,9 +8,6 @@ namespace earshot_tool {
 
 namespace {
 
-constexpr double shortest_orbit = 0.01; // seconds
-constexpr double longest_orbit = 1e6;
-
 double parse_orbit(const std::string &text) {
     const auto seconds = parse_number(text);
     if (!seconds) throw usage_error("--orbit: '" + text + "' is not a number");

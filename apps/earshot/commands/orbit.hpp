@@ -30,6 +30,10 @@ class orbit {
     u32 phase_ = 0;
 };
 
+// Of a turn, either way.
+inline constexpr double shortest_orbit = 0.01; // seconds
+inline constexpr double longest_orbit = 1e6;
+
 // "--orbit": seconds of a turn, not 0, negative for clockwise.
 void add_orbit(CLI::App &command, double &seconds);
 

@@ -58,7 +58,7 @@ source_plan plan_sources(const render_options &options) {
     check_sources(options);
     const std::size_t count = options.sources.size();
     return {options.sources, std::llround(options.orbit_seconds * 1e6), frame_length(options),
-            guard_for(options, safe_guard(filter_set::directions, count), count)};
+            guard_for(options, safe_guard(filter_tables::directions, count), count)};
 }
 
 // All sources keep their angles to each other and go round together.
@@ -93,7 +93,7 @@ std::unique_ptr<rendering> open_sources(const source_plan &plan) {
         work->inputs.push_back(std::move(input));
     }
     work->safe_guard = plan.guard.safe;
-    work->engine.emplace(filter_set::directions, sources.size(), plan.frame_length,
+    work->engine.emplace(filter_tables::directions, sources.size(), plan.frame_length,
                          plan.guard.bits);
     work->stream = std::make_unique<binaural_stream>(*work->engine, sources, turning_sources(plan));
     return work;

@@ -17,10 +17,10 @@ field_rotator::field_rotator(int width) : width_(width), planes_(channel_count *
             "hoa_effect_init");
 }
 
-// Rotation and focus are two parameters of the effect, and setting one starts a glide from where
-// the glide of the other would have ended: setting both in a row would jump. So the record is
-// filled in and one glide is started for both.
-void field_rotator::glide_to(const field_setting &setting) {
+// Rotation and focus are two parameters of the effect, and setting one starts a ramp from where
+// the ramp of the other would have ended: setting both in a row would jump. So the record is
+// filled in and one ramp is started for both.
+void field_rotator::ramp_to(const field_setting &setting) {
     effect_->rotation_yaw = setting.yaw;
     effect_->rotation_pitch = setting.pitch;
     effect_->focus_yaw = setting.focus_yaw;
@@ -30,9 +30,9 @@ void field_rotator::glide_to(const field_setting &setting) {
     require(hoa_effect_calculate_effect_matrix(effect_), "hoa_effect_calculate_effect_matrix");
 }
 
-// The effect always glides; it has no memory of samples, so the glide can be played on silence.
+// The effect always ramps; it has no memory of samples, so the ramp can be played on silence.
 void field_rotator::jump_to(const field_setting &setting) {
-    glide_to(setting);
+    ramp_to(setting);
     std::vector<s32> silence(channel_count * HOA_EFFECT_RAMP_FRAMES);
     process(silence.data(), HOA_EFFECT_RAMP_FRAMES);
 }

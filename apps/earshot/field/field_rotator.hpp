@@ -27,8 +27,8 @@ class field_rotator {
     // width: of the arithmetic, 16 or 32 bits.
     explicit field_rotator(int width);
 
-    // Glides to the setting, beginning with the next frame.
-    void glide_to(const field_setting &setting);
+    // Ramps to the setting, beginning with the next frame.
+    void ramp_to(const field_setting &setting);
 
     // Has the setting in force from the next frame on.
     void jump_to(const field_setting &setting);

@@ -13,7 +13,7 @@ keyframe_player::keyframe_player(field_rotator &rotator, std::vector<keyframe> r
 void keyframe_player::process(s32 *interleaved, std::size_t frames) {
     while (frames > 0) {
         if (next_ < rows_.size() && rows_[next_].frame == position_)
-            rotator_.glide_to(rows_[next_++].setting);
+            rotator_.ramp_to(rows_[next_++].setting);
         s64 count = static_cast<s64>(frames);
         if (next_ < rows_.size()) count = std::min(count, rows_[next_].frame - position_);
         const auto length = static_cast<std::size_t>(count);

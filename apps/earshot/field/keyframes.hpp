@@ -16,7 +16,7 @@
 namespace earshot_tool {
 
 struct keyframe {
-    s64 frame; // at 48000 Hz, where the glide to the setting begins
+    s64 frame; // at 48000 Hz, where the ramp to the setting begins
     field_setting setting;
 };
 
@@ -27,7 +27,7 @@ struct focus_direction {
 };
 
 // Rows without a focus of their own have `focus`. Throws processing_error "NAME:LINE: reason" for a
-// malformed row, and for one that begins before the glide to the row above is over.
+// malformed row, and for one that begins before the ramp to the row above is over.
 std::vector<keyframe> parse_keyframes(std::string_view table, const std::string &name,
                                       const std::optional<focus_direction> &focus);
 
