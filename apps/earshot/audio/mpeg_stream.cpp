@@ -75,6 +75,8 @@ mpeg_stream::mpeg_stream(file_reader &reader, byte_source &in, s64 begin) : name
     require(mpg123_scan(handle_.get()));
     rewind();
     frames_ = mpg123_length(handle_.get());
+    if (frames_ < 0)
+        throw processing_error(name_, "damaged header: it announces more padding than samples");
 }
 
 // Goes through all frames once: the last has to be whole, and there have to be as many as

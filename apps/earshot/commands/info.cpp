@@ -176,7 +176,7 @@ void add_info(CLI::App &app, action &chosen) {
     auto options = std::make_shared<info_options>();
     command->add_option("FILE", options->input, "Audio file; - for standard input")->type_name("");
     command->add_flag("--library", options->library,
-                      "Version, instruction set and module sizes of this build");
+                      "Version, instruction set and instance sizes of this build");
     add_number(*command, "--directions", options->direction_step, {0.001, 1e6}, "STEP",
                "Print a table of directions, a row every STEP seconds");
     add_number(*command, "--ears", options->ear_step, {0.001, 1e6}, "STEP",
