@@ -81,8 +81,7 @@ struct scene_listener {
     std::variant<track<head_angles>, track<quaternion>> orientation = track<head_angles>(1);
 };
 
-// Gain over distance, see rolloff_gain in earshot/spatial.h: at the minimum distance, and from
-// there to one metre, a source has half its amplitude, nearer than one metre all of it.
+// Gain over distance, see distance_gain.hpp.
 struct scene_rolloff {
     u32 model = ROLLOFF_INVERSE;
     s32 minimum = 0; // metres, Q16

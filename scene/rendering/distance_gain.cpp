@@ -7,6 +7,29 @@
 
 namespace earshot_scene {
 
+namespace {
+
+constexpr s32 one_metre = 1 << 16;
+constexpr s64 full = INT16_MAX; // Q15, in which 1.0 is one unit too large
+
+// part / whole, Q30, for 0 <= part <= whole.
+constexpr s64 share(s64 part, s64 whole) { return (part << 30) / whole; }
+
+} // namespace
+
+s16 rolled_off(s32 distance, const scene_rolloff &rolloff) {
+    const s64 end = rolloff.maximum;
+    if (distance >= end) return 0;
+    const s64 last_percent =
+        end - std::max<s64>(end / 100, 1); // where the fall begins at the latest
+    const s64 nearest = std::min<s64>(std::max(rolloff.minimum, one_metre), last_percent);
+    const s64 from = rolloff.model == ROLLOFF_NONE ? last_percent : nearest;
+    if (distance <= from) return static_cast<s16>(full);
+    s64 gain = share(end - distance, end - from);
+    if (rolloff.model == ROLLOFF_INVERSE) gain = gain * share(from, distance) >> 30;
+    return static_cast<s16>((gain * full + (1 << 29)) >> 30);
+}
+
 distance_gain::distance_gain(const scene_listener &listener, const track<position> &source,
                              const scene_rolloff &rolloff)
     : listener_(listener), source_(source), rolloff_(rolloff),
@@ -14,13 +37,8 @@ distance_gain::distance_gain(const scene_listener &listener, const track<positio
     a3d_panner_setup(&panner_, at_time(0), 0, 0);
 }
 
-// From Q28 to Q15, in which 1.0 is one unit too large.
 s16 distance_gain::at_time(s64 time) const {
-    const s32 distance = distance_between(at(source_, time), at(listener_.position, time));
-    s32 gain = 0;
-    if (rolloff_gain(&gain, distance, rolloff_.minimum, rolloff_.maximum, rolloff_.model) != 0)
-        throw std::logic_error("rolloff_gain refused");
-    return static_cast<s16>(std::min(gain >> 13, INT16_MAX));
+    return rolled_off(distance_between(at(source_, time), at(listener_.position, time)), rolloff_);
 }
 
 void distance_gain::process(s32 *samples, std::size_t count) {

@@ -7,6 +7,12 @@
 
 namespace earshot_scene {
 
+// The gain at a distance (metres, Q16), Q15: full up to the minimum, or to one metre where that is
+// farther, and falling from there to nothing at the maximum: with m / distance less what is left of
+// it at the maximum, as a share of what that is at m; in a straight line; or not before the last
+// percent of the maximum. There is no jump anywhere: what moves through the borders does not click.
+s16 rolled_off(s32 distance, const scene_rolloff &rolloff);
+
 // The gain follows both ways: in blocks of 96 samples it ramps to what it is at the end of the
 // block. It has 15 fraction bits.
 class distance_gain {

@@ -173,26 +173,44 @@ TEST(SceneStages, LevelsAreExact) {
     }
 }
 
-/* The level of noise against that at one metre from its source. */
-TEST(SceneStages, LevelsRollOff) {
-    const samples sound = noise(5000, 5, 0);
-    const auto level = [&](double distance, const scene_rolloff &rolloff) {
-        double energy = 0;
-        for (const s32 sample : chain_output(at_distance(distance, rolloff), {}, sound))
-            energy += std::pow(sample / 0x1p31, 2);
-        return std::sqrt(energy / 5000) * std::sqrt(3); // of noise at full scale
+/* Full at the minimum and nearer, nothing at the maximum and farther, the model's curve in between,
+ * and never a jump. */
+TEST(SceneStages, GainsRollOffWithoutAJump) {
+    const auto gain = [](double distance, const scene_rolloff &rolloff) {
+        return rolled_off(static_cast<s32>(distance * q16), rolloff) / 32767.0;
     };
-    const scene_rolloff inverse{ROLLOFF_INVERSE, q16, 1000 * q16};
-    EXPECT_NEAR(1.0, level(0.5, inverse), 0.02);
-    for (const double distance : {1.0, 2.0, 4.0, 8.0, 16.0})
-        EXPECT_NEAR(0.5 / level(distance, inverse) * (1 - distance / 1000), distance,
-                    0.02 * distance);
-    const scene_rolloff linear{ROLLOFF_LINEAR, q16, 11 * q16};
-    EXPECT_NEAR(0.25, level(6, linear), 0.005);
-    EXPECT_EQ(0, level(10.95, linear));
-    const scene_rolloff none{ROLLOFF_NONE, q16, 11 * q16};
-    EXPECT_NEAR(1.0, level(6, none), 0.02);
-    EXPECT_EQ(0, level(20, none));
+    for (const auto &[minimum, maximum] : {std::pair{1.0, 20.0},
+                                           {0.25, 60.0},
+                                           {4.0, 60.0},
+                                           {300.0, 8000.0},
+                                           {2.0, 2.0},
+                                           {0.1, 0.5}}) {
+        for (const u32 model : {ROLLOFF_INVERSE, ROLLOFF_LINEAR, ROLLOFF_NONE}) {
+            const scene_rolloff rolloff{model, static_cast<s32>(minimum * q16),
+                                        static_cast<s32>(maximum * q16)};
+            const double m = std::min(std::max(minimum, 1.0), 0.99 * maximum);
+            EXPECT_EQ(1, gain(0, rolloff));
+            EXPECT_NEAR(1, gain(m, rolloff), 1e-3);
+            EXPECT_EQ(0, gain(maximum, rolloff));
+            EXPECT_EQ(0, gain(2 * maximum, rolloff));
+            double last = 1, steepest = 0;
+            for (double distance = 0; distance < 1.1 * maximum; distance += maximum / 20000) {
+                const double now = gain(distance, rolloff);
+                EXPECT_LE(now, last);
+                steepest = std::max(steepest, last - now);
+                last = now;
+            }
+            EXPECT_LT(steepest, maximum / m / 19000 + 0.006) << minimum << " " << model;
+        }
+        const scene_rolloff inverse{ROLLOFF_INVERSE, static_cast<s32>(minimum * q16),
+                                    static_cast<s32>(maximum * q16)};
+        const double m = std::max(minimum, 1.0);
+        for (const double d : {1.5 * m, 3 * m, 9 * m})
+            if (d < maximum)
+                EXPECT_NEAR((m / d - m / maximum) / (1 - m / maximum), gain(d, inverse), 1e-4);
+    }
+    EXPECT_NEAR(0.5, gain(6, {ROLLOFF_LINEAR, q16, 11 * q16}), 1e-4);
+    EXPECT_EQ(1, gain(10.8, {ROLLOFF_NONE, q16, 11 * q16}));
 }
 
 /* A gain that changes goes in a straight line through every block of 96 samples. */
@@ -207,9 +225,9 @@ TEST(SceneStages, GainsRamp) {
         steepest = std::max(steepest, std::abs(slope));
         if (i % 96 > 1) bend = std::max(bend, std::abs(slope - (s64{out[i - 1]} - out[i - 2])));
     }
-    EXPECT_NEAR(0.45 * level, out.front(), level / 200.0);
-    EXPECT_NEAR(0.05 * level, out.back(), level / 200.0);
-    EXPECT_LE(steepest, 2 * (level >> 15)); // the gain's smallest steps
+    EXPECT_NEAR(0.9 * level, out.front(), level / 200.0);
+    EXPECT_NEAR(0.1 * level, out.back(), level / 200.0);
+    EXPECT_LE(steepest, 3 * (level >> 15)); // the gain's smallest steps
     EXPECT_LE(bend, level >> 15);
 }
 
