@@ -1,6 +1,8 @@
 #include "scene/motion/geometry.hpp"
 
 #include <algorithm>
+#include <bit>
+#include <cstdlib>
 
 #include <earshot/math.h>
 
@@ -50,6 +52,94 @@ quaternion operator*(const quaternion &a, const quaternion &b) {
             saturated(z.rounded())};
 }
 
+// A point in a direction, as far away as a word's upper half reaches.
+struct far_point {
+    explicit far_point(const direction &world) {
+        const cosine_and_sine azimuth = of_radians(half_in_radians(2 * s64{world.azimuth}));
+        const cosine_and_sine elevation = of_radians(half_in_radians(2 * s64{world.elevation}));
+        front = static_cast<s32>(s64{elevation.c} * azimuth.c >> 32);
+        left = static_cast<s32>(s64{elevation.c} * azimuth.s >> 32);
+        up = elevation.s >> 1;
+    }
+
+    s32 front, left, up;
+};
+
+// Of a vector of s64 coordinates within +-2^62, for a listener who looks along x: the angles by
+// which x and y, then z, are turned to 0 in steps of atan(2^-i) (J. E. Volder: The CORDIC
+// Trigonometric Computing Technique, 1959).
+struct steps_turned {
+    s64 along; // what the vector's length has grown to, about 1.65 of it
+    s64 angle; // degrees, Q32
+};
+
+steps_turned turned_to_x(s64 x, s64 y) { // x >= 0
+    constexpr s64 steps[] = {193273528320, 114096026022, 60285206653, 30601712202, 15360239180,
+                             7687607525,   3844741810,   1922488225,  961258780,   480631223,
+                             240315841,    120157949,    60078978,    30039490,    15019745,
+                             7509872,      3754936,      1877468,     938734,      469367,
+                             234684,       117342,       58671,       29335,       14668,
+                             7334,         3667,         1833,        917,         458};
+    s64 angle = 0;
+    for (int i = 0; i < 30; ++i) {
+        const s64 dx = y >> i, dy = x >> i;
+        if (y > 0) {
+            x += dx;
+            y -= dy;
+            angle += steps[i];
+        } else {
+            x -= dx;
+            y += dy;
+            angle -= steps[i];
+        }
+    }
+    return {x, angle};
+}
+
+s32 degrees_q16(s64 angle_q32) { return static_cast<s32>((angle_q32 + (1 << 15)) >> 16); }
+
+direction direction_of(s64 x, s64 y, s64 z) {
+    constexpr s64 half_turn = s64{180} << 32;
+    if (x == 0 && y == 0 && z == 0) return {};
+    // So that what grows stays in its word, and as many bits as possible below.
+    const u64 largest = static_cast<u64>(std::max({std::abs(x), std::abs(y), std::abs(z)}));
+    const int room = std::countl_zero(largest) - 4;
+    const auto moved = [room](s64 value) {
+        return room < 0 ? value >> -room
+                        : static_cast<s64>(static_cast<u64>(value) << static_cast<unsigned>(room));
+    };
+    x = moved(x);
+    y = moved(y);
+    z = moved(z);
+    s64 azimuth = x < 0 ? (y < 0 ? -half_turn : half_turn) : 0;
+    s64 flat = 0;
+    if (x != 0 || y != 0) {
+        const steps_turned level = x < 0 ? turned_to_x(-x, -y) : turned_to_x(x, y);
+        azimuth += level.angle;
+        // The product of all factors by which steps lengthen, Q30, takes the length back.
+        constexpr s64 shortening = 652032874; // 1 / 1.64676
+        flat =
+            (level.along >> 30) * shortening + ((level.along & ((1 << 30) - 1)) * shortening >> 30);
+    }
+    return {degrees_q16(azimuth), degrees_q16(turned_to_x(flat, z).angle)};
+}
+
+// The coordinates of a vector for a head that has turned: those along the head's axes, which are
+// the columns of the matrix of its turn. Times 2^30.
+direction in_head(const s64 (&v)[3], const quaternion &q) {
+    const auto twice = [](s64 a, s64 b, s64 c, s64 d) {
+        return ((a * b >> 2) + (c * d >> 2)) >> 29;
+    };
+    const s64 w = q.w, x = q.x, y = q.y, z = q.z, one = s64{1} << 30;
+    const s64 front[3] = {one - twice(y, y, z, z), twice(x, y, w, z), twice(x, z, -w, y)};
+    const s64 left[3] = {twice(x, y, -w, z), one - twice(x, x, z, z), twice(y, z, w, x)};
+    const s64 up[3] = {twice(x, z, w, y), twice(y, z, -w, x), one - twice(x, x, y, y)};
+    const auto along = [&v](const s64(&axis)[3]) {
+        return axis[0] * v[0] + axis[1] * v[1] + axis[2] * v[2];
+    };
+    return direction_of(along(front), along(left), along(up));
+}
+
 // The library's geometry has the vertical axis second. Exchanging two axes is a reflection, under
 // which the axis of a turn changes its sign as well.
 direction seen(const s32 (&front_left_up)[3], const quaternion &head) {
@@ -84,16 +174,27 @@ quaternion normalised(const quaternion &q) {
 }
 
 s32 distance_between(const position &a, const position &b) {
-    const s32 first[3] = {a.x, a.y, a.z};
-    const s32 second[3] = {b.x, b.y, b.z};
-    s32 difference[3];
-    s32 radius_azimuth_elevation[3];
-    carta_minus_cartb(difference, first, second);
-    cart_to_spher(difference, radius_azimuth_elevation, 0);
-    return radius_azimuth_elevation[0];
+    const auto square = [](s64 x) { return static_cast<u64>(x * x); };
+    const u64 sum = square(s64{a.x} - b.x) + square(s64{a.y} - b.y) + square(s64{a.z} - b.z);
+    u64 root = 0;
+    for (u64 bit = u64{1} << 31; bit != 0; bit >>= 1)
+        if ((root + bit) * (root + bit) <= sum) root += bit;
+    root += sum - root * root > root; // beyond the half
+    return static_cast<s32>(std::min<u64>(root, INT32_MAX));
 }
 
 direction heard_at(const position &point, const position &ear, const quaternion &head) {
+    const s64 way[3] = {s64{point.x} - ear.x, s64{point.y} - ear.y, s64{point.z} - ear.z};
+    return in_head(way, head);
+}
+
+direction heard_from(const direction &world, const quaternion &head) {
+    if (head.x == 0 && head.y == 0 && head.z == 0) return world;
+    const far_point point(world);
+    return in_head({point.front, point.left, point.up}, head);
+}
+
+direction roughly_heard_at(const position &point, const position &ear, const quaternion &head) {
     const s32 from[3] = {ear.x, ear.y, ear.z};
     const s32 to[3] = {point.x, point.y, point.z};
     s32 difference[3];
@@ -103,12 +204,10 @@ direction heard_at(const position &point, const position &ear, const quaternion 
 
 // On its way through a point a direction could shift by a thousandth of a degree, and across the
 // border between two filters; so a head that has not turned takes none.
-direction heard_from(const direction &world, const quaternion &head) {
+direction roughly_heard_from(const direction &world, const quaternion &head) {
     if (head.x == 0 && head.y == 0 && head.z == 0) return world;
-    const cosine_and_sine azimuth = of_radians(half_in_radians(2 * s64{world.azimuth}));
-    const cosine_and_sine elevation = of_radians(half_in_radians(2 * s64{world.elevation}));
-    const auto far = [](s32 a, s32 b) { return static_cast<s32>(s64{a} * b >> 32); };
-    return seen({far(elevation.c, azimuth.c), far(elevation.c, azimuth.s), elevation.s >> 1}, head);
+    const far_point point(world);
+    return seen({point.front, point.left, point.up}, head);
 }
 
 } // namespace earshot_scene
