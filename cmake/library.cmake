@@ -12,6 +12,7 @@ add_library(earshot_objects OBJECT
   filters/all_pass.cpp
   filters/biquad.cpp
   filters/dc_block.cpp
+  head/shorten.cpp
   hoa_effect/instance.cpp
   hoa_effect/layout.cpp
   hoa_effect/matrices.cpp

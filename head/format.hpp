@@ -1,17 +1,18 @@
-// The bytes of a head, little-endian, all words of 32 bits. Sections follow each other without gaps:
+// The bytes of a head, little-endian, all words of 32 bits. Sections follow each other without
+// gaps:
 //
 //     head_header
-//     head_vertex     [vertices]     directions; first the measured ones, then those that fill holes
-//     head_triangle   [triangles]    a closed surface; seen from outside, vertices counter-clockwise
-//     u32             [8192]         a triangle near each cell of directions, see cell_of
-//     earshot_filter_pair [channels] filters of ambisonic channels
-//     u32             [records][256] filters without their delays
+//     head_vertex     [vertices]     directions; first the measured ones, then those that fill
+//     holes head_triangle   [triangles]    a closed surface; seen from outside, vertices
+//     counter-clockwise u32             [8192]         a triangle near each cell of directions, see
+//     cell_of earshot_filter_pair [channels] filters of ambisonic channels u32 [records][256]
+//     filters without their delays
 //
-// A word of a filter is a pair of 16-bit numbers, high * 256 + low being the value in Q21: bits 0 to
-// 15 are high, bits 16 to 31 low, both signed, low from -128 to 127. Words are in the order of the
-// renderer's filters: DC, Nyquist (always 0), then real and imaginary part of bins 1 to 127. Values
-// are larger than the filters' gains by (32768 / 32767)^2, which the phases that bring the delay
-// back are too small by.
+// A word of a filter is a pair of 16-bit numbers, high * 256 + low being the value in Q21: bits 0
+// to 15 are high, bits 16 to 31 low, both signed, low from -128 to 127. Words are in the order of
+// the renderer's filters: DC, Nyquist (always 0), then real and imaginary part of bins 1 to 127.
+// Values are larger than the filters' gains by (32768 / 32767)^2, which the phases that bring the
+// delay back are too small by.
 #ifndef EARSHOT_HEAD_FORMAT_HPP
 #define EARSHOT_HEAD_FORMAT_HPP
 
@@ -27,13 +28,13 @@ constexpr u32 filter_words = 256;
 struct head_header {
     u32 magic;
     u32 version;
-    u32 size;     // bytes of the whole head
-    u32 checksum; // CRC-32 (IEEE 802.3, reflected, as in zlib) of all bytes behind this word
-    u32 vertices; // 4 to 65535
-    u32 measured; // of them, 1 to vertices
+    u32 size;      // bytes of the whole head
+    u32 checksum;  // CRC-32 (IEEE 802.3, reflected, as in zlib) of all bytes behind this word
+    u32 vertices;  // 4 to 65535
+    u32 measured;  // of them, 1 to vertices
     u32 triangles; // 4 to 131070
-    u32 records;  // 1 to 2 x vertices
-    u32 channels; // 0 or 25
+    u32 records;   // 1 to 2 x vertices
+    u32 channels;  // 0 or 25
     u32 reserved[3];
     char name[head_name_size]; // UTF-8, ends with a zero byte, as do all bytes behind it
 };
@@ -48,9 +49,9 @@ struct head_vertex {
 static_assert(sizeof(head_vertex) == 32);
 
 struct head_triangle {
-    s32 normal[3][3];   // normal k: vertex k + 1 x vertex k + 2, Q30. Times a direction inside: >= 0
+    s32 normal[3][3]; // normal k: vertex k + 1 x vertex k + 2, Q30. Times a direction inside: >= 0
     u32 vertex[3];
-    u32 neighbour[3];   // the triangle beyond the side that is opposite to vertex k
+    u32 neighbour[3]; // the triangle beyond the side that is opposite to vertex k
     u32 reserved;
 };
 static_assert(sizeof(head_triangle) == 64);

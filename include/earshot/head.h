@@ -88,6 +88,14 @@ EARSHOT_API u32 earshot_head_describe(const earshot_head *head, earshot_head_inf
 EARSHOT_API u32 earshot_head_filter(const earshot_head *head, s32 azimuth, s32 elevation,
                                     earshot_filter_pair *pair);
 
+/*
+ * Cuts filters of a direction to the 128 taps from the sound on, in place, for frames of 128 samples
+ * with a lead of 128, or of hrtf.h, where nothing moves: what is cut off would be heard in the wrong
+ * place there. What is left has errors of less than -50 dB, of the ringing above 20 kHz for the most
+ * part. Costs six transforms. Pair null: 3.
+ */
+EARSHOT_API u32 earshot_head_shorten(earshot_filter_pair *pair);
+
 /* The filters of an ambisonic channel (ACN, SN3D), inside the head: 128 taps, none before the sound,
  * for frames of up to 128 samples. Head or pair null: 3; channel not below the head's: 2. */
 EARSHOT_API u32 earshot_head_channel(const earshot_head *head, u32 channel,

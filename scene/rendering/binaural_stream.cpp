@@ -13,11 +13,11 @@ constexpr s64 tail_frames = filter_taps - 1;
 
 binaural_stream::binaural_stream(binaural_engine &engine, const std::vector<frame_source *> &inputs,
                                  mover move, int lowered)
-    : engine_(engine), inputs_(inputs), move_(std::move(move)), lowered_(lowered + engine.guard()),
+    : engine_(engine), inputs_(inputs), move_(std::move(move)), lowered_(lowered),
       sources_(engine.sources()), frame_(2 * engine.frame_length()) {
     set_level({}, {});
     for (frame_source *input : inputs_)
-        windows_.emplace_back(*input, window_length, window_lead, engine.frame_length(),
+        windows_.emplace_back(*input, window_length, engine.lead(), engine.frame_length(),
                               engine.lowering());
 }
 
@@ -45,8 +45,8 @@ std::size_t binaural_stream::read(s32 *interleaved, std::size_t frames) {
         const std::size_t count = std::min(frames - got, made_ - used_);
         const s32 *made = frame_.data() + 2 * used_;
         const sample_extremes extremes = extremes_of(made, 2 * count);
-        peak_ = std::max(peak_, extremes.peak());
-        level_.apply(made, interleaved, 2 * count, extremes, range_, clipped_);
+        note_peak(extremes.peak());
+        frame_level_.apply(made, interleaved, 2 * count, extremes, range_, clipped_);
         interleaved += 2 * count;
         used_ += count;
         got += count;
@@ -64,9 +64,17 @@ bool binaural_stream::render_frame() {
     made_ = frames_to_come();
     used_ = 0;
     if (made_ == 0) return false;
-    if (move_) move_(engine_);
-    engine_.process(sources_.data(), frame_.data());
+    if (move_) move_(engine_, position_ + static_cast<s64>(engine_.placed_at()));
+    frame_exponent_ = engine_.process(sources_.data(), frame_.data());
+    frame_level_ = level_.raised(frame_exponent_);
     return true;
+}
+
+// The natural level is that of what the engine made, raised by the bits of the inputs as well.
+void binaural_stream::note_peak(s64 peak) {
+    const int shift = frame_exponent_ + lowered_ + peak_fraction;
+    const s64 natural = shift < 0 ? (peak + (s64{1} << -shift) - 1) >> -shift : peak << shift;
+    peak_ = std::max(peak_, natural);
 }
 
 // A window reaches past the frame's end by no more than the tail: where one of the inputs goes on,

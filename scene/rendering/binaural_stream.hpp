@@ -13,8 +13,8 @@ namespace earshot_scene {
 
 class binaural_stream : public frame_source {
   public:
-    // Called before every frame, to move sources.
-    using mover = std::function<void(binaural_engine &)>;
+    // Called before every frame, to place the sources for a time: samples from the first frame on.
+    using mover = std::function<void(binaural_engine &, s64 time)>;
 
     // The channels of the inputs, in order, are the engine's sources. All are at 48000 Hz.
     // lowered: bits by which they have been lowered on the way here.
@@ -32,22 +32,27 @@ class binaural_stream : public frame_source {
     std::optional<s64> frames() const override;
     std::size_t read(s32 *interleaved, std::size_t frames) override;
 
-    // Of what has been read, at the natural level and before any clipping; full scale is 2^31.
-    s64 peak() const { return peak_ << lowered_; }
+    // Of what has been read, at the natural level and before any clipping; full scale is
+    // 2^(31 + peak_fraction). Rounded up.
+    static constexpr int peak_fraction = 4;
+    s64 peak() const { return peak_; }
     u64 clipped() const { return clipped_; }
     const binaural_engine &engine() const { return engine_; }
     u64 unsafe_frames() const { return engine_.unsafe_frames(); }
 
   private:
     bool render_frame();
+    void note_peak(s64 peak);
     std::size_t frames_to_come() const;
 
     binaural_engine &engine_;
     std::vector<frame_source *> inputs_;
     mover move_;
-    int lowered_; // the inputs' bits and the engine's guard
+    int lowered_;
     std::optional<s64> duration_;
     output_level level_;
+    output_level frame_level_; // of what the engine made
+    int frame_exponent_ = 0;
     sample_range range_;
     std::vector<sliding_window> windows_;
     std::vector<const s32 *> sources_; // their windows

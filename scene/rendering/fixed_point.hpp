@@ -51,6 +51,7 @@ struct sample_lowering {
 
     // In place; saturates.
     void operator()(s32 *samples, std::size_t count) const {
+        if (shift == 0 && half == 0) return;
         const s32 added = half; // might change with a sample, for all that a compiler knows
         const int bits = shift;
         if (bits == 0) // otherwise the shift makes room

@@ -4,6 +4,7 @@
 
 #include "scene/motion/geometry.hpp"
 #include "scene/motion/track.hpp"
+#include "scene/rendering/table_engine.hpp"
 
 namespace earshot_scene {
 
@@ -26,19 +27,19 @@ bool turns(const scene_listener &listener) {
     return std::visit([](const auto &rows) { return moves(rows); }, listener.orientation);
 }
 
-// Places the sources at the beginning of every frame.
+// Places the sources for every frame.
 class scene_mover {
   public:
     explicit scene_mover(const scene &scene)
         : scene_(scene), placed_(scene.sources.size()), turns_(turns(scene.listener)),
           walks_(moves(scene.listener.position)) {}
 
-    void operator()(binaural_engine &engine) {
-        const position ear = at(scene_.listener.position, time_);
-        if (time_ == 0 || turns_) head_ = head_at(scene_.listener, time_);
+    void operator()(binaural_engine &engine, s64 time) {
+        const position ear = at(scene_.listener.position, time);
+        if (!started_ || turns_) head_ = head_at(scene_.listener, time);
         for (std::size_t k = 0; k < placed_.size(); ++k)
-            if (time_ == 0 || may_move(scene_.sources[k])) place(engine, k, ear);
-        time_ += scene_stream::frame_length;
+            if (!started_ || may_move(scene_.sources[k])) place(engine, k, ear, time);
+        started_ = true;
     }
 
   private:
@@ -48,17 +49,20 @@ class scene_mover {
         return turns_ || walks_ || moves(*positions);
     }
 
-    direction heard(const scene_source &source, const position &ear) const {
-        if (const auto *positions = std::get_if<track<position>>(&source.place))
-            return heard_at(at(*positions, time_), ear, head_);
-        return heard_from(at(std::get<track<direction>>(source.place), time_), head_);
+    direction heard(const scene_source &source, const position &ear, s64 time, bool exactly) const {
+        if (const auto *positions = std::get_if<track<position>>(&source.place)) {
+            const position point = at(*positions, time);
+            return exactly ? heard_at(point, ear, head_) : roughly_heard_at(point, ear, head_);
+        }
+        const direction world = at(std::get<track<direction>>(source.place), time);
+        return exactly ? heard_from(world, head_) : roughly_heard_from(world, head_);
     }
 
     // The engine takes azimuths from 0 to 360 degrees.
-    void place(binaural_engine &engine, std::size_t k, const position &ear) {
+    void place(binaural_engine &engine, std::size_t k, const position &ear, s64 time) {
         constexpr auto turn = static_cast<s32>(whole_turn);
-        const direction now = heard(scene_.sources[k], ear);
-        if (time_ != 0 && now == placed_[k]) return;
+        const direction now = heard(scene_.sources[k], ear, time, engine.is_continuous());
+        if (started_ && now == placed_[k]) return;
         placed_[k] = now;
         const s32 azimuth = now.azimuth % turn;
         engine.place(k, azimuth < 0 ? azimuth + turn : azimuth, now.elevation);
@@ -69,7 +73,7 @@ class scene_mover {
     bool turns_;
     bool walks_;
     quaternion head_;
-    s64 time_ = 0; // of the frame's beginning
+    bool started_ = false;
 };
 
 std::vector<frame_source *> addresses(std::deque<source_chain> &chains) {
@@ -98,19 +102,16 @@ scene_headroom headroom_for(const scene &scene) {
     return {gain, std::min(by_sum, safe_guard(filter_tables::directions, scene.sources.size()))};
 }
 
-scene_parts::scene_parts(const scene &scene, const std::vector<frame_source *> &inputs,
-                         std::optional<int> guard)
-    : headroom(headroom_for(scene)),
-      renderer(filter_tables::directions, inputs.size(), scene_stream::frame_length,
-               guard.value_or(headroom.guard)) {
+scene_parts::scene_parts(const scene &scene, const std::vector<frame_source *> &inputs)
+    : headroom(headroom_for(scene).gain) {
     for (std::size_t k = 0; k < inputs.size(); ++k)
-        chains.emplace_back(scene.sources[k], scene.listener, *inputs[k], headroom.gain);
+        chains.emplace_back(scene.sources[k], scene.listener, *inputs[k], headroom);
 }
 
 scene_stream::scene_stream(const scene &scene, const std::vector<frame_source *> &inputs,
-                           std::optional<int> guard)
-    : scene_parts(scene, inputs, guard),
-      binaural_stream(renderer, addresses(chains), scene_mover(scene), headroom.gain) {
+                           binaural_engine &engine)
+    : scene_parts(scene, inputs),
+      binaural_stream(engine, addresses(chains), scene_mover(scene), headroom) {
     if (scene.duration) set_duration(*scene.duration);
 }
 

@@ -11,23 +11,22 @@
 
 namespace earshot_scene {
 
-// Bits by which the sums of a scene have to be lowered inside, whatever its sounds are. The output
-// is raised by them again, and the noise of the engine's arithmetic with it: a single source at 0
-// dB has noise of -118 dB, every bit adds 6 dB, and so does every fourfold number of sources.
+// Bits by which samples of a scene have to be lowered, whatever its sounds are.
 struct scene_headroom {
-    int gain = 0;  // by the sources' gains, so that none of them exceeds 1.0
-    int guard = 0; // by the engine
+    int gain = 0; // by the sources' gains, so that none of them exceeds 1.0
+    int guard =
+        0; // by a table_engine, so that no sum wraps. The output is raised by them again, and
+           // the noise of the engine's arithmetic with it: a single source at 0 dB has noise
+           // of -118 dB, every bit adds 6 dB, and so does every fourfold number of sources
 };
 
 scene_headroom headroom_for(const scene &scene);
 
 // What a scene_stream is made of, before there is a stream.
 struct scene_parts {
-    scene_parts(const scene &scene, const std::vector<frame_source *> &inputs,
-                std::optional<int> guard);
+    scene_parts(const scene &scene, const std::vector<frame_source *> &inputs);
 
-    scene_headroom headroom;
-    binaural_engine renderer;
+    int headroom; // bits
     std::deque<source_chain> chains;
 };
 
@@ -39,12 +38,11 @@ class scene_stream : private scene_parts, public binaural_stream {
 
     // inputs: the sound of every source of the scene, mono, at 48000 Hz, from its beginning on and
     // without its gain; of a source that loops, without end (looping_source.hpp). They and the
-    // scene outlive the stream. guard: bits of the engine, 0 to headroom_for(scene).guard; nothing:
-    // as many as are safe.
+    // scene outlive the stream, and so does the engine, with frames of 96 samples.
     //
     // Where all sources loop and the scene has no duration, the stream does not end.
     scene_stream(const scene &scene, const std::vector<frame_source *> &inputs,
-                 std::optional<int> guard = {});
+                 binaural_engine &engine);
 };
 
 } // namespace earshot_scene

@@ -1,4 +1,4 @@
-#include "scene/rendering/binaural_engine.hpp"
+#include "scene/rendering/table_engine.hpp"
 
 #include <algorithm>
 
@@ -16,16 +16,16 @@ void allocate(std::vector<std::max_align_t> &memory, u32 bytes) {
 
 } // namespace
 
-binaural_engine::binaural_engine(filter_tables tables, std::size_t sources,
-                                 std::size_t frame_length, int guard)
-    : sources_(sources), frame_length_(frame_length), guard_(guard),
+table_engine::table_engine(filter_tables tables, std::size_t sources, std::size_t frame_length,
+                           int guard)
+    : binaural_engine({sources, frame_length, window_length / 2, false}), guard_(guard),
       safe_guard_(earshot_scene::safe_guard(tables, sources)),
       filter_gain_bits_(filter_gain_bits(tables)), spectra_(2 * 2 * bins) {
     make_front(tables, static_cast<u32>(sources));
     make_back(static_cast<u32>(frame_length));
 }
 
-void binaural_engine::make_front(filter_tables tables, u32 sources) {
+void table_engine::make_front(filter_tables tables, u32 sources) {
     const hrtf_filt_front_config config{static_cast<u32>(tables), binaural_rate, sources, 0, 0};
     hrtf_requirement need{};
     require(hrtf_filt_front_get_req(0, &need, 1, &config), "hrtf_filt_front_get_req");
@@ -37,7 +37,7 @@ void binaural_engine::make_front(filter_tables tables, u32 sources) {
             "hrtf_filt_front_scratch_get_init");
 }
 
-void binaural_engine::make_back(u32 frame_length) {
+void table_engine::make_back(u32 frame_length) {
     const hrtf_filt_back_config config{1, frame_length, window_length, 0, 4, 1};
     hrtf_requirement need{};
     require(hrtf_filt_back_get_req(0, &need, 1, &config), "hrtf_filt_back_get_req");
@@ -49,7 +49,7 @@ void binaural_engine::make_back(u32 frame_length) {
             "hrtf_filt_back_scratch_get_init");
 }
 
-void binaural_engine::place(std::size_t source, s32 azimuth, s32 elevation) {
+void table_engine::place(std::size_t source, s32 azimuth, s32 elevation) {
     const hrtf_filt_front_source &record = front_->state->sources[source];
     const s32 *const old[2] = {record.filter[0], record.filter[1]};
     hrtf_filt_front_direction direction{
@@ -61,19 +61,19 @@ void binaural_engine::place(std::size_t source, s32 azimuth, s32 elevation) {
     changed_ = changed_ || (started_ && !same);
 }
 
-sample_lowering binaural_engine::lowering() const {
+sample_lowering table_engine::lowering() const {
     return {guard_, s32{1} << (front_->state->input_shift - 1)};
 }
 
-bool binaural_engine::is_unsafe(const s32 *const *windows) const {
+bool table_engine::is_unsafe(const s32 *const *windows) const {
     if (guard_ >= safe_guard_) return false;
     s64 peaks = 0;
-    for (std::size_t k = 0; k < sources_; ++k)
+    for (std::size_t k = 0; k < sources(); ++k)
         peaks += extremes_of(windows[k], window_length).peak();
     return peaks << filter_gain_bits_ >= s64{1} << 31;
 }
 
-void binaural_engine::process(const s32 *const *windows, s32 *ears) {
+int table_engine::process(const s32 *const *windows, s32 *ears) {
     unsafe_frames_ += is_unsafe(windows);
 
     std::fill(spectra_.begin(), spectra_.end(), 0);
@@ -87,10 +87,11 @@ void binaural_engine::process(const s32 *const *windows, s32 *ears) {
     }
     const hrtf_ear_outputs outputs{{ears, nullptr}};
     require(
-        hrtf_filt_back_process(back_, static_cast<u32>(frame_length_), &outputs, bins, &spectra),
+        hrtf_filt_back_process(back_, static_cast<u32>(frame_length()), &outputs, bins, &spectra),
         "hrtf_filt_back_process");
     changed_ = false;
     started_ = true;
+    return guard_;
 }
 
 } // namespace earshot_scene

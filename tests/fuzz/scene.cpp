@@ -47,7 +47,7 @@ test::samples heard(const scene &played, std::size_t step) {
         got += read;
     }
     /* The guard is the safe one: no sum can wrap. */
-    if (performance.stream->unsafe_frames() != 0) std::abort();
+    if (performance.engine->unsafe_frames() != 0) std::abort();
     return out;
 }
 

@@ -3,8 +3,10 @@
 #define EARSHOT_TESTS_SCENE_SOUNDS_HPP
 
 #include "scene/description/scene_json.hpp"
+#include "scene/rendering/head_engine.hpp"
 #include "scene/rendering/looping_source.hpp"
 #include "scene/rendering/scene_stream.hpp"
+#include "scene/rendering/table_engine.hpp"
 
 #include <algorithm>
 #include <deque>
@@ -45,9 +47,18 @@ class memory_source : public rewindable_source {
     std::size_t position_ = 0;
 };
 
+enum class placement { continuous, measured };
+
+/* The built-in head, made once. */
+inline const shared_head &own_head() {
+    static const shared_head head = builtin_head();
+    return head;
+}
+
 /* A scene with its sounds, one for each source. */
 struct performance {
-    performance(earshot_scene::scene played, const std::vector<samples> &sounds)
+    performance(earshot_scene::scene played, const std::vector<samples> &sounds,
+                placement where = placement::continuous)
         : scene(std::move(played)) {
         std::vector<frame_source *> inputs;
         for (std::size_t k = 0; k < scene.sources.size(); ++k) {
@@ -55,10 +66,17 @@ struct performance {
             inputs.push_back(&once);
             if (scene.sources[k].loop) inputs.back() = &loops.emplace_back(once);
         }
-        stream.emplace(scene, inputs);
+        const std::size_t count = inputs.size(), length = scene_stream::frame_length;
+        if (where == placement::measured)
+            engine = std::make_unique<table_engine>(filter_tables::directions, count, length,
+                                                    headroom_for(scene).guard);
+        else
+            engine = std::make_unique<head_engine>(own_head(), count, length, std::nullopt);
+        stream.emplace(scene, inputs, *engine);
     }
-    performance(const std::string &text, const std::vector<samples> &sounds)
-        : performance(parse_scene(text, {}), sounds) {}
+    performance(const std::string &text, const std::vector<samples> &sounds,
+                placement where = placement::continuous)
+        : performance(parse_scene(text, {}), sounds, where) {}
 
     /* All that is left, in reads of so many frames. */
     samples play(std::size_t step = 1000) {
@@ -72,6 +90,7 @@ struct performance {
     earshot_scene::scene scene;
     std::deque<memory_source> files;
     std::deque<looping_source> loops;
+    std::unique_ptr<binaural_engine> engine;
     std::optional<scene_stream> stream;
 };
 

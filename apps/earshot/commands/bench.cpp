@@ -14,7 +14,7 @@ namespace earshot_tool {
 
 namespace {
 
-struct bench_options {
+struct bench_options : head_options {
     std::string scene;
     verbosity talk;
 };
@@ -82,9 +82,10 @@ std::string report_text(const native_profiler &profiler, const binaural_stream &
 void bench(const bench_options &options) {
     const console out(options.talk);
     const scene_file scene = read_scene(options.scene);
-    const int guard = headroom_for(scene.content).guard;
-    const auto work = open_scene(scene, {guard, guard});
+    const engine_choice engine(options, out);
+    const auto work = open_scene(scene, engine, {std::nullopt, headroom_for(scene.content).guard});
     describe_inputs(*work, out);
+    out.detail("heard through " + engine.text());
     const profiler_handle profiler(NpCreate(), &NpDestroy);
     if (profiler == nullptr) throw processing_error(scene.name, system_cause(ENOMEM));
     const std::string name = message_line(scene.name); // the profiler keeps the address
@@ -104,6 +105,7 @@ void add_bench(CLI::App &app, action &chosen) {
         ->add_option("SCENE", options->scene, "Scene to render, a JSON file; - for standard input")
         ->required()
         ->type_name("");
+    add_placement(*command, *options);
     add_verbosity(*command, options->talk);
     command->callback([options, &chosen] { chosen = [options] { bench(*options); }; });
 }

@@ -3,7 +3,7 @@
 #include <cmath>
 
 #include "error.hpp"
-#include "scene/rendering/binaural_engine.hpp"
+#include "scene/rendering/table_engine.hpp"
 
 namespace earshot_tool {
 
@@ -47,7 +47,7 @@ guard_choice guard_for(const binaural_options &options, int safe, std::size_t so
     if (options.guard && *options.guard > safe)
         throw usage_error("--guard: " + std::to_string(*options.guard) + " is more than the safe " +
                           std::to_string(safe) + " for " + counted(sources, "source"));
-    return {options.guard.value_or(safe), safe};
+    return {options.guard, safe};
 }
 
 } // namespace earshot_tool

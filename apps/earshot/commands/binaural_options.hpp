@@ -21,8 +21,8 @@ void add_binaural_options(CLI::App &command, binaural_options &options);
 
 // Bits of headroom inside.
 struct guard_choice {
-    int bits;
-    int safe; // with which no sum can wrap
+    std::optional<int> fixed; // nothing: as many as a frame needs
+    int safe;                 // with which no sum can wrap
 };
 
 // The guard for so many sources. Throws usage_error where the options ask for more than is safe.

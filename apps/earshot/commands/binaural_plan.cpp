@@ -37,9 +37,12 @@ void describe(const rendering &work, const binaural_plan &plan) {
     describe_inputs(work, plan.out);
     const binaural_engine &engine = work.stream->engine();
     const auto bits = [](int count) { return counted(static_cast<u64>(count), "bit"); };
+    const auto guard = engine.guard();
     plan.out.detail("rendering " + counted(engine.sources(), "source") + " in frames of " +
                     std::to_string(engine.frame_length()) + " with a guard of " +
-                    bits(engine.guard()) + ", writing " + bits(plan.format.width));
+                    (guard ? bits(*guard) : "as many bits as they need") + ", writing " +
+                    bits(plan.format.width));
+    plan.out.detail("heard through " + plan.head);
 }
 
 void require_second_reading(const rendering &work) {
@@ -56,7 +59,7 @@ output_level level_reaching_full_scale(rendering &work, const binaural_plan &pla
         plan.out.note("the sound is silent and stays as it is");
         return {};
     }
-    return output_level::reaching(plan.full_scale.high, peak);
+    return output_level::reaching(plan.full_scale.high << binaural_stream::peak_fraction, peak);
 }
 
 // Renders once to learn the peak, if that is needed, and brings the level of the work to come to

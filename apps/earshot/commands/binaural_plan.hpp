@@ -21,6 +21,8 @@ struct binaural_plan {
     std::optional<output_level> gain; // on top of the natural level
     bool normalize;
 
+    std::string head; // whose ears they are, in a line
+
     // Opens the sounds and what renders them: twice, where the peak has to be known first.
     std::function<std::unique_ptr<rendering>()> open;
 };

@@ -4,18 +4,18 @@
 
 #include "commands/binaural_plan.hpp"
 #include "commands/commands.hpp"
+#include "commands/engine_choice.hpp"
 #include "commands/rotation_options.hpp"
 #include "error.hpp"
 #include "field/rotated_field.hpp"
 #include "field/spherical_harmonics.hpp"
+#include "scene/rendering/table_engine.hpp"
 
 namespace earshot_tool {
 
 namespace {
 
-constexpr std::size_t frame_length = 128; // the filters never change
-
-struct binauralize_options : binaural_options {
+struct binauralize_options : binaural_options, head_options {
     std::string field;
     channel_layout layout = channel_layout::ambix;
     rotation_options rotation;
@@ -47,6 +47,7 @@ void check_field(const binauralize_options &options, const audio_input &file) {
 
 // How many bits are safe is known only when the field's channels are.
 std::unique_ptr<rendering> open_field(const binauralize_options &options,
+                                      const engine_choice &engine,
                                       const std::vector<keyframe> &rows) {
     auto work = std::make_unique<field_rendering>();
     work->keyframes = options.rotation.keyframes;
@@ -60,8 +61,7 @@ std::unique_ptr<rendering> open_field(const binauralize_options &options,
     const guard_choice guard =
         guard_for(options, safe_guard(filter_tables::field_channels, channels), channels);
     work->safe_guard = guard.safe;
-    work->engine.emplace(filter_tables::field_channels, channels, frame_length, guard.bits);
-    for (std::size_t k = 0; k < channels; ++k) work->engine->place(k, static_cast<s32>(k << 16), 0);
+    work->engine = engine.for_field(channels, guard);
     work->stream = std::make_unique<binaural_stream>(*work->engine,
                                                      std::vector<frame_source *>{&*work->field});
     return work;
@@ -71,8 +71,12 @@ void binauralize(const binauralize_options &options) {
     if (options.normalize && options.field == "-")
         throw usage_error("--normalize reads the input twice, which standard input cannot");
     binaural_plan plan(options);
-    plan.open = [&options, rows = keyframes_for(options.rotation, options.field, "FIELD")] {
-        return open_field(options, rows);
+    const engine_choice engine(options, plan.out);
+    engine.check_field();
+    plan.head = engine.text();
+    plan.open = [&options, &engine,
+                 rows = keyframes_for(options.rotation, options.field, "FIELD")] {
+        return open_field(options, engine, rows);
     };
     carry_out(plan);
 }
@@ -89,6 +93,7 @@ void add_binauralize(CLI::App &app, action &chosen) {
         ->type_name("");
     add_input_format(*command, options->layout);
     add_rotation_options(*command, options->rotation);
+    add_head(*command, *options);
     add_binaural_options(*command, *options);
     command->callback([options, &chosen] { chosen = [options] { binauralize(*options); }; });
 }

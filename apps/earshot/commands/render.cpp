@@ -4,17 +4,19 @@
 
 #include "commands/binaural_plan.hpp"
 #include "commands/commands.hpp"
+#include "commands/engine_choice.hpp"
 #include "commands/orbit.hpp"
 #include "commands/scene_file.hpp"
 #include "commands/source_argument.hpp"
 #include "error.hpp"
 #include "scene/rendering/scene_stream.hpp"
+#include "scene/rendering/table_engine.hpp"
 
 namespace earshot_tool {
 
 namespace {
 
-struct render_options : binaural_options {
+struct render_options : binaural_options, head_options {
     std::string scene;
     std::vector<source_argument> sources;
     double orbit_seconds = 0; // 0: the sources stand still
@@ -68,9 +70,10 @@ class turning_sources {
         : sources_(plan.sources),
           turn_(0, plan.orbit_microseconds, binaural_rate / static_cast<int>(plan.frame_length)) {}
 
-    // To where they are at the beginning of the next frame.
-    void operator()(binaural_engine &engine) {
+    void operator()(binaural_engine &engine, s64) {
         if (placed_ && !turn_.moves()) return;
+        // To where they are a frame later, if that is what the engine takes.
+        if (!placed_ && engine.placed_at() != 0) turn_.next();
         placed_ = true;
         const u32 turn = turn_.next();
         for (std::size_t k = 0; k < sources_.size(); ++k)
@@ -83,7 +86,7 @@ class turning_sources {
     bool placed_ = false;
 };
 
-std::unique_ptr<rendering> open_sources(const source_plan &plan) {
+std::unique_ptr<rendering> open_sources(const source_plan &plan, const engine_choice &engine) {
     auto work = std::make_unique<rendering>();
     std::vector<frame_source *> sources;
     for (const source_argument &source : plan.sources) {
@@ -93,15 +96,17 @@ std::unique_ptr<rendering> open_sources(const source_plan &plan) {
         work->inputs.push_back(std::move(input));
     }
     work->safe_guard = plan.guard.safe;
-    work->engine.emplace(filter_tables::directions, sources.size(), plan.frame_length,
-                         plan.guard.bits);
+    work->engine = engine.for_directions(sources.size(), plan.frame_length, plan.guard);
     work->stream = std::make_unique<binaural_stream>(*work->engine, sources, turning_sources(plan));
     return work;
 }
 
 void render_sources(const render_options &options) {
     binaural_plan plan(options);
-    plan.open = [sources = plan_sources(options)] { return open_sources(sources); };
+    const source_plan sources = plan_sources(options);
+    const engine_choice engine(options, plan.out);
+    plan.head = engine.text();
+    plan.open = [&sources, &engine] { return open_sources(sources, engine); };
     carry_out(plan);
 }
 
@@ -113,7 +118,9 @@ void render_scene(const render_options &options) {
     const scene_file scene = read_scene(options.scene);
     const guard_choice guard =
         guard_for(options, headroom_for(scene.content).guard, scene.content.sources.size());
-    plan.open = [&scene, guard] { return open_scene(scene, guard); };
+    const engine_choice engine(options, plan.out);
+    plan.head = engine.text();
+    plan.open = [&scene, &engine, guard] { return open_scene(scene, engine, guard); };
     carry_out(plan);
 }
 
@@ -148,6 +155,7 @@ void add_render(CLI::App &app, action &chosen) {
     add_orbit(*command, options->orbit_seconds);
     add_choice(*command, "--frame", {96, 128}, options->frame,
                "Samples of a frame: 96, or 128 with sources that stand still");
+    add_placement(*command, *options);
     add_binaural_options(*command, *options);
     command->callback([options, &chosen] { chosen = [options] { render(*options); }; });
 }

@@ -2,7 +2,6 @@
 #pragma once
 
 #include <memory>
-#include <optional>
 #include <vector>
 
 #include "audio/binaural_input.hpp"
@@ -18,7 +17,7 @@ struct rendering {
     virtual void report(const console &) const {}
 
     std::vector<std::unique_ptr<binaural_input>> inputs;
-    std::optional<binaural_engine> engine; // of a stream that brings none of its own
+    std::unique_ptr<binaural_engine> engine;
     std::unique_ptr<binaural_stream> stream;
     int safe_guard = 0; // bits with which no sum can wrap
 };

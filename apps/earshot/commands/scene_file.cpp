@@ -58,7 +58,8 @@ scene_file read_scene(const std::string &path) {
     return file;
 }
 
-std::unique_ptr<rendering> open_scene(const scene_file &scene, const guard_choice &guard) {
+std::unique_ptr<rendering> open_scene(const scene_file &scene, const engine_choice &engine,
+                                      const guard_choice &guard) {
     auto work = std::make_unique<rendering>();
     std::vector<frame_source *> sounds;
     for (const scene_source &source : scene.content.sources) {
@@ -71,7 +72,8 @@ std::unique_ptr<rendering> open_scene(const scene_file &scene, const guard_choic
         sounds.push_back(&work->inputs.back()->source());
     }
     work->safe_guard = guard.safe;
-    work->stream = std::make_unique<scene_stream>(scene.content, sounds, guard.bits);
+    work->engine = engine.for_directions(sounds.size(), scene_stream::frame_length, guard);
+    work->stream = std::make_unique<scene_stream>(scene.content, sounds, *work->engine);
     return work;
 }
 

@@ -4,7 +4,7 @@
 #include <memory>
 #include <string>
 
-#include "commands/binaural_options.hpp"
+#include "commands/engine_choice.hpp"
 #include "commands/rendering.hpp"
 #include "scene/description/scene.hpp"
 
@@ -21,6 +21,7 @@ struct scene_file {
 scene_file read_scene(const std::string &path);
 
 // Opens the scene's sounds. It has to outlive the rendering.
-std::unique_ptr<rendering> open_scene(const scene_file &scene, const guard_choice &guard);
+std::unique_ptr<rendering> open_scene(const scene_file &scene, const engine_choice &engine,
+                                      const guard_choice &guard);
 
 } // namespace earshot_tool

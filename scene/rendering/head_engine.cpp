@@ -1,0 +1,94 @@
+#include "scene/rendering/head_engine.hpp"
+
+#include <algorithm>
+#include <cstdlib>
+#include <utility>
+
+#include <earshot/math.h>
+
+#include "scene/motion/track.hpp"
+#include "scene/rendering/library_status.hpp"
+
+namespace earshot_scene {
+
+namespace {
+
+constexpr std::size_t longest_frame = 128;
+constexpr int glide_frames = 5;
+// What goes farther in a frame of 2 ms has jumped: 5000 degrees a second.
+constexpr s64 longest_step = 10 << 16;
+
+// Degrees, Q16: the shorter way from a to b.
+s64 way_round(s32 a, s32 b) {
+    const s64 rest = (s64{b} - a) % whole_turn;
+    return rest > whole_turn / 2    ? rest - whole_turn
+           : rest < -whole_turn / 2 ? rest + whole_turn
+                                    : rest;
+}
+
+// Close to the poles a long way round is a short one.
+s64 cosine_q31(s32 elevation) {
+    const s64 radians = s64{elevation} * EARSHOT_PI_Q31 / (whole_turn / 2);
+    return high_precision_sin(radians + EARSHOT_HALF_PI_Q31);
+}
+
+bool is_jump(s32 azimuth, s32 elevation, s32 new_azimuth, s32 new_elevation) {
+    if (std::abs(s64{new_elevation} - elevation) > longest_step) return true;
+    const s64 turn = std::abs(way_round(azimuth, new_azimuth));
+    return turn > longest_step && turn * cosine_q31(elevation) >> 31 > longest_step;
+}
+
+} // namespace
+
+head_engine::head_engine(shared_head head, std::size_t sources, std::size_t frame_length,
+                         std::optional<int> guard)
+    : following_engine(frame_length == longest_frame
+                           ? shape{sources, longest_frame, window_length / 2, true}
+                           : shape{sources, frame_length, EARSHOT_HEAD_LEAD, true},
+                       guard),
+      head_(std::move(head)), sources_(sources), filters_(sources) {}
+
+void head_engine::place(std::size_t source, s32 azimuth, s32 elevation) {
+    placement &p = sources_[source];
+    if (!p.placed) {
+        p.azimuth = azimuth;
+        p.elevation = elevation;
+        p.frames_left = 1;
+    } else if (is_jump(p.target_azimuth, p.target_elevation, azimuth, elevation)) {
+        p.frames_left = glide_frames;
+    } else {
+        p.frames_left = std::max(p.frames_left, 1);
+    }
+    p.target_azimuth = azimuth;
+    p.target_elevation = elevation;
+}
+
+int head_engine::process(const s32 *const *windows, s32 *ears) {
+    for (std::size_t k = 0; k < sources_.size(); ++k)
+        if (sources_[k].frames_left > 0) advance(k);
+    return following_engine::process(windows, ears);
+}
+
+void head_engine::advance(std::size_t source) {
+    placement &p = sources_[source];
+    const way step{1, p.frames_left--};
+    const s32 azimuth = between_angles(p.azimuth, p.target_azimuth, step);
+    const s32 elevation = between(p.elevation, p.target_elevation, step);
+    if (p.placed && azimuth == p.azimuth && elevation == p.elevation) return;
+    p.azimuth = azimuth;
+    p.elevation = elevation;
+    p.placed = true;
+    filter(source);
+}
+
+void head_engine::filter(std::size_t source) {
+    placement &p = sources_[source];
+    p.filters = 1 - p.filters;
+    earshot_filter_pair &pair = filters_[source][static_cast<std::size_t>(p.filters)];
+    require(earshot_head_filter(head_.get(), p.azimuth, p.elevation, &pair), "earshot_head_filter");
+    if (frame_length() == longest_frame)
+        require(earshot_head_shorten(&pair), "earshot_head_shorten");
+    use(source, pair);
+}
+
+} // namespace earshot_scene
