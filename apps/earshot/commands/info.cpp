@@ -11,6 +11,7 @@
 #include "error.hpp"
 #include "field/sound_direction.hpp"
 #include "field/spherical_harmonics.hpp"
+#include "heads/listening_head.hpp"
 
 namespace earshot_tool {
 
@@ -117,6 +118,12 @@ std::string direction_text(const sound_direction &sound) {
            " degrees";
 }
 
+std::string hexadecimal(u32 word) {
+    char text[16];
+    std::snprintf(text, sizeof text, "%08x", static_cast<unsigned>(word));
+    return text;
+}
+
 std::string file_text(const audio_input &in, s64 peak) {
     const int order = order_of_channels(in.channels());
     std::string text = line("format", in.format_text());
@@ -145,6 +152,18 @@ void print_summary(audio_input &in, const info_options &options, const console &
     out.clipped(in.name(), in.clipped(), "at full scale on reading");
 }
 
+void print_head(const std::string &path, const console &out) {
+    const listening_head head = load_head(path, out);
+    const earshot_head_info info = describe_head(*head.head);
+    print(line("head", message_line(info.name)) +
+          line("directions", std::to_string(info.directions) + " measured, " +
+                                 std::to_string(info.filled) + " made up where none were") +
+          line("triangles", std::to_string(info.triangles)) +
+          line("fields", info.channels == 0 ? "no filters"
+                                            : "filters of " + counted(info.channels, "channel")) +
+          line("size", counted(info.size, "byte")) + line("checksum", hexadecimal(info.checksum)));
+}
+
 void info(const info_options &options) {
     if (options.library != options.input.empty())
         throw usage_error("info: name either a file or --library");
@@ -156,6 +175,12 @@ void info(const info_options &options) {
                           std::string(" needs a file, not --library"));
     if (options.library) {
         print(library_info());
+        return;
+    }
+    if (is_head_file(options.input)) {
+        if (has_table)
+            throw usage_error(options.input + " is a head, and makes no sound by itself");
+        print_head(options.input, console(options.talk));
         return;
     }
     // Rows appear while the file is read: a line of progress would run into them.
@@ -172,9 +197,10 @@ void info(const info_options &options) {
 } // namespace
 
 void add_info(CLI::App &app, action &chosen) {
-    auto *command = add_command(app, "info", "Describe an audio file, or this build");
+    auto *command = add_command(app, "info", "Describe a sound file, a head, or this build");
     auto options = std::make_shared<info_options>();
-    command->add_option("FILE", options->input, "Audio file; - for standard input")->type_name("");
+    command->add_option("FILE", options->input, "Sound file or prepared head; - for standard input")
+        ->type_name("");
     command->add_flag("--library", options->library,
                       "Version, instruction set and instance sizes of this build");
     add_number(*command, "--directions", options->direction_step, {0.001, 1e6}, "STEP",

@@ -6,6 +6,9 @@
 
 #include <earshot/earshot.h>
 
+#include "console.hpp"
+#include "heads/listening_head.hpp"
+
 namespace earshot_tool {
 
 namespace {
@@ -55,6 +58,20 @@ std::string back_end_size() {
     return bytes(need.static_size);
 }
 
+std::string renderer_size() {
+    std::size_t sizes[2] = {0, 0};
+    for (u32 sources = 1; sources <= 2; ++sources) {
+        const earshot_binaural_config config{sources, EARSHOT_HEAD_FRAME, EARSHOT_HEAD_LEAD};
+        earshot_binaural_get_size(&config, &sizes[sources - 1]);
+    }
+    return bytes(sizes[0]) + " + " + std::to_string(sizes[1] - sizes[0]) + " per further source";
+}
+
+std::string builtin_head_text() {
+    const listening_head head = load_head("", console({}));
+    return head_text(describe_head(*head.head)) + ", " + bytes(earshot_head_builtin_size());
+}
+
 std::string hrtf_version() {
     const hrtf_config config{0};
     hrtf_instance memory{};
@@ -78,7 +95,8 @@ std::string library_info() {
            line("  state", bytes(sizeof(hoa_effect_state))) +
            line("  interface version", effect_version(config, need.static_size)) +
            line("binaural front end", front_end_size()) +
-           line("binaural back end", back_end_size()) + line("binaural interface", hrtf_version());
+           line("binaural back end", back_end_size()) + line("binaural interface", hrtf_version()) +
+           line("binaural renderer", renderer_size()) + line("built-in head", builtin_head_text());
 }
 
 } // namespace earshot_tool

@@ -1,6 +1,7 @@
 #include "heads/listening_head.hpp"
 
 #include <cstring>
+#include <filesystem>
 #include <fstream>
 
 #include "console.hpp"
@@ -59,7 +60,10 @@ listening_head load_head(const std::string &path, const console &) {
     return {head, head_text(describe_head(*head)) + " (" + from + ")"};
 }
 
+// What is read from a pipe is gone.
 bool is_head_file(const std::string &path) {
+    std::error_code none;
+    if (!std::filesystem::is_regular_file(path, none)) return false;
     std::ifstream file(path, std::ios::binary);
     char begin[4] = {};
     return file.read(begin, sizeof begin) && std::memcmp(begin, head_signature, sizeof begin) == 0;
