@@ -12,8 +12,10 @@ add_library(earshot_objects OBJECT
   filters/all_pass.cpp
   filters/biquad.cpp
   filters/dc_block.cpp
+  head/builtin.cpp
   head/checksum.cpp
   head/filter.cpp
+  head/kemar.S
   head/kernels.cpp
   head/kernels_scalar.cpp
   head/open.cpp
@@ -52,6 +54,8 @@ add_library(earshot_objects OBJECT
 # The assembler takes the binary tables in; it must look for them from the root of the sources.
 set_source_files_properties(hrtf/tables.S PROPERTIES OBJECT_DEPENDS
   "${PROJECT_SOURCE_DIR}/hrtf/generated/amb.bin;${PROJECT_SOURCE_DIR}/hrtf/generated/diffuse.bin")
+set_source_files_properties(head/kemar.S PROPERTIES OBJECT_DEPENDS
+  "${PROJECT_SOURCE_DIR}/head/generated/kemar.bin")
 
 target_include_directories(earshot_objects
   PUBLIC $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include>

@@ -1,12 +1,11 @@
-// The bytes of a head, little-endian, all words of 32 bits. Sections follow each other without
-// gaps:
+// The bytes of a head, little-endian, all words of 32 bits. Sections follow each other, no gaps:
 //
 //     head_header
-//     head_vertex     [vertices]     directions; first the measured ones, then those that fill
-//     holes head_triangle   [triangles]    a closed surface; seen from outside, vertices
-//     counter-clockwise u32             [8192]         a triangle near each cell of directions, see
-//     cell_of earshot_filter_pair [channels] filters of ambisonic channels u32 [records][256]
-//     filters without their delays
+//     head_vertex     [vertices]     directions; first those measured, then those that fill holes
+//     head_triangle   [triangles]    a closed surface; seen from outside, counter-clockwise
+//     u32             [8192]         a triangle near each cell of directions, see cell_of
+//     earshot_filter_pair [channels] filters of ambisonic channels
+//     u32             [records][256] filters without their delays
 //
 // A word of a filter is a pair of 16-bit numbers, high * 256 + low being the value in Q21: bits 0
 // to 15 are high, bits 16 to 31 low, both signed, low from -128 to 127. Words are in the order of
@@ -44,8 +43,8 @@ struct head_vertex {
     s32 direction[3]; // of modulus 1, Q30: front, left, up
     u32 record[2];    // the filter of each ear
     u32 delay[2];     // of each ear: samples, Q16, below 64
-    u32 gain;         // of both filters as they stand here, the largest modulus of an entry, Q16,
-                      // rounded up; below 4, so that no delay turns an entry out of Q29
+    u32 gain;         // not less than any entry's modulus in both filters as they stand here, Q16;
+                      // below 4 - 2^-15, so that no delay turns an entry out of Q29
 };
 static_assert(sizeof(head_vertex) == 32);
 

@@ -1,5 +1,6 @@
 // Heads from bytes: everything that later calls rely on is looked at here, once.
 #include "head/checksum.hpp"
+#include "head/gain.hpp"
 #include "head/sections.hpp"
 
 #include <string.h>
@@ -9,8 +10,8 @@ namespace {
 
 constexpr u32 most_vertices = 65535, most_triangles = 131070;
 constexpr u32 delay_limit = 64u << 16;
-// Weights and roundings add less than three units of Q16 to it.
-constexpr u32 gain_limit = (4u << 16) - 3;
+// Roundings add less than a unit of Q16 to it.
+constexpr u32 gain_limit = (4u << 16) - 2;
 constexpr u32 channel_gain_limit = 8u << 16;
 
 constexpr bool is_between(u32 value, u32 least, u32 most) {
@@ -91,24 +92,11 @@ bool are_sound(const head_sections &head) {
     return true;
 }
 
-// Of a filter of the renderer's format, Q58; of the two real gains in entry 0 each counts alone.
-u64 square_of_modulus(const s32 (&filter)[filter_words]) {
-    const auto square = [](s32 x) { return static_cast<u64>(s64{x} * x); };
-    u64 largest = square(filter[0]);
-    if (square(filter[1]) > largest) largest = square(filter[1]);
-    for (u32 i = 2; i < filter_words; i += 2) {
-        const u64 sum = square(filter[i]) + square(filter[i + 1]);
-        if (sum > largest) largest = sum;
-    }
-    return largest;
-}
-
 bool are_sound(const earshot_filter_pair *channels, u32 count) {
     for (u32 c = 0; c < count; ++c) {
         if (channels[c].gain >= channel_gain_limit || channels[c].reserved != 0) return false;
-        const u64 bound = u64{channels[c].gain} << 13; // Q29
         for (const auto &filter : channels[c].ear)
-            if (square_of_modulus(filter) > bound * bound) return false;
+            if (!bounds(channels[c].gain, largest_square(filter))) return false;
     }
     return true;
 }
@@ -119,11 +107,10 @@ u32 open(const void *bytes, size_t size, const earshot_head **head) {
         return EARSHOT_BAD_MEMORY;
     if (size < sizeof(head_header) || !is_sound(*static_cast<const head_header *>(bytes), size))
         return EARSHOT_BAD_VALUE;
-    constexpr size_t summed_from = offsetof(head_header, checksum) + sizeof(u32);
     const head_sections sections = sections_of(bytes);
     const head_header &header = *sections.header;
-    if (header.checksum != checksum_of(static_cast<const unsigned char *>(bytes) + summed_from,
-                                       size - summed_from) ||
+    if (header.checksum != checksum_of(static_cast<const unsigned char *>(bytes) + checksummed_from,
+                                       size - checksummed_from) ||
         !are_sound(sections.triangles, header) ||
         !are_below(sections.nearby, cells, header.triangles) ||
         !are_sound(sections.channels, header.channels) || !are_sound(sections))

@@ -4,7 +4,11 @@
 
 #include "head/format.hpp"
 
+#include <stddef.h>
+
 namespace earshot {
+
+constexpr size_t checksummed_from = offsetof(head_header, checksum) + sizeof(u32);
 
 struct head_sections {
     const head_header *header;
