@@ -1,6 +1,6 @@
 #include "amb_set.hpp"
 
-#include "harmonics.hpp"
+#include "preparation/harmonics.hpp"
 
 #include <Eigen/Dense>
 

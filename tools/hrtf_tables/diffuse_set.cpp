@@ -1,6 +1,6 @@
 #include "diffuse_set.hpp"
 
-#include "shorten.hpp"
+#include "preparation/shorten.hpp"
 
 #include <algorithm>
 #include <cmath>

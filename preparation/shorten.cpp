@@ -1,11 +1,11 @@
-#include "shorten.hpp"
+#include "preparation/shorten.hpp"
 
 #include <Eigen/Dense>
 
 #include <algorithm>
 #include <cmath>
 
-namespace hrtf {
+namespace preparation {
 namespace {
 
 // Taps at both ends are held down, so that a response starts and ends softly. In shares of the
@@ -93,4 +93,4 @@ signal shorten(const spectrum &target) {
     }
 }
 
-} // namespace hrtf
+} // namespace preparation
