@@ -11,6 +11,7 @@ if(TARGET earshot_preparation AND EARSHOT_KEMAR
     ${tools}/amb_set.cpp
     ${tools}/diffuse_set.cpp
     ${tools}/figures.cpp
+    ${tools}/head_geometry.cpp
     ${tools}/layout.cpp
     ${tools}/measurement.cpp)
   # In a build for debugging too.

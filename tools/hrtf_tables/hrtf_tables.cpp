@@ -1,8 +1,9 @@
 // Writes the HRTF tables, or compares them with what it would write. README.md has the steps.
-//     hrtf_tables MEASUREMENT DIRECTORY
-//     hrtf_tables --compare MEASUREMENT DIRECTORY
+//     hrtf_tables MEASUREMENT TABLE_DIRECTORY HEAD_DIRECTORY
+//     hrtf_tables --compare MEASUREMENT TABLE_DIRECTORY HEAD_DIRECTORY
 #include "amb_set.hpp"
 #include "diffuse_set.hpp"
+#include "head_geometry.hpp"
 #include "layout.hpp"
 
 #include <algorithm>
@@ -43,25 +44,30 @@ bool equal(const words &made, const words &stored, const char *name) {
 
 int main(int argc, char **argv) {
     using namespace hrtf;
-    const bool compare = argc == 4 && std::string(argv[1]) == "--compare";
-    if (argc != 3 && !compare) {
-        std::fputs("usage: hrtf_tables [--compare] MEASUREMENT DIRECTORY\n", stderr);
+    const bool compare = argc == 5 && std::string(argv[1]) == "--compare";
+    if (argc != 4 && !compare) {
+        std::fputs("usage: hrtf_tables [--compare] MEASUREMENT TABLE_DIRECTORY HEAD_DIRECTORY\n",
+                   stderr);
         return 1;
     }
-    const std::string directory = argv[argc - 1];
-    const equalised_set set = make_diffuse_set(read_measurement(argv[argc - 2]));
+    const std::string directory = argv[argc - 2], head_directory = argv[argc - 1];
+    const equalised_set set = make_diffuse_set(read_measurement(argv[argc - 3]));
     words diffuse, amb;
     for (const table_entry &record : set.records) append(diffuse, record.ears);
     for (const ear_pair &ears : make_amb_set(set)) append(amb, ears);
+    const words head = make_head_geometry(diffuse);
 
     const std::string diffuse_path = directory + "/" + diffuse_file;
     const std::string amb_path = directory + "/" + amb_file;
+    const std::string head_path = head_directory + "/" + head_file;
     if (compare) {
         const bool same_diffuse = equal(diffuse, read_words(diffuse_path), diffuse_file);
         const bool same_amb = equal(amb, read_words(amb_path), amb_file);
-        return same_diffuse && same_amb ? 0 : 1;
+        const bool same_head = equal_geometry(head, read_words(head_path));
+        return same_diffuse && same_amb && same_head ? 0 : 1;
     }
     write_words(diffuse_path, diffuse);
     write_words(amb_path, amb);
+    write_words(head_path, head);
     return 0;
 }
