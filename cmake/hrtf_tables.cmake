@@ -8,7 +8,6 @@ if(TARGET earshot_preparation AND EARSHOT_KEMAR
     AND NOT CMAKE_CROSSCOMPILING AND NOT CMAKE_CXX_FLAGS MATCHES "-fsanitize")
   set(tools ${PROJECT_SOURCE_DIR}/tools/hrtf_tables)
   add_library(hrtf_tool_parts STATIC
-    ${tools}/amb_set.cpp
     ${tools}/diffuse_set.cpp
     ${tools}/figures.cpp
     ${tools}/head_geometry.cpp

@@ -1,10 +1,12 @@
 // Writes the HRTF tables, or compares them with what it would write. README.md has the steps.
 //     hrtf_tables MEASUREMENT TABLE_DIRECTORY HEAD_DIRECTORY
 //     hrtf_tables --compare MEASUREMENT TABLE_DIRECTORY HEAD_DIRECTORY
-#include "amb_set.hpp"
 #include "diffuse_set.hpp"
 #include "head_geometry.hpp"
 #include "layout.hpp"
+
+#include "preparation/field_filters.hpp"
+#include "preparation/harmonics.hpp"
 
 #include <algorithm>
 #include <cstdio>
@@ -19,6 +21,25 @@ void append(words &all, const ear_pair &ears) {
         const auto filter = pack(ear);
         all.insert(all.end(), filter.begin(), filter.end());
     }
+}
+
+// The ears are mirror images: the right one's filters are the left one's, negated for channels that
+// change sign between the sides.
+std::vector<ear_pair> make_amb_set(const equalised_set &diffuse) {
+    constexpr int rounds = 100;
+    std::vector<field_direction> all;
+    for (const auto &one : diffuse.directions)
+        all.push_back({one.where, one.weight, {&one.ears[left]}});
+    std::vector<ear_pair> result;
+    const auto by_ear = design_field_filters(all, rounds);
+    for (const signal &filter : by_ear[left]) {
+        signal other = filter;
+        if (degree_of(result.size()) < 0) {
+            for (double &sample : other) sample = -sample;
+        }
+        result.push_back({filter, std::move(other)});
+    }
+    return result;
 }
 
 // One unit is allowed: the last bit of a sine or of a sum may depend on the machine.
