@@ -1,5 +1,6 @@
 #include "preparation/fill.hpp"
 
+#include "preparation/filters.hpp"
 #include "preparation/shorten.hpp"
 
 #include <Eigen/Dense>
@@ -26,8 +27,53 @@ law law_at(const unit_vector &d) {
     return law{1, x, y, z, x * y, y * z, x * z, x * x - y * y, 3 * z * z - 1};
 }
 
+// How much each measured direction counts for one in a hole. Sum 1.
+std::vector<double> weights_at(const unit_vector &where, const unit_vectors &vertices,
+                               const std::vector<double> &areas, std::size_t measured) {
+    std::vector<double> weights;
+    double total = 0;
+    for (std::size_t n = 0; n < measured; ++n) {
+        const double distance = (vertices[n] - where).squaredNorm();
+        weights.push_back(areas[n] / (distance * distance));
+        total += weights.back();
+    }
+    for (double &one : weights) one /= total;
+    return weights;
+}
+
+law fitted_law(const std::vector<double> &delays, const unit_vectors &vertices,
+               const std::vector<double> &areas) {
+    Eigen::Matrix<double, law_terms, law_terms> normal = 1e-6 * decltype(normal)::Identity();
+    law right_side = law::Zero();
+    for (std::size_t n = 0; n < delays.size(); ++n) {
+        const law terms = law_at(vertices[n]);
+        normal += areas[n] * terms * terms.transpose();
+        right_side += areas[n] * delays[n] * terms;
+    }
+    return normal.ldlt().solve(right_side);
+}
+
 // Above 12 dB it is not the phases of the mean that took the level away.
 constexpr double most_raised = 4;
+
+// The mean, as loud as what it is made of.
+spectrum loud_mean(const std::vector<spectrum> &aligned, const std::vector<double> &weights) {
+    spectrum mean(fft_bins);
+    signal wanted(fft_bins), is(fft_bins);
+    for (std::size_t n = 0; n < weights.size(); ++n) {
+        for (std::size_t k = 0; k < fft_bins; ++k) {
+            mean[k] += weights[n] * aligned[n][k];
+            wanted[k] += weights[n] * std::norm(aligned[n][k]);
+        }
+    }
+    for (std::size_t k = 0; k < fft_bins; ++k) is[k] = std::norm(mean[k]);
+    wanted = third_octave_mean(wanted);
+    is = third_octave_mean(is);
+    for (std::size_t k = 0; k < fft_bins; ++k) {
+        if (is[k] > 0) mean[k] *= std::min(most_raised, std::sqrt(wanted[k] / is[k]));
+    }
+    return mean;
+}
 
 } // namespace
 
@@ -65,56 +111,19 @@ std::vector<direction> holes_between(const std::vector<triangle> &hull,
     return holes;
 }
 
-std::vector<double> fill_weights(const unit_vectors &measured, const std::vector<double> &areas,
-                                 const unit_vector &where) {
-    std::vector<double> weights;
-    double total = 0;
-    for (std::size_t n = 0; n < measured.size(); ++n) {
-        const double distance = (measured[n] - where).squaredNorm();
-        weights.push_back(areas[n] / (distance * distance));
-        total += weights.back();
+void fill_holes(ear_filters &ear, const unit_vectors &vertices, const std::vector<double> &areas) {
+    const std::size_t measured = ear.delays.size();
+    const law fit = fitted_law(ear.delays, vertices, areas);
+    for (std::size_t v = measured; v < vertices.size(); ++v) {
+        const auto weights = weights_at(vertices[v], vertices, areas, measured);
+        double delay = fit.dot(law_at(vertices[v]));
+        for (std::size_t n = 0; n < measured; ++n)
+            delay += weights[n] * (ear.delays[n] - fit.dot(law_at(vertices[n])));
+        delay = std::max(0.0, delay);
+        const spectrum mean = loud_mean(ear.aligned, weights);
+        ear.aligned.push_back(advanced(softened(inverse(advanced(mean, -delay))), delay));
+        ear.delays.push_back(delay);
     }
-    for (double &one : weights) one /= total;
-    return weights;
-}
-
-std::vector<double> fill_delays(const unit_vectors &measured, const std::vector<double> &areas,
-                                const std::vector<double> &delays, const unit_vectors &holes) {
-    Eigen::Matrix<double, law_terms, law_terms> normal = 1e-6 * decltype(normal)::Identity();
-    law right_side = law::Zero();
-    for (std::size_t n = 0; n < measured.size(); ++n) {
-        const law terms = law_at(measured[n]);
-        normal += areas[n] * terms * terms.transpose();
-        right_side += areas[n] * delays[n] * terms;
-    }
-    const law fit = normal.ldlt().solve(right_side);
-    std::vector<double> result;
-    for (const unit_vector &hole : holes) {
-        const auto weights = fill_weights(measured, areas, hole);
-        double at = fit.dot(law_at(hole));
-        for (std::size_t n = 0; n < measured.size(); ++n)
-            at += weights[n] * (delays[n] - fit.dot(law_at(measured[n])));
-        result.push_back(std::max(0.0, at));
-    }
-    return result;
-}
-
-spectrum fill_response(const std::vector<spectrum> &aligned, const std::vector<double> &weights) {
-    spectrum mean(fft_bins);
-    signal wanted(fft_bins), is(fft_bins);
-    for (std::size_t n = 0; n < aligned.size(); ++n) {
-        for (std::size_t k = 0; k < fft_bins; ++k) {
-            mean[k] += weights[n] * aligned[n][k];
-            wanted[k] += weights[n] * std::norm(aligned[n][k]);
-        }
-    }
-    for (std::size_t k = 0; k < fft_bins; ++k) is[k] = std::norm(mean[k]);
-    wanted = third_octave_mean(wanted);
-    is = third_octave_mean(is);
-    for (std::size_t k = 0; k < fft_bins; ++k) {
-        if (is[k] > 0) mean[k] *= std::min(most_raised, std::sqrt(wanted[k] / is[k]));
-    }
-    return mean;
 }
 
 } // namespace preparation

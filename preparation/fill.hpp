@@ -15,17 +15,16 @@ std::vector<double> areas_of(const std::vector<triangle> &hull, const unit_vecto
 std::vector<direction> holes_between(const std::vector<triangle> &hull,
                                      const unit_vectors &vertices);
 
-// How much each measured direction counts for one in a hole: the nearest ones most. Sum 1.
-std::vector<double> fill_weights(const unit_vectors &measured, const std::vector<double> &areas,
-                                 const unit_vector &where);
+// What one ear hears: spectra of fft_size points without their delays, and these in samples.
+struct ear_filters {
+    std::vector<spectrum> aligned;
+    std::vector<double> delays;
+};
 
-// The delay at directions in holes, samples: a smooth law of the sphere through all measured ones,
-// and what it misses at those near by.
-std::vector<double> fill_delays(const unit_vectors &measured, const std::vector<double> &areas,
-                                const std::vector<double> &delays, const unit_vectors &holes);
-
-// The spectrum of a response in a hole, of aligned ones: their mean, as loud as they are.
-spectrum fill_response(const std::vector<spectrum> &aligned, const std::vector<double> &weights);
+// Adds the filters of the vertices behind the measured ones, which are all that the ear has yet.
+// Each is the mean of the measured ones, the nearest of which count most, and as loud as they are.
+// Its delay follows a smooth law of the sphere through all measured ones.
+void fill_holes(ear_filters &ear, const unit_vectors &vertices, const std::vector<double> &areas);
 
 } // namespace preparation
 

@@ -94,7 +94,8 @@ signal shorten(const spectrum &target) {
         signal is(target.size());
         for (std::size_t k = 0; k < is.size(); ++k) is[k] = std::norm(reached[k]);
         is = third_octave_mean(is);
-        for (std::size_t k = lowest; k <= end; ++k) wanted[k] *= std::sqrt(power[k] / std::max(is[k], quiet));
+        for (std::size_t k = lowest; k <= end; ++k)
+            wanted[k] *= std::sqrt(power[k] / std::max(is[k], quiet));
     }
 }
 

@@ -45,25 +45,6 @@ std::uint32_t mirrored(std::size_t vertex, const unit_vectors &vertices) {
     return static_cast<std::uint32_t>(nearest - vertices.begin());
 }
 
-// The records of the directions in the hole are made of all measured ones.
-void fill_holes(head_parts &head, std::vector<double> &delays) {
-    const unit_vectors measured = head.vertices;
-    const auto found = holes_between(head.hull, measured);
-    for (direction where : found) head.vertices.push_back(vector_of(where));
-    head.hull = triangulate(head.vertices);
-    const auto areas = areas_of(head.hull, head.vertices);
-    const unit_vectors holes(head.vertices.begin() + static_cast<std::ptrdiff_t>(measured.size()),
-                             head.vertices.end());
-    const std::vector<spectrum> aligned = head.records;
-    for (double delay : fill_delays(measured, areas, delays, holes)) {
-        const unit_vector &hole = holes[delays.size() - measured.size()];
-        const spectrum mean = fill_response(aligned, fill_weights(measured, areas, hole));
-        const spectrum response = softened(inverse(advanced(mean, -delay)));
-        head.records.push_back(advanced(response, delay));
-        delays.push_back(delay);
-    }
-}
-
 void append(words &all, const head_words &more) {
     for (u32 word : more) all.push_back(static_cast<std::int32_t>(word));
 }
@@ -90,14 +71,18 @@ words make_head_geometry(const words &diffuse) {
         responses.push_back(softened(unpack(&diffuse[at])));
     }
     head.hull = triangulate(head.vertices);
-    std::vector<double> delays = solve_delays(responses, head.vertices, head.hull);
+    ear_filters ear{{}, solve_delays(responses, head.vertices, head.hull)};
     for (std::size_t v = 0; v < responses.size(); ++v)
-        head.records.push_back(advanced(responses[v], delays[v]));
-    fill_holes(head, delays);
+        ear.aligned.push_back(advanced(responses[v], ear.delays[v]));
+    for (direction where : holes_between(head.hull, head.vertices))
+        head.vertices.push_back(vector_of(where));
+    head.hull = triangulate(head.vertices);
+    fill_holes(ear, head.vertices, areas_of(head.hull, head.vertices));
     for (std::uint32_t v = 0; v < head.vertices.size(); ++v) {
         const std::uint32_t other = mirrored(v, head.vertices);
-        head.ears.push_back({{{v, delays[v]}, {other, delays[other]}}});
+        head.ears.push_back({{{v, ear.delays[v]}, {other, ear.delays[other]}}});
     }
+    head.records = std::move(ear.aligned);
 
     words result;
     append(result, write_geometry(head));
