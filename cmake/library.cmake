@@ -12,6 +12,13 @@ add_library(earshot_objects OBJECT
   filters/all_pass.cpp
   filters/biquad.cpp
   filters/dc_block.cpp
+  head/builtin.cpp
+  head/checksum.cpp
+  head/filter.cpp
+  head/kemar.S
+  head/kernels.cpp
+  head/kernels_scalar.cpp
+  head/open.cpp
   hoa_effect/instance.cpp
   hoa_effect/layout.cpp
   hoa_effect/matrices.cpp
@@ -47,6 +54,8 @@ add_library(earshot_objects OBJECT
 # The assembler takes the binary tables in; it must look for them from the root of the sources.
 set_source_files_properties(hrtf/tables.S PROPERTIES OBJECT_DEPENDS
   "${PROJECT_SOURCE_DIR}/hrtf/generated/amb.bin;${PROJECT_SOURCE_DIR}/hrtf/generated/diffuse.bin")
+set_source_files_properties(head/kemar.S PROPERTIES OBJECT_DEPENDS
+  "${PROJECT_SOURCE_DIR}/head/generated/kemar.bin")
 
 target_include_directories(earshot_objects
   PUBLIC $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include>
@@ -66,7 +75,7 @@ target_link_libraries(earshot_objects PRIVATE $<BUILD_INTERFACE:earshot_options>
 # library runs on any processor of the target. Loops over the channels of a matrix want to be
 # unrolled, or its coefficients live in memory; anything more only makes the code longer.
 function(earshot_add_isa name)
-  foreach(kernels fft/kernels hoa_effect/mix hrtf/kernels spatial/gain)
+  foreach(kernels fft/kernels head/kernels hoa_effect/mix hrtf/kernels spatial/gain)
     target_sources(earshot_objects PRIVATE ${kernels}_${name}.cpp)
     set_source_files_properties(${kernels}_${name}.cpp PROPERTIES COMPILE_OPTIONS
       "${ARGN};-O2;$<$<CXX_COMPILER_ID:GNU>:-fpeel-loops>")

@@ -127,6 +127,9 @@ struct avx2_lanes {
     }
     static s32v either(s32v a, s32v b) { return _mm256_or_si256(a, b); }
     static s32v differing(s32v a, s32v b) { return _mm256_xor_si256(a, b); }
+    static s32v pack(s32v low, s32v high) {
+        return _mm256_blend_epi16(low, _mm256_slli_epi32(high, 16), 0xAA);
+    }
 
     static s32v mul_q31(s32v a, s32v b) {
         const s64v p = product(a, b);
@@ -177,17 +180,18 @@ struct avx2_lanes {
     static s32v bits_from_31(__m256i even, __m256i odd) {
         return take_odd(_mm256_srli_epi64(even, 31), _mm256_slli_epi64(odd, 1));
     }
-    static s32v filter(s32v x, s32v gain) {
+    template <int q> static s32v filter(s32v x, s32v gain) {
         const __m256i x_odd = odd_of(x), gain_odd = odd_of(gain);
-        const __m256i half_unit = _mm256_set1_epi64x(s64{1} << 28);
+        const __m256i half_unit = _mm256_set1_epi64x(s64{1} << (q - 1));
         const __m256i re =
             _mm256_sub_epi64(_mm256_mul_epi32(x, gain), _mm256_mul_epi32(x_odd, gain_odd));
         const __m256i im =
             _mm256_add_epi64(_mm256_mul_epi32(x, gain_odd), _mm256_mul_epi32(x_odd, gain));
-        // The 32 bits from bit 29 of every 64.
-        return take_odd(_mm256_srli_epi64(_mm256_add_epi64(re, half_unit), 29),
-                        _mm256_slli_epi64(_mm256_add_epi64(im, half_unit), 3));
+        // The 32 bits from bit q of every 64.
+        return take_odd(_mm256_srli_epi64(_mm256_add_epi64(re, half_unit), q),
+                        _mm256_slli_epi64(_mm256_add_epi64(im, half_unit), 32 - q));
     }
+    static s32v dot(s32v a, s32v b) { return _mm256_madd_epi16(a, b); }
     static s64v product(s32v a, s32v b) {
         return {_mm256_mul_epi32(a, b), _mm256_mul_epi32(odd_of(a), odd_of(b))};
     }

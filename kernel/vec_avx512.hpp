@@ -151,6 +151,9 @@ struct avx512_lanes {
     }
     static s32v either(s32v a, s32v b) { return _mm512_or_si512(a, b); }
     static s32v differing(s32v a, s32v b) { return _mm512_xor_si512(a, b); }
+    static s32v pack(s32v low, s32v high) {
+        return _mm512_mask_blend_epi16(0xAAAAAAAA, low, _mm512_slli_epi32(high, 16));
+    }
 
     template <int n> static s64v sum_of() {
         return {_mm512_setzero_si512(), _mm512_setzero_si512()};
@@ -192,14 +195,15 @@ struct avx512_lanes {
         return _mm512_mask_multishift_epi64_epi8(_mm512_multishift_epi64_epi8(control, even),
                                                  0xF0F0F0F0F0F0F0F0, control, odd);
     }
-    static s32v filter(s32v x, s32v gain) {
+    static s32v dot(s32v a, s32v b) { return _mm512_madd_epi16(a, b); }
+    template <int q> static s32v filter(s32v x, s32v gain) {
         const __m512i x_odd = odd_of(x), gain_odd = odd_of(gain);
-        const __m512i half_unit = _mm512_set1_epi64(s64{1} << 28);
+        const __m512i half_unit = _mm512_set1_epi64(s64{1} << (q - 1));
         const __m512i re =
             _mm512_sub_epi64(_mm512_mul_epi32(x, gain), _mm512_mul_epi32(x_odd, gain_odd));
         const __m512i im =
             _mm512_add_epi64(_mm512_mul_epi32(x, gain_odd), _mm512_mul_epi32(x_odd, gain));
-        return bits_from<29>(_mm512_add_epi64(re, half_unit), _mm512_add_epi64(im, half_unit));
+        return bits_from<q>(_mm512_add_epi64(re, half_unit), _mm512_add_epi64(im, half_unit));
     }
 };
 

@@ -18,6 +18,10 @@ struct vec_neon {
     struct bins {
         s32v re, im;
     };
+    struct pairs { // the first and the second s16 of both parts
+        int16x4_t re[2], im[2];
+    };
+    using factors = int16x4_t;
     struct s64v {
         int64x2_t low, high;
     };
@@ -89,15 +93,29 @@ struct vec_neon {
     }
     static void store_bins(s32 *p, bins b) { store_interleaved(p, b.re, b.im); }
     static bins add(bins a, bins b) { return {add(a.re, b.re), add(a.im, b.im)}; }
-    static bins filter(bins x, bins gain) {
+    template <int q = 29> static bins filter(bins x, bins gain) {
         const auto low = [](s32v v) { return vget_low_s32(v); };
         const auto high = [](s32v v) { return vget_high_s32(v); };
         const int64x2_t re_low = vmlsl_s32(low_product(x.re, gain.re), low(x.im), low(gain.im));
         const int64x2_t re_high = vmlsl_s32(high_product(x.re, gain.re), high(x.im), high(gain.im));
         const int64x2_t im_low = vmlal_s32(low_product(x.re, gain.im), low(x.im), low(gain.re));
         const int64x2_t im_high = vmlal_s32(high_product(x.re, gain.im), high(x.im), high(gain.re));
-        return {vcombine_s32(vrshrn_n_s64(re_low, 29), vrshrn_n_s64(re_high, 29)),
-                vcombine_s32(vrshrn_n_s64(im_low, 29), vrshrn_n_s64(im_high, 29))};
+        return {vcombine_s32(vrshrn_n_s64(re_low, q), vrshrn_n_s64(re_high, q)),
+                vcombine_s32(vrshrn_n_s64(im_low, q), vrshrn_n_s64(im_high, q))};
+    }
+    static s32v pack(s32v low, s32v high) { return vsliq_n_s32(low, high, 16); }
+    static pairs load_pairs(const s32 *p) {
+        const int16x4x4_t v = vld4_s16(reinterpret_cast<const s16 *>(p));
+        return {{v.val[0], v.val[1]}, {v.val[2], v.val[3]}};
+    }
+    static factors splat_factors(s32 word) { return vreinterpret_s16_s32(vdup_n_s32(word)); }
+    static bins dot(pairs p, factors f) {
+        return {vmlal_lane_s16(vmull_lane_s16(p.re[0], f, 0), p.re[1], f, 1),
+                vmlal_lane_s16(vmull_lane_s16(p.im[0], f, 0), p.im[1], f, 1)};
+    }
+    static bins add_dot(bins sum, pairs p, factors f) {
+        return {vmlal_lane_s16(vmlal_lane_s16(sum.re, p.re[0], f, 0), p.re[1], f, 1),
+                vmlal_lane_s16(vmlal_lane_s16(sum.im, p.im[0], f, 0), p.im[1], f, 1)};
     }
 
   private:

@@ -38,8 +38,16 @@
 //     load_bins, store_bins
 //     add                    of bins: wrapping
 //     filter                 of bins by Q29 gains: the 64-bit sums of products, wrapping, rounded
-//                            half up to bit 29, of which 32 bits are kept; here by gains of any Q
-//                            as well, down to below 0 and beyond 64
+//     filter<q>              half up to bit 29, or q from 1 to 31, of which 32 bits are kept; here
+//     by
+//                            gains of any Q as well, down to below 0 and beyond 64
+//     pack                   lanes of two s16 each: the low half of a lane of the first, that of
+//     the
+//                            second above it
+//     pairs, load_pairs      width complex words whose parts are two s16 each, as pack makes them
+//     factors, splat_factors such a word of two s16 for all lanes
+//     dot, add_dot           first s16 times first s16 plus second times second of every part, as
+//                            bins or added to bins; not all four of -2^15, sums wrapping
 // Everything is in an unnamed namespace: code compiled for a newer instruction set must not be
 // shared with the rest of the library by the linker.
 #ifndef EARSHOT_KERNEL_VEC_SCALAR_HPP
@@ -64,6 +72,8 @@ struct vec_scalar {
     struct bins {
         s32 re, im;
     };
+    using pairs = bins;
+    using factors = s32;
 
     static s32v load(const s32 *p) { return *p; }
     static s32v load(const s16 *p) { return *p; }
@@ -138,13 +148,24 @@ struct vec_scalar {
         p[1] = b.im;
     }
     static bins add(bins a, bins b) { return {add(a.re, b.re), add(a.im, b.im)}; }
-    static bins filter(bins x, bins gain) { return filter(x, gain, 29); }
+    template <int q = 29> static bins filter(bins x, bins gain) { return filter(x, gain, q); }
     static bins filter(bins x, bins gain, s32 q) {
         return {rounded(product(x.re, gain.re) - product(x.im, gain.im), q),
                 rounded(product(x.re, gain.im) + product(x.im, gain.re), q)};
     }
 
+    static s32v pack(s32v low, s32v high) {
+        return static_cast<s32>((static_cast<u32>(low) & 0xFFFF) | static_cast<u32>(high) << 16);
+    }
+    static pairs load_pairs(const s32 *p) { return load_bins(p); }
+    static factors splat_factors(s32 word) { return word; }
+    static bins dot(pairs p, factors f) { return {dot(p.re, f), dot(p.im, f)}; }
+    static bins add_dot(bins sum, pairs p, factors f) { return add(sum, dot(p, f)); }
+
   private:
+    static s32 dot(s32 a, s32 b) {
+        return static_cast<s16>(a) * static_cast<s16>(b) + (a >> 16) * (b >> 16);
+    }
     static u64 product(s32 a, s32 b) { return static_cast<u64>(s64{a} * b); }
     static s32 rounded(u64 sum, s32 q) {
         if (q > 63) return 0;

@@ -110,6 +110,9 @@ struct sse41_lanes {
     }
     static s32v either(s32v a, s32v b) { return _mm_or_si128(a, b); }
     static s32v differing(s32v a, s32v b) { return _mm_xor_si128(a, b); }
+    static s32v pack(s32v low, s32v high) {
+        return _mm_blend_epi16(low, _mm_slli_epi32(high, 16), 0xAA);
+    }
 
     // There is no arithmetic shift of 64-bit lanes. A bias of 2^62 makes every product non-negative
     // and adds 2^31 to every term, which the start of the sum takes off beforehand.
@@ -136,6 +139,7 @@ struct sse41_lanes {
     }
     static s32v bound_of(s32v a) { return _mm_xor_si128(_mm_srai_epi32(a, 31), splat(INT32_MAX)); }
     static s32v odd_of(s32v v) { return _mm_shuffle_epi32(v, 0xF5); }
+    static s32v dot(s32v a, s32v b) { return _mm_madd_epi16(a, b); }
     static s64v product(s32v a, s32v b) {
         return {_mm_mul_epi32(a, b), _mm_mul_epi32(odd_of(a), odd_of(b))};
     }
@@ -148,14 +152,14 @@ struct sse41_lanes {
     static s32v bits_from_31(__m128i even, __m128i odd) {
         return take_odd(_mm_srli_epi64(even, 31), _mm_add_epi64(odd, odd));
     }
-    static s32v filter(s32v x, s32v gain) {
+    template <int q> static s32v filter(s32v x, s32v gain) {
         const __m128i x_odd = odd_of(x), gain_odd = odd_of(gain);
-        const __m128i half_unit = _mm_set1_epi64x(s64{1} << 28);
+        const __m128i half_unit = _mm_set1_epi64x(s64{1} << (q - 1));
         const __m128i re = _mm_sub_epi64(_mm_mul_epi32(x, gain), _mm_mul_epi32(x_odd, gain_odd));
         const __m128i im = _mm_add_epi64(_mm_mul_epi32(x, gain_odd), _mm_mul_epi32(x_odd, gain));
-        // The 32 bits from bit 29 of every 64.
-        return take_odd(_mm_srli_epi64(_mm_add_epi64(re, half_unit), 29),
-                        _mm_slli_epi64(_mm_add_epi64(im, half_unit), 3));
+        // The 32 bits from bit q of every 64.
+        return take_odd(_mm_srli_epi64(_mm_add_epi64(re, half_unit), q),
+                        _mm_slli_epi64(_mm_add_epi64(im, half_unit), 32 - q));
     }
 };
 

@@ -8,7 +8,7 @@
 namespace earshot {
 namespace {
 
-// Lanes: a form that lacks the operations below, with filter for the bins of one vector.
+// Lanes: a form that lacks the operations below, with filter and dot for the bins of one vector.
 template <class Lanes> struct vec_x86 : Lanes {
     using Lanes::add;
     using typename Lanes::pair;
@@ -16,6 +16,8 @@ template <class Lanes> struct vec_x86 : Lanes {
     struct bins {
         s32v low, high;
     };
+    using pairs = bins;
+    using factors = s32v;
 
     // a - b = a + b - 2 b
     static pair half_add_sub(s32v a, s32v b) {
@@ -33,9 +35,14 @@ template <class Lanes> struct vec_x86 : Lanes {
         Lanes::store(p + Lanes::width, b.high);
     }
     static bins add(bins a, bins b) { return {add(a.low, b.low), add(a.high, b.high)}; }
-    static bins filter(bins x, bins gain) {
-        return {Lanes::filter(x.low, gain.low), Lanes::filter(x.high, gain.high)};
+    template <int q = 29> static bins filter(bins x, bins gain) {
+        return {Lanes::template filter<q>(x.low, gain.low),
+                Lanes::template filter<q>(x.high, gain.high)};
     }
+    static pairs load_pairs(const s32 *p) { return load_bins(p); }
+    static factors splat_factors(s32 word) { return Lanes::splat(word); }
+    static bins dot(pairs p, factors f) { return {Lanes::dot(p.low, f), Lanes::dot(p.high, f)}; }
+    static bins add_dot(bins sum, pairs p, factors f) { return add(sum, dot(p, f)); }
 };
 
 } // namespace

@@ -74,6 +74,14 @@ s32 dsplib_atan(s32 x) {
 
 } // namespace
 
+s32 sine_of_turns(u32 angle) {
+    constexpr u32 quarter = u32{1} << 30;
+    const u32 in_half = angle & (2 * quarter - 1);
+    const u32 position = in_half > quarter ? 2 * quarter - in_half : in_half;
+    const s32 v = ARM_s32_saturate_s64(look_up<18>(SIN_TABLE, position));
+    return angle >= 2 * quarter ? -v : v;
+}
+
 s32 high_precision_sin(s64 angle) {
     const u64 turned = magnitude(angle);
     const u64 half_turns = turned / pi_q31;

@@ -6,6 +6,7 @@
 
 #include <earshot/fft.h>
 #include <earshot/filters.h>
+#include <earshot/head.h>
 #include <earshot/hoa_effect.h>
 #include <earshot/hrtf.h>
 #include <earshot/kernel.h>
