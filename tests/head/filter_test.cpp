@@ -128,7 +128,7 @@ TEST(HeadFilter, FollowsTheFormulaEverywhere) {
                 const spectrum expected = m.expected(direction_of(d.azimuth, elevation), ear);
                 const double error = difference(entries_of(pair, ear), expected);
                 worst = std::max(worst, error);
-                ASSERT_LT(error, divisions == 0 ? -83 : -90)
+                ASSERT_LT(error, divisions == 0 ? -80 : -88)
                     << d.azimuth << ' ' << d.elevation << " ear " << ear;
                 for (const auto &entry : entries_of(pair, ear))
                     ASSERT_LE(std::abs(entry), pair.gain / 65536.0);

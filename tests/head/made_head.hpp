@@ -8,6 +8,7 @@
 #include "head/checksum.hpp"
 #include "head/sections.hpp"
 
+#include <algorithm>
 #include <array>
 #include <cmath>
 #include <complex>
@@ -50,8 +51,8 @@ inline mesh octahedron(int divisions) {
     }
     for (; divisions > 0; --divisions) {
         std::map<std::pair<u32, u32>, u32> middles;
-        const auto middle = [&](u32 a, u32 b) {
-            const auto key = std::minmax(a, b);
+        const auto middle = [&](u32 a, u32 b) -> u32 {
+            const std::pair<u32, u32> key = std::minmax(a, b);
             if (const auto known = middles.find(key); known != middles.end()) return known->second;
             point sum{};
             for (u32 c = 0; c < 3; ++c) sum[c] = m.vertices[a][c] + m.vertices[b][c];
