@@ -103,7 +103,7 @@ direction towards(const point &p) {
 std::vector<direction> directions_over(const mesh &m, operand_source &draw, int count) {
     std::vector<direction> result;
     for (int i = 0; i < count; ++i) {
-        const auto &t = m.triangles[draw.below(m.triangles.size())];
+        const auto &t = m.triangles[static_cast<size_t>(draw.below(m.triangles.size()))];
         const double along = draw.between(0, 1000) / 1000.0;
         point p = m.vertices[t[0]];
         if (i % 2)
@@ -201,7 +201,8 @@ TEST(HeadFilter, IsTheSameOnEveryIsa) {
         }
         head_blend blend;
         for (u32 k = 0; k < 6; ++k)
-            blend.record[k / 3][k % 3] = &records[filter_words * k + draw.below(6)];
+            blend.record[k / 3][k % 3] =
+                &records[filter_words * k + static_cast<u32>(draw.below(6))];
         const u32 some = static_cast<u32>(draw.below(5) ? draw.below(16385) : 16384);
         const u32 more = static_cast<u32>(draw.below(16385 - some));
         for (u32 k = 0; k < 3; ++k)

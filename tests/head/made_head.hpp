@@ -75,7 +75,7 @@ class made_head {
     explicit made_head(int divisions, u32 channels = 0) : mesh_(octahedron(divisions)) {
         const u32 v = static_cast<u32>(mesh_.vertices.size());
         const u32 t = static_cast<u32>(mesh_.triangles.size());
-        words_.resize(head_size(v, t, channels, 2 * v) / sizeof(u32));
+        words_.resize(static_cast<size_t>(head_size(v, t, channels, 2 * v)) / sizeof(u32));
         header() = {head_magic, head_version, static_cast<u32>(size()), 0, v, v, t, 2 * v,
                     channels,   {},           "made for a test"};
         make_vertices();
