@@ -1,6 +1,6 @@
 #include "figures.hpp"
 
-#include "harmonics.hpp"
+#include "preparation/harmonics.hpp"
 
 #include <algorithm>
 #include <cmath>

@@ -8,12 +8,11 @@
 #include <cstdlib>
 #include <map>
 #include <memory>
-#include <numbers>
 
 namespace hrtf {
 namespace {
 
-double sine_of_degrees(double degrees) { return std::sin(degrees * std::numbers::pi / 180); }
+double sine_of_degrees(double degrees) { return std::sin(degrees * per_degree); }
 
 // Each elevation ring stands for the zone up to half-way to the next ring, its directions share
 // the zone equally. The lowest ring was measured at -40 degrees: its zone ends as far below as
