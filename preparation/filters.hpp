@@ -6,10 +6,13 @@
 
 namespace preparation {
 
-// The spectrum of a response of up to taps samples for a real transform of fft_size points. Its
-// first and last taps are faded, and the highest frequencies rolled off to nothing at half the
-// rate: cut off sharply, a delay by a fraction of a sample would make either ring through the whole
-// transform.
+// The spectrum of a response of fft_size samples at most, of which those in the second half come
+// before the sound, as if its ends were folded and its highest frequencies rolled off to nothing at
+// half the rate: cut off sharply, a delay by a fraction of a sample would make either ring through
+// the whole transform. What an end loses by its fade goes to the other side of it, mirrored: the
+// sum of the taps stays, and with it the level of low frequencies. 0.2 dB at 16 kHz, 0.3 at 18, 2.7
+// at
+// 20. head/builtin.cpp does the same with whole numbers.
 spectrum softened(const signal &response);
 
 // The same response ahead by so many samples.
