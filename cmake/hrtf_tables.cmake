@@ -16,8 +16,7 @@ if(TARGET earshot_preparation AND EARSHOT_KEMAR
   # In a build for debugging too.
   target_compile_options(hrtf_tool_parts PRIVATE -O2)
   target_link_libraries(hrtf_tool_parts
-    PUBLIC earshot_options earshot_preparation
-    PRIVATE PkgConfig::EARSHOT_MYSOFA)
+    PUBLIC earshot_options earshot_preparation)
   foreach(tool hrtf_tables hrtf_report)
     add_executable(${tool} ${tools}/${tool}.cpp)
     target_link_libraries(${tool} PRIVATE hrtf_tool_parts)

@@ -46,7 +46,7 @@ void extend_downwards(spectrum &response) {
     }
 }
 
-void apply(const spectrum &filter, spectrum &response) {
+void multiply(spectrum &response, const spectrum &filter) {
     for (std::size_t k = 0; k < response.size(); ++k) response[k] *= filter[k];
 }
 

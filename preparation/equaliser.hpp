@@ -25,7 +25,7 @@ spectrum loudspeaker_slope(double exponent, std::size_t bins);
 // hold down to DC.
 void extend_downwards(spectrum &response);
 
-void apply(const spectrum &filter, spectrum &response);
+void multiply(spectrum &response, const spectrum &filter);
 
 } // namespace preparation
 

@@ -1,12 +1,12 @@
 #include "preparation/head_file.hpp"
 
-#include "head/format.hpp"
+#include "head/checksum.hpp"
+#include "head/sections.hpp"
 #include "preparation/filters.hpp"
 
 #include <algorithm>
 #include <cmath>
 #include <cstring>
-#include <numeric>
 
 namespace preparation {
 namespace {
@@ -18,7 +18,7 @@ constexpr double phase_loss = (32768.0 / 32767) * (32768.0 / 32767);
 
 s32 rounded(double value) { return static_cast<s32>(std::lround(value)); }
 
-// Rounding of a filter's parts and of what is made of them stays below this. Q16.
+// What the loss of the phases and the rounding of its parts add to a gain below 4. Q16.
 constexpr double gain_margin = 16;
 
 u32 gain_of(double largest) { return static_cast<u32>(std::ceil(largest * q16 + gain_margin)); }
@@ -116,19 +116,6 @@ void append_channels(head_words &all, const head_parts &head) {
     }
 }
 
-// CRC-32 of IEEE 802.3.
-u32 checksum(const unsigned char *bytes, std::size_t size) {
-    std::array<u32, 256> table{};
-    for (u32 n = 0; n < table.size(); ++n) {
-        table[n] = n;
-        for (int bit = 0; bit < 8; ++bit)
-            table[n] = table[n] >> 1 ^ ((table[n] & 1) != 0 ? 0xEDB88320 : 0);
-    }
-    return ~std::accumulate(bytes, bytes + size, ~u32{0}, [&](u32 sum, unsigned char byte) {
-        return sum >> 8 ^ table[(sum ^ byte) & 0xFF];
-    });
-}
-
 } // namespace
 
 head_words write_geometry(const head_parts &head) {
@@ -143,9 +130,7 @@ head_words write_geometry(const head_parts &head) {
 head_words write_record(const spectrum &bins) {
     head_words words;
     const auto put = [&](double value) {
-        const s32 whole = rounded(value * phase_loss * q21);
-        const s32 high = (whole + 128) >> 8, low = whole - high * 256;
-        words.push_back(static_cast<u32>(high & 0xFFFF) | static_cast<u32>(low) << 16);
+        words.push_back(earshot::record_word(rounded(value * phase_loss * q21)));
     };
     put(bins.front().real());
     put(0);
@@ -163,9 +148,9 @@ head_words write_head(const head_parts &head) {
         const head_words record = write_record(one);
         all.insert(all.end(), record.begin(), record.end());
     }
-    constexpr std::size_t behind = offsetof(earshot::head_header, checksum) / sizeof(u32) + 1;
-    all[behind - 1] = checksum(reinterpret_cast<const unsigned char *>(&all[behind]),
-                               (all.size() - behind) * sizeof(u32));
+    constexpr std::size_t from = earshot::checksummed_from / sizeof(u32);
+    all[from - 1] = earshot::checksum_of(reinterpret_cast<const unsigned char *>(&all[from]),
+                                         (all.size() - from) * sizeof(u32));
     return all;
 }
 

@@ -68,8 +68,8 @@ class response_set {
         const spectrum first = equaliser(mean_power(responses_, measured_));
         const spectrum slope = loudspeaker_slope(slope_exponent, table_grid / 2 + 1);
         for (spectrum &response : responses_) {
-            apply(first, response);
-            apply(slope, response);
+            multiply(response, first);
+            multiply(response, slope);
             extend_downwards(response);
         }
         for (int pass = 0; pass < corrections; ++pass) {
@@ -78,7 +78,7 @@ class response_set {
                 short_ones.push_back(forward(shorten(response), table_grid));
             }
             const spectrum correction = equaliser(mean_power(short_ones, measured_));
-            for (spectrum &response : responses_) apply(correction, response);
+            for (spectrum &response : responses_) multiply(response, correction);
         }
     }
 

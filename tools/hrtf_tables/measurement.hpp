@@ -27,7 +27,7 @@ struct measurement {
     std::size_t find(direction wanted) const;
 };
 
-// Reads an AES69 file with libmysofa. Ends the program when the file is not the expected one, or
+// Reads an AES69 file. Ends the program when the file is not the expected one, or
 // when its azimuths or ears turn out to be exchanged.
 measurement read_measurement(const std::string &path);
 
