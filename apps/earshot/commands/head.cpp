@@ -13,6 +13,7 @@
 #include "audio/output_file.hpp"
 #include "commands/commands.hpp"
 #include "error.hpp"
+#include "heads/listening_head.hpp"
 #include "preparation/report.hpp"
 #include "text_file.hpp"
 
@@ -37,16 +38,6 @@ void write_all(const std::string &path, const void *data, std::size_t size) {
         size -= static_cast<std::size_t>(written);
     }
     file.commit();
-}
-
-preparation::prepared_head prepare(const head_command_options &options) {
-    constexpr std::size_t most = std::size_t{2} << 30;
-    const std::string bytes = read_text(options.input, most, "is larger than 2 GiB");
-    try {
-        return preparation::prepare_head(bytes, options.head);
-    } catch (const preparation::cannot_prepare &why) {
-        throw processing_error(text_file_name(options.input), why.what());
-    }
 }
 
 // Whether gnuplot was there and drew.
@@ -83,7 +74,8 @@ void report(const console &out, const preparation::prepared_head &head,
 
 void make_head(const head_command_options &options) {
     const console out(options.talk);
-    const preparation::prepared_head head = prepare(options);
+    const std::string sofa = read_text(options.input, most_head_bytes, is_too_large);
+    const preparation::prepared_head head = prepare_sofa(options.input, sofa, options.head);
     const std::string input = text_file_name(options.input);
     for (const std::string &note : head.notes) out.note(input + ": " + note);
     if (!options.report.empty()) report(out, head, options.report);
