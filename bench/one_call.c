@@ -91,6 +91,18 @@ static void frame(void) {
     back_end();
 }
 
+/* --- Head ------------------------------------------------------------------------------------*/
+
+static const earshot_head *head;
+static earshot_filter_pair pair;
+
+static void make_head(void) {
+    const size_t size = earshot_head_builtin_size();
+    earshot_head_builtin(malloc(size), size, &head);
+}
+
+static void head_filter(void) { earshot_head_filter(head, 33 * 65536, 12 * 65536, &pair); }
+
 /* --- Effect ----------------------------------------------------------------------------------*/
 
 static hoa_effect_state *effect;
@@ -142,6 +154,7 @@ static const struct {
     {"front-end-1-source", one_source, front_end},
     {"back-end-96", one_source, back_end},
     {"frame-96-of-16-sources", sixteen_sources, frame},
+    {"head-filter", make_head, head_filter},
     {"effect-steady-1024", make_effect, process_field},
     {"effect-ramp-1024", make_effect, ramp},
     {"panner-ramp-1024", nothing, panner_ramp},

@@ -28,31 +28,40 @@ s32 cosine(u32 angle) { return sine_of_turns(angle + quarter); }
 constexpr s64 rounded_shift(s64 x, s32 n) { return (x + (s64{1} << (n - 1))) >> n; }
 
 // Delays by a fraction of a sample make whatever begins or ends at once, in time or in frequency,
-// ring on through the whole transform. So the first and the last taps fade, by sin^2 of the middle
-// of their step, and the top of the spectrum by cos^2, to nothing at Nyquist.
-constexpr u32 fade_in = 4, fade_out = 12, highest_flat = 112;
+// ring on through the whole transform. So both ends of a response fade, and so does the top of its
+// spectrum, to nothing at Nyquist: less than 0.2 dB at 16 kHz, 0.3 at 18, 2.7 at 20.
+//
+// What an end loses by its fade goes to the other side of it, mirrored: the sum of the taps stays,
+// and with it the level of low frequencies.
+constexpr u32 begin_fade = 6, end_fade = 5, end = 127;
 
-// (1 - cos) / 2 of an odd multiple of half a step, Q31: n + 1/2 steps of a fade so long.
-s64 fade_weight(u32 n, u32 length) {
-    const u32 angle = static_cast<u32>((u64{1} << 32) / (4 * length) * (2 * n + 1));
-    return (s64{1} << 30) - (cosine(angle) >> 1);
+// Of the sum of the two taps i + 1/2 steps before and behind an end: (1 - sin) / 2 of (i + 1/2) /
+// length quarter turns goes behind it.
+void fold(s32 &inside, s32 &outside, u32 i, u32 length) {
+    const u32 angle = static_cast<u32>((u64{1} << 29) * (2 * i + 1) / length);
+    const s64 sum = s64{inside} + outside, weight = (s64{1} << 30) - (sine_of_turns(angle) >> 1);
+    outside = static_cast<s32>(rounded_shift(sum * weight, 31));
+    inside = static_cast<s32>(sum - outside);
 }
 
 void fade_ends(s32 *samples) {
-    const auto scale = [](s32 &x, s64 weight) {
-        x = static_cast<s32>(rounded_shift(x * weight, 31));
-    };
-    for (u32 n = 0; n < fade_in; ++n) scale(samples[n], fade_weight(n, fade_in));
-    for (u32 n = 0; n < fade_out; ++n) scale(samples[taps - 1 - n], fade_weight(n, fade_out));
     memset(samples + taps, 0, (points - taps) * sizeof *samples);
+    for (u32 i = 0; i < begin_fade; ++i) fold(samples[i], samples[points - 1 - i], i, begin_fade);
+    for (u32 i = 0; i < end_fade; ++i) fold(samples[end - 1 - i], samples[end + i], i, end_fade);
 }
 
-// Q30, and with it what the phases of a delay are too small by.
+// Q30, with what the phases of a delay are too small by. From 1 at bin 82 down by half of a Nuttall
+// window (four terms, continuous first derivative), whose spectrum has fallen by 93 dB after 11
+// taps.
 s64 weight_of(u32 bin) {
+    constexpr u32 lowest = 82, nyquist = 128;
     constexpr s64 whole = 1073807361; // (32768 / 32767)^2
-    if (bin <= highest_flat) return whole;
-    const u32 angle = (bin - highest_flat) * (quarter * 2 / (taps - highest_flat));
-    return rounded_shift(whole * ((s64{1} << 30) + (cosine(angle) >> 1)), 31);
+    if (bin <= lowest) return whole;
+    constexpr s64 terms[] = {764005962, 1046674940, 309735862, 27066884};   // Q31
+    const u64 step = (u64{1} << 31) / (nyquist - lowest) * (nyquist - bin); // half a turn in all
+    s64 window = 0;                                                         // Q31
+    for (u32 k = 0; k < 4; ++k) window += terms[k] * cosine(static_cast<u32>(k * step)) >> 31;
+    return rounded_shift(whole * ((s64{1} << 31) - window), 31);
 }
 
 // Taps add up, without their signs, to less than 8 in Q29: three bits less are room enough.

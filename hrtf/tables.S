@@ -1,6 +1,6 @@
 /*
  * The HRTF tables. The filters are binary files that tools/hrtf_tables writes:
- *     hrtf_tables /usr/share/libmysofa/MIT_KEMAR_normal_pinna.sofa hrtf/generated
+ *     hrtf_tables /usr/share/libmysofa/MIT_KEMAR_normal_pinna.sofa hrtf/generated head/generated
  *
  * Diffuse filters, amb filters and the diffuse rows follow each other without gaps: a selection one
  * record past a row, or past the tables, reads what lies next. That is why they are one section of

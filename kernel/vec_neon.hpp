@@ -117,6 +117,9 @@ struct vec_neon {
         return {vmlal_lane_s16(vmlal_lane_s16(sum.re, p.re[0], f, 0), p.re[1], f, 1),
                 vmlal_lane_s16(vmlal_lane_s16(sum.im, p.im[0], f, 0), p.im[1], f, 1)};
     }
+    template <int n> static bins add_shifted(bins a, bins b) {
+        return {vsraq_n_s32(a.re, b.re, n), vsraq_n_s32(a.im, b.im, n)};
+    }
 
   private:
     static int64x2_t low_product(s32v a, s32v b) {

@@ -48,6 +48,7 @@
 //     factors, splat_factors such a word of two s16 for all lanes
 //     dot, add_dot           first s16 times first s16 plus second times second of every part, as
 //                            bins or added to bins; not all four of -2^15, sums wrapping
+//     add_shifted<n>         bins of a + (b >> n), n from 1 to 31, wrapping
 // Everything is in an unnamed namespace: code compiled for a newer instruction set must not be
 // shared with the rest of the library by the linker.
 #ifndef EARSHOT_KERNEL_VEC_SCALAR_HPP
@@ -161,6 +162,9 @@ struct vec_scalar {
     static factors splat_factors(s32 word) { return word; }
     static bins dot(pairs p, factors f) { return {dot(p.re, f), dot(p.im, f)}; }
     static bins add_dot(bins sum, pairs p, factors f) { return add(sum, dot(p, f)); }
+    template <int n> static bins add_shifted(bins a, bins b) {
+        return add(a, {b.re >> n, b.im >> n});
+    }
 
   private:
     static s32 dot(s32 a, s32 b) {

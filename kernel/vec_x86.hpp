@@ -43,6 +43,10 @@ template <class Lanes> struct vec_x86 : Lanes {
     static factors splat_factors(s32 word) { return Lanes::splat(word); }
     static bins dot(pairs p, factors f) { return {Lanes::dot(p.low, f), Lanes::dot(p.high, f)}; }
     static bins add_dot(bins sum, pairs p, factors f) { return add(sum, dot(p, f)); }
+    template <int n> static bins add_shifted(bins a, bins b) {
+        return {add(a.low, Lanes::template shift_right<n>(b.low)),
+                add(a.high, Lanes::template shift_right<n>(b.high))};
+    }
 };
 
 } // namespace

@@ -22,8 +22,23 @@
  *
  * Filters of a head are made for frames of 96 samples that begin 140 samples after the window of 256
  * (EARSHOT_HEAD_FRAME, EARSHOT_HEAD_LEAD): responses take 160 samples, from 20 before the sound,
- * where little more than the ringing of a delay by a fraction of a sample lies, to 140 after it.
- * Less than -100 dB of a filter lies outside, and would be heard in the wrong place.
+ * where little more than the ringing of a delay by a fraction of a sample lies, to 140 after it. Of
+ * the built-in head's filters -110 dB lie outside on average, -95 dB at most, and are heard in the
+ * wrong place.
+ *
+ * Above 16 kHz a head's filters fall, by 0.3 dB at 18 kHz and 2.7 at 20, to nothing at 24: with
+ * anything left at the top, a delay by a fraction of a sample would ring through the whole window. At
+ * the directions of the measurement the built-in head has the third octaves of hrtf.h's tables within
+ * 0.15 dB, 200 Hz to 16 kHz, and their interaural times within 0.02 us.
+ *
+ * A program, with all checks left out:
+ *
+ *     size_t size = earshot_head_builtin_size();     or a head file's bytes
+ *     earshot_head_builtin(memory, size, &head);     and earshot_head_open
+ *     for every frame of 96 samples
+ *         earshot_head_filter(head, azimuth, elevation, &pair)   where a source has moved
+ *         earshot_head_use(front, source, &pair)                 or earshot_binaural_set
+ *         ... its window begins 140 samples before the frame
  */
 #ifndef EARSHOT_HEAD_H
 #define EARSHOT_HEAD_H
@@ -84,6 +99,11 @@ EARSHOT_API u32 earshot_head_describe(const earshot_head *head, earshot_head_inf
  * The filters of any direction. Head or pair null: 3. Whole turns of the azimuth make no difference;
  * elevations are clamped to -90 to 90 degrees. No allocation, and never more than as many steps from
  * triangle to triangle as the head has triangles, but two or three for a sensible one.
+ *
+ * Weights within the triangle have 14 bits, for delays 30. Where a head's directions are 23 degrees
+ * apart or closer, what a filter differs by from the same formula in real numbers is at least 88 dB
+ * below it: a little more of one measured filter and a little less of another, hardly any noise.
+ * Delays are within 2^-24 samples. The gain is an upper bound that all roundings are in.
  */
 EARSHOT_API u32 earshot_head_filter(const earshot_head *head, s32 azimuth, s32 elevation,
                                     earshot_filter_pair *pair);

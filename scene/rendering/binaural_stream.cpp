@@ -70,11 +70,12 @@ bool binaural_stream::render_frame() {
     return true;
 }
 
-// The natural level is that of what the engine made, raised by the bits of the inputs as well.
+// The natural level is that of what the engine made, raised by the bits of the inputs as well. No
+// engine makes samples with more bits below the point than the peak has.
 void binaural_stream::note_peak(s64 peak) {
     const int shift = frame_exponent_ + lowered_ + peak_fraction;
-    const s64 natural = shift < 0 ? (peak + (s64{1} << -shift) - 1) >> -shift : peak << shift;
-    peak_ = std::max(peak_, natural);
+    constexpr s64 most = s64{1} << 62; // 138 dB above full scale
+    peak_ = std::max(peak_, peak > most >> shift ? most : peak << shift);
 }
 
 // A window reaches past the frame's end by no more than the tail: where one of the inputs goes on,

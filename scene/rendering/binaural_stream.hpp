@@ -33,8 +33,8 @@ class binaural_stream : public frame_source {
     std::size_t read(s32 *interleaved, std::size_t frames) override;
 
     // Of what has been read, at the natural level and before any clipping; full scale is
-    // 2^(31 + peak_fraction). Rounded up.
-    static constexpr int peak_fraction = 4;
+    // 2^(31 + peak_fraction).
+    static constexpr int peak_fraction = 8;
     s64 peak() const { return peak_; }
     u64 clipped() const { return clipped_; }
     const binaural_engine &engine() const { return engine_; }

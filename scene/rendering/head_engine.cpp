@@ -32,10 +32,10 @@ s64 cosine_q31(s32 elevation) {
     return high_precision_sin(radians + EARSHOT_HALF_PI_Q31);
 }
 
-bool is_jump(s32 azimuth, s32 elevation, s32 new_azimuth, s32 new_elevation) {
-    if (std::abs(s64{new_elevation} - elevation) > longest_step) return true;
-    const s64 turn = std::abs(way_round(azimuth, new_azimuth));
-    return turn > longest_step && turn * cosine_q31(elevation) >> 31 > longest_step;
+bool is_long(s64 turn, s64 rise, s32 elevation) {
+    if (std::abs(rise) > longest_step) return true;
+    return std::abs(turn) > longest_step &&
+           std::abs(turn) * cosine_q31(elevation) >> 31 > longest_step;
 }
 
 } // namespace
@@ -54,10 +54,15 @@ void head_engine::place(std::size_t source, s32 azimuth, s32 elevation) {
         p.azimuth = azimuth;
         p.elevation = elevation;
         p.frames_left = 1;
-    } else if (is_jump(p.target_azimuth, p.target_elevation, azimuth, elevation)) {
-        p.frames_left = glide_frames;
     } else {
-        p.frames_left = std::max(p.frames_left, 1);
+        // What has gone as fast before is only fast.
+        const s64 turn = way_round(p.target_azimuth, azimuth);
+        const s64 rise = s64{elevation} - p.target_elevation;
+        const bool jumps = is_long(turn, rise, elevation) &&
+                           is_long(turn - p.last_turn, rise - p.last_rise, elevation);
+        p.frames_left = jumps ? glide_frames : std::max(p.frames_left, 1);
+        p.last_turn = turn;
+        p.last_rise = rise;
     }
     p.target_azimuth = azimuth;
     p.target_elevation = elevation;

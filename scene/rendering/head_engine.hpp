@@ -24,6 +24,8 @@ class head_engine : public following_engine {
         s32 elevation = 0;
         s32 target_azimuth = 0; // where it is going
         s32 target_elevation = 0;
+        s64 last_turn = 0; // how it has come there
+        s64 last_rise = 0;
         int frames_left = 0;
         bool placed = false;
         int filters = 0; // which of the two the last frame ended with

@@ -103,7 +103,7 @@ direction towards(const point &p) {
 std::vector<direction> directions_over(const mesh &m, operand_source &draw, int count) {
     std::vector<direction> result;
     for (int i = 0; i < count; ++i) {
-        const auto &t = m.triangles[draw.below(m.triangles.size())];
+        const auto &t = m.triangles[static_cast<size_t>(draw.below(m.triangles.size()))];
         const double along = draw.between(0, 1000) / 1000.0;
         point p = m.vertices[t[0]];
         if (i % 2)
@@ -128,7 +128,8 @@ TEST(HeadFilter, FollowsTheFormulaEverywhere) {
                 const spectrum expected = m.expected(direction_of(d.azimuth, elevation), ear);
                 const double error = difference(entries_of(pair, ear), expected);
                 worst = std::max(worst, error);
-                ASSERT_LT(error, -80) << d.azimuth << ' ' << d.elevation << " ear " << ear;
+                ASSERT_LT(error, divisions == 0 ? -80 : -88)
+                    << d.azimuth << ' ' << d.elevation << " ear " << ear;
                 for (const auto &entry : entries_of(pair, ear))
                     ASSERT_LE(std::abs(entry), pair.gain / 65536.0);
             }
@@ -171,7 +172,7 @@ TEST(HeadFilter, TurnsWrapAndElevationsAreClamped) {
 }
 
 /* Steps of a hundredth of a degree over sides and vertices: what delays of a few samples between
- * neighbours make of it is 45 dB below the filter, another triangle's filter is 20. */
+ * neighbours make of it is 44 dB below the filter, another triangle's filter is 20. */
 TEST(HeadFilter, ChangesByLittleWithTheDirection) {
     model m(2);
     operand_source draw;
@@ -184,7 +185,7 @@ TEST(HeadFilter, ChangesByLittleWithTheDirection) {
         for (u32 ear = 0; ear < 2; ++ear)
             worst = std::max(worst, difference(entries_of(after, ear), entries_of(before, ear)));
     }
-    EXPECT_LT(worst, -45);
+    EXPECT_LT(worst, -42);
     EXPECT_GT(worst, -70);
 }
 
@@ -200,7 +201,8 @@ TEST(HeadFilter, IsTheSameOnEveryIsa) {
         }
         head_blend blend;
         for (u32 k = 0; k < 6; ++k)
-            blend.record[k / 3][k % 3] = &records[filter_words * k + draw.below(6)];
+            blend.record[k / 3][k % 3] =
+                &records[filter_words * k + static_cast<u32>(draw.below(6))];
         const u32 some = static_cast<u32>(draw.below(5) ? draw.below(16385) : 16384);
         const u32 more = static_cast<u32>(draw.below(16385 - some));
         for (u32 k = 0; k < 3; ++k)

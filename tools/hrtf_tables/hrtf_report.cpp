@@ -3,8 +3,8 @@
 //     hrtf_report MEASUREMENT DIRECTORY [PLOT_DIRECTORY]
 // With a plot directory, also writes there what plots.gp draws.
 #include "figures.hpp"
-#include "harmonics.hpp"
 #include "layout.hpp"
+#include "preparation/harmonics.hpp"
 
 #include <cmath>
 #include <cstdio>

@@ -3,7 +3,7 @@
 #define EARSHOT_TOOLS_HRTF_LAYOUT_HPP
 
 #include "measurement.hpp"
-#include "spectrum.hpp"
+#include "preparation/response.hpp"
 
 #include <array>
 #include <cstdint>
@@ -12,11 +12,7 @@
 
 namespace hrtf {
 
-constexpr double table_rate = 48000; // Hz
-constexpr std::size_t taps = 128;    // a longer response would alias in the overlapped blocks
-constexpr std::size_t fft_size = 256;
 constexpr std::size_t words_per_filter = fft_size;
-constexpr std::size_t amb_channels = 25;
 
 struct row {
     double elevation;    // degrees
@@ -47,9 +43,7 @@ constexpr std::array<row, 18> rows{{
     {90, 360, 1, true},
 }};
 
-// What a record of a table set stands for: the responses of the two ears, of taps samples each.
-using ear_pair = std::array<signal, 2>;
-
+// What a record of a table set stands for.
 struct table_entry {
     direction where;
     bool measured;

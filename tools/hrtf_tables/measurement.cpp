@@ -1,19 +1,20 @@
 #include "measurement.hpp"
 
-#include <mysofa.h>
+#include "preparation/prepare.hpp"
+#include "preparation/sofa.hpp"
 
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
+#include <fstream>
+#include <iterator>
 #include <map>
-#include <memory>
-#include <numbers>
 
 namespace hrtf {
 namespace {
 
-double sine_of_degrees(double degrees) { return std::sin(degrees * std::numbers::pi / 180); }
+double sine_of_degrees(double degrees) { return std::sin(degrees * per_degree); }
 
 // Each elevation ring stands for the zone up to half-way to the next ring, its directions share
 // the zone equally. The lowest ring was measured at -40 degrees: its zone ends as far below as
@@ -80,25 +81,28 @@ std::size_t measurement::find(direction wanted) const {
 }
 
 measurement read_measurement(const std::string &path) {
-    int error = 0;
-    const std::unique_ptr<MYSOFA_HRTF, void (*)(MYSOFA_HRTF *)> file(
-        mysofa_load(path.c_str(), &error), mysofa_free);
-    if (!file) fail("cannot read " + path + " (error " + std::to_string(error) + ")");
-    const bool expected = file->M == 710 && file->R == 2 && file->N == 512 &&
-                          file->DataSamplingRate.values[0] == 44100.0F &&
-                          file->ReceiverPosition.values[1] > 0 &&
-                          file->DataDelay.values[0] == file->DataDelay.values[1];
-    if (!expected) fail(path + " is not the measurement of 710 directions, 512 taps, 44100 Hz");
-    mysofa_tospherical(file.get());
-
-    measurement result{file->DataSamplingRate.values[0], {}};
-    for (std::size_t m = 0; m < file->M; ++m) {
-        const float *position = file->SourcePosition.values + 3 * m;
-        const float *taps = file->DataIR.values + m * file->R * file->N;
-        result.directions.push_back({{position[0], std::round(position[1] * 1000.0) / 1000},
-                                     {signal(taps, taps + file->N),
-                                      signal(taps + file->N, taps + 2 * std::size_t{file->N})},
-                                     0});
+    std::ifstream in(path, std::ios::binary);
+    const std::vector<char> bytes(std::istreambuf_iterator<char>(in), {});
+    sofa_measurement file;
+    try {
+        file = read_sofa(bytes);
+    } catch (const cannot_prepare &why) {
+        fail(path + ": " + why.what());
+    }
+    if (file.directions.size() != 710 || file.length != 512 || file.rate != 44100.0)
+        fail(path + " is not the measurement of 710 directions, 512 taps, 44100 Hz");
+    measurement result{file.rate, {}};
+    for (std::size_t m = 0; m < file.directions.size(); ++m) {
+        const auto ear = [&](std::size_t which) {
+            const auto samples = file.response(m, which);
+            return signal(samples.begin(), samples.end());
+        };
+        // Through a vector and back, with no more digits than were published: the design of the amb
+        // set repeats a hundred times and hears the last one.
+        const auto [azimuth, elevation] = direction_of(file.directions[m]);
+        const direction where{static_cast<float>(azimuth < -1e-9 ? azimuth + 360 : azimuth),
+                              std::round(elevation * 1000) / 1000};
+        result.directions.push_back({where, {ear(left), ear(right)}, 0});
     }
     weigh(result.directions);
     check_sides(result);

@@ -2,25 +2,20 @@
 #ifndef EARSHOT_TOOLS_HRTF_MEASUREMENT_HPP
 #define EARSHOT_TOOLS_HRTF_MEASUREMENT_HPP
 
-#include "spectrum.hpp"
+#include "preparation/direction.hpp"
+#include "preparation/response.hpp"
 
-#include <array>
 #include <string>
 #include <vector>
 
 namespace hrtf {
 
-struct direction {
-    double azimuth;   // degrees, counter-clockwise (0 in front, 90 left)
-    double elevation; // degrees, upwards
-};
-
-constexpr std::size_t left = 0, right = 1;
+using namespace preparation;
 
 struct measured_direction {
     direction where;
-    std::array<signal, 2> ears; // 512 samples each
-    double weight;              // share of the sphere; all weights sum to 1
+    ear_pair ears; // 512 samples each
+    double weight; // share of the sphere; all weights sum to 1
 };
 
 struct measurement {
@@ -32,7 +27,7 @@ struct measurement {
     std::size_t find(direction wanted) const;
 };
 
-// Reads an AES69 file with libmysofa. Ends the program when the file is not the expected one, or
+// Reads an AES69 file. Ends the program when the file is not the expected one, or
 // when its azimuths or ears turn out to be exchanged.
 measurement read_measurement(const std::string &path);
 

@@ -11,6 +11,7 @@ void add_rotate(CLI::App &app, action &chosen);
 void add_encode(CLI::App &app, action &chosen);
 void add_render(CLI::App &app, action &chosen);
 void add_binauralize(CLI::App &app, action &chosen);
+void add_head(CLI::App &app, action &chosen);
 void add_bench(CLI::App &app, action &chosen);
 void add_info(CLI::App &app, action &chosen);
 

@@ -3,6 +3,7 @@
 
 #include <string>
 
+#include "preparation/prepare.hpp"
 #include "scene/rendering/following_engine.hpp"
 
 namespace earshot_tool {
@@ -17,6 +18,14 @@ struct listening_head {
 // The head of a file: a prepared one, or a SOFA file, which is prepared on the fly and says how
 // long that took. Empty: the built-in one. Throws processing_error; there is no other head instead.
 listening_head load_head(const std::string &path, const console &out);
+
+// Bytes of a head or of a SOFA file, and what is said of larger ones.
+inline constexpr std::size_t most_head_bytes = std::size_t{2} << 30;
+inline constexpr const char *is_too_large = "is larger than any head, 2 GiB; is it the right file?";
+
+// The bytes of a SOFA file to a head; the path is for messages. Throws processing_error.
+preparation::prepared_head prepare_sofa(const std::string &path, const std::string &sofa,
+                                        const preparation::head_options &options);
 
 // Whether a file begins like a prepared head.
 bool is_head_file(const std::string &path);

@@ -1,11 +1,11 @@
-#include "shorten.hpp"
+#include "preparation/shorten.hpp"
 
 #include <Eigen/Dense>
 
 #include <algorithm>
 #include <cmath>
 
-namespace hrtf {
+namespace preparation {
 namespace {
 
 // Taps at both ends are held down, so that a response starts and ends softly. In shares of the
@@ -26,6 +26,9 @@ double restraint(std::size_t tap) {
 constexpr double lowest_weighted = 800;    // Hz
 constexpr double highest_weighted = 19000; // Hz; above, the measurement ends
 constexpr double weight_above = 0.1;
+
+// Of the loudest band: a band without any sound does not count without limit.
+constexpr double silence = 1e-9;
 
 // How often the level that is missing is put back, and from where: below, it would shift phases.
 constexpr int level_passes = 3;
@@ -53,6 +56,8 @@ signal shorten(const spectrum &target) {
     signal power(target.size());
     for (std::size_t k = 0; k < target.size(); ++k) power[k] = std::norm(target[k]);
     power = third_octave_mean(power);
+    const double quiet = silence * std::ranges::max(power);
+    for (double &one : power) one = std::max(one, quiet);
     const std::size_t end = static_cast<std::size_t>(highest_weighted / step);
     const auto lowest = static_cast<std::size_t>(lowest_levelled / step);
 
@@ -89,8 +94,9 @@ signal shorten(const spectrum &target) {
         signal is(target.size());
         for (std::size_t k = 0; k < is.size(); ++k) is[k] = std::norm(reached[k]);
         is = third_octave_mean(is);
-        for (std::size_t k = lowest; k <= end; ++k) wanted[k] *= std::sqrt(power[k] / is[k]);
+        for (std::size_t k = lowest; k <= end; ++k)
+            wanted[k] *= std::sqrt(power[k] / std::max(is[k], quiet));
     }
 }
 
-} // namespace hrtf
+} // namespace preparation

@@ -1,15 +1,18 @@
-#include "amb_set.hpp"
+#include "preparation/field_filters.hpp"
 
-#include "harmonics.hpp"
+#include "preparation/harmonics.hpp"
 
 #include <Eigen/Dense>
 
 #include <algorithm>
 #include <cmath>
+#include <future>
 #include <map>
 #include <numbers>
+#include <optional>
+#include <utility>
 
-namespace hrtf {
+namespace preparation {
 namespace {
 
 using Eigen::Index;
@@ -37,42 +40,53 @@ constexpr double quietest = 0.02; // of the mean: below, a magnitude counts as t
 
 // Keeps the zone below the lowest measured ring from growing: a share of the weight of a frequency.
 constexpr double restraint = 1e-3;
-constexpr int rounds = 100, alignments = 40;
+constexpr int alignments = 40; // of the first rounds
 
 Index index(std::size_t n) { return static_cast<Index>(n); }
 
-class design {
+class ear_design {
   public:
-    explicit design(const equalised_set &diffuse)
-        : gains_(index(diffuse.directions.size()), index(amb_channels)),
-          targets_(gains_.rows(), index(grid_bins)), weights_(gains_.rows(), index(grid_bins)),
-          area_(gains_.rows()), level_(VectorXd::Ones(index(grid_bins))),
+    ear_design(const std::vector<field_direction> &all, std::size_t ear, const MatrixXd &gains,
+               const VectorXd &area)
+        : gains_(gains), area_(area), targets_(gains_.rows(), index(grid_bins)),
+          weights_(gains_.rows(), index(grid_bins)), level_(VectorXd::Ones(index(grid_bins))),
           normal_(index(amb_channels * taps), index(amb_channels * taps)) {
-        for (std::size_t d = 0; d < diffuse.directions.size(); ++d) {
-            const auto &one = diffuse.directions[d];
-            const auto encoded = encode(one.where);
-            for (std::size_t k = 0; k < amb_channels; ++k) gains_(index(d), index(k)) = encoded[k];
-            const spectrum response = forward(one.ears[left], grid);
+        for (std::size_t d = 0; d < all.size(); ++d) {
+            const spectrum response = forward(*all[d].ears[ear], grid);
             for (std::size_t f = 0; f < grid_bins; ++f) targets_(index(d), index(f)) = response[f];
-            area_(index(d)) = one.weight;
-            rings_[one.where.elevation].push_back(index(d));
         }
         for (std::size_t f = 0; f < grid_bins; ++f) weigh(f);
         set_up();
+        solver_.emplace(normal_);
+        wanted_ = targets_;
     }
 
-    // The left-ear filter of each channel. Every round takes the phases over from the one before
-    // and solves for the filters; the first one starts from the measured phases.
-    std::vector<signal> run() {
-        const Eigen::LLT<Eigen::Ref<MatrixXd>> solver(normal_);
-        MatrixXcd wanted = targets_;
-        std::vector<signal> filters;
-        for (int round = 0;; ++round) {
-            filters = split(solver.solve(right_side(wanted)));
-            if (round == rounds) return filters;
-            const MatrixXcd reached = responses(filters);
-            if (round < alignments) align(reached);
-            wanted = next_target(reached);
+    const std::vector<signal> &filters() const { return filters_; }
+    const MatrixXcd &reached() const { return reached_; }
+    MatrixXcd &targets() { return targets_; }
+    const MatrixXcd &targets() const { return targets_; }
+
+    void solve() {
+        filters_ = split(solver_->solve(right_side(wanted_)));
+        reached_ = responses(filters_);
+    }
+
+    // Measured magnitudes with the phases that were reached, raised so that the average over all
+    // directions becomes that of the diffuse set.
+    void aim() {
+        wanted_ = targets_;
+        for (std::size_t f = 0; f < grid_bins; ++f) {
+            const double share = magnitude_share(f);
+            if (share == 0) continue;
+            const double is = area_.dot(reached_.col(index(f)).cwiseAbs2());
+            const double should_be = area_.dot(targets_.col(index(f)).cwiseAbs2());
+            double &level = level_(index(f));
+            level = std::clamp(level * std::pow(should_be / is, 0.25), 0.5, 2.0);
+            for (Index d = 0; d < wanted_.rows(); ++d) {
+                complex &target = wanted_(d, index(f));
+                const double turn = std::arg(reached_(d, index(f)) * std::conj(target));
+                target *= std::polar(std::pow(level, share), share * turn);
+            }
         }
     }
 
@@ -144,27 +158,6 @@ class design {
         return gains_ * spectra;
     }
 
-    // The loudspeaker was not equally far away on all rings, by a few hundredths of a metre. That
-    // is common to both ears and nothing that a direction sounds like, but no smooth function on a
-    // sphere follows it: each ring is delayed so that it goes with what was reached.
-    void align(const MatrixXcd &reached) {
-        for (const auto &[elevation, ring] : rings_) {
-            double turns = 0, norm = 0;
-            for (std::size_t f = 1; static_cast<double>(f) * grid_step < phase_until; ++f) {
-                complex cross = 0;
-                for (Index d : ring) {
-                    cross += reached(d, index(f)) * std::conj(targets_(d, index(f)));
-                }
-                turns += static_cast<double>(f) * std::arg(cross);
-                norm += static_cast<double>(f * f);
-            }
-            for (std::size_t f = 0; f < grid_bins; ++f) {
-                const complex turn = std::polar(1.0, static_cast<double>(f) * turns / norm);
-                for (Index d : ring) targets_(d, index(f)) *= turn;
-            }
-        }
-    }
-
     // 0: phases count; 1: magnitudes alone.
     static double magnitude_share(std::size_t bin) {
         const double octaves = std::log2(magnitude_from / phase_until);
@@ -173,47 +166,92 @@ class design {
         return 0.5 - 0.5 * std::cos(std::numbers::pi * position);
     }
 
-    // Measured magnitudes with the phases that were reached, raised so that the average over all
-    // directions becomes that of the diffuse set.
-    MatrixXcd next_target(const MatrixXcd &reached) {
-        MatrixXcd wanted = targets_;
-        for (std::size_t f = 0; f < grid_bins; ++f) {
-            const double share = magnitude_share(f);
-            if (share == 0) continue;
-            const double is = area_.dot(reached.col(index(f)).cwiseAbs2());
-            const double should_be = area_.dot(targets_.col(index(f)).cwiseAbs2());
-            double &level = level_(index(f));
-            level = std::clamp(level * std::pow(should_be / is, 0.25), 0.5, 2.0);
-            for (Index d = 0; d < wanted.rows(); ++d) {
-                complex &target = wanted(d, index(f));
-                const double turn = std::arg(reached(d, index(f)) * std::conj(target));
-                target *= std::polar(std::pow(level, share), share * turn);
-            }
+    const MatrixXd &gains_; // direction by channel
+    const VectorXd &area_;  // of each direction
+    MatrixXcd targets_;     // direction by bin
+    MatrixXd weights_;      // direction by bin
+    VectorXd level_;        // by which the target of a bin is raised
+    MatrixXd normal_;       // lower half
+    std::optional<Eigen::LLT<Eigen::Ref<MatrixXd>>> solver_;
+    MatrixXcd wanted_, reached_; // direction by bin
+    std::vector<signal> filters_;
+};
+
+class design {
+  public:
+    explicit design(const std::vector<field_direction> &all)
+        : gains_(index(all.size()), index(amb_channels)), area_(gains_.rows()) {
+        for (std::size_t d = 0; d < all.size(); ++d) {
+            const auto encoded = encode(all[d].where);
+            for (std::size_t k = 0; k < amb_channels; ++k) gains_(index(d), index(k)) = encoded[k];
+            area_(index(d)) = all[d].weight;
+            rings_[std::lround(all[d].where.elevation * 10)].push_back(index(d));
         }
-        return wanted;
+        ears_.resize(all.front().ears.size());
+        at_once([&](std::size_t ear) { ears_[ear].emplace(all, ear, gains_, area_); });
     }
 
-    MatrixXd gains_;                             // direction by channel
-    MatrixXcd targets_;                          // direction by bin
-    MatrixXd weights_;                           // direction by bin
-    VectorXd area_;                              // of each direction
-    std::map<double, std::vector<Index>> rings_; // directions by elevation
-    VectorXd level_;                             // by which the target of a bin is raised
-    MatrixXd normal_;                            // lower half
+    // Every round takes the phases over from the one before and solves for the filters; the first
+    // one starts from the measured phases.
+    std::vector<std::vector<signal>> run(int rounds) {
+        for (int round = 0;; ++round) {
+            at_once([&](std::size_t ear) { ears_[ear]->solve(); });
+            if (round == rounds) break;
+            if (round < alignments) align();
+            at_once([&](std::size_t ear) { ears_[ear]->aim(); });
+        }
+        std::vector<std::vector<signal>> result;
+        for (const auto &ear : ears_) result.push_back(ear->filters());
+        return result;
+    }
+
+  private:
+    // Both ears side by side.
+    template <typename Work> void at_once(Work work) {
+        std::vector<std::future<void>> others;
+        for (std::size_t ear = 1; ear < ears_.size(); ++ear)
+            others.push_back(std::async(std::launch::async, [&work, ear] { work(ear); }));
+        work(0);
+        for (auto &one : others) one.get();
+    }
+
+    // The loudspeaker was not equally far away on all rings, by a few hundredths of a metre. That
+    // is common to both ears and nothing that a direction sounds like, but no smooth function on a
+    // sphere follows it: each ring is delayed so that it goes with what was reached.
+    void align() {
+        for (const auto &[elevation, ring] : rings_) {
+            double turns = 0, norm = 0;
+            for (std::size_t f = 1; static_cast<double>(f) * grid_step < phase_until; ++f) {
+                complex cross = 0;
+                for (const auto &ear : ears_) {
+                    for (Index d : ring) {
+                        cross += ear->reached()(d, index(f)) *
+                                 std::conj(std::as_const(*ear).targets()(d, index(f)));
+                    }
+                }
+                turns += static_cast<double>(f) * std::arg(cross);
+                norm += static_cast<double>(f * f);
+            }
+            for (std::size_t f = 0; f < grid_bins; ++f) {
+                const complex turn = std::polar(1.0, static_cast<double>(f) * turns / norm);
+                for (auto &ear : ears_) {
+                    for (Index d : ring) ear->targets()(d, index(f)) *= turn;
+                }
+            }
+        }
+    }
+
+    MatrixXd gains_;                           // direction by channel
+    VectorXd area_;                            // of each direction
+    std::map<long, std::vector<Index>> rings_; // directions by elevation, tenths of a degree
+    std::vector<std::optional<ear_design>> ears_;
 };
 
 } // namespace
 
-std::vector<ear_pair> make_amb_set(const equalised_set &diffuse) {
-    std::vector<ear_pair> result;
-    for (signal &filter : design(diffuse).run()) {
-        signal other = filter;
-        if (degree_of(result.size()) < 0) {
-            for (double &sample : other) sample = -sample;
-        }
-        result.push_back({std::move(filter), std::move(other)});
-    }
-    return result;
+std::vector<std::vector<signal>> design_field_filters(const std::vector<field_direction> &all,
+                                                      int rounds) {
+    return design(all).run(rounds);
 }
 
-} // namespace hrtf
+} // namespace preparation

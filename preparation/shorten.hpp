@@ -1,11 +1,11 @@
 // The response of a given number of taps that comes closest to a long one.
-#ifndef EARSHOT_TOOLS_HRTF_SHORTEN_HPP
-#define EARSHOT_TOOLS_HRTF_SHORTEN_HPP
+#ifndef EARSHOT_PREPARATION_SHORTEN_HPP
+#define EARSHOT_PREPARATION_SHORTEN_HPP
 
-#include "layout.hpp"
-#include "spectrum.hpp"
+#include "preparation/response.hpp"
+#include "preparation/spectrum.hpp"
 
-namespace hrtf {
+namespace preparation {
 
 // The mean of the values over a third of an octave around each bin but DC, which stays.
 signal third_octave_mean(const signal &values);
@@ -15,6 +15,6 @@ signal third_octave_mean(const signal &values);
 // differences are heard by, nor the side away from the source lose to what is loud.
 signal shorten(const spectrum &target);
 
-} // namespace hrtf
+} // namespace preparation
 
 #endif

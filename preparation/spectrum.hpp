@@ -1,12 +1,12 @@
 // Discrete Fourier transforms of real signals, and what is built on them.
-#ifndef EARSHOT_TOOLS_HRTF_SPECTRUM_HPP
-#define EARSHOT_TOOLS_HRTF_SPECTRUM_HPP
+#ifndef EARSHOT_PREPARATION_SPECTRUM_HPP
+#define EARSHOT_PREPARATION_SPECTRUM_HPP
 
 #include <complex>
 #include <cstddef>
 #include <vector>
 
-namespace hrtf {
+namespace preparation {
 
 using complex = std::complex<double>;
 using signal = std::vector<double>;
@@ -28,6 +28,6 @@ void delay(spectrum &bins, double samples);
 // (Oppenheim, Schafer: Discrete-Time Signal Processing, chapter on the cepstrum).
 spectrum minimum_phase(const std::vector<double> &magnitudes);
 
-} // namespace hrtf
+} // namespace preparation
 
 #endif

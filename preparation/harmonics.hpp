@@ -1,12 +1,13 @@
 // Real spherical harmonics as ambisonic channels: ACN order, SN3D normalisation.
-#ifndef EARSHOT_TOOLS_HRTF_HARMONICS_HPP
-#define EARSHOT_TOOLS_HRTF_HARMONICS_HPP
+#ifndef EARSHOT_PREPARATION_HARMONICS_HPP
+#define EARSHOT_PREPARATION_HARMONICS_HPP
 
-#include "layout.hpp"
+#include "preparation/direction.hpp"
+#include "preparation/response.hpp"
 
 #include <array>
 
-namespace hrtf {
+namespace preparation {
 
 constexpr int amb_order = 4;
 static_assert((amb_order + 1) * (amb_order + 1) == amb_channels);
@@ -27,6 +28,6 @@ constexpr int degree_of(std::size_t channel) {
 // The gains that encode a plane wave from a direction.
 std::array<double, amb_channels> encode(direction where);
 
-} // namespace hrtf
+} // namespace preparation
 
 #endif

@@ -1,10 +1,10 @@
-#include "harmonics.hpp"
+#include "preparation/harmonics.hpp"
 
 #include <cmath>
 #include <cstdlib>
 #include <numbers>
 
-namespace hrtf {
+namespace preparation {
 namespace {
 
 // P_n^m(x) without the factor (-1)^m, by the recurrence over n.
@@ -41,4 +41,4 @@ std::array<double, amb_channels> encode(direction where) {
     return gains;
 }
 
-} // namespace hrtf
+} // namespace preparation
