@@ -84,6 +84,9 @@ struct avx2_lanes {
     static s32v neg(s32v a) { return sub(_mm256_setzero_si256(), a); }
     static s32v shift_right(s32v v, s32 n) { return _mm256_sra_epi32(v, _mm_cvtsi32_si128(n)); }
     template <int n> static s32v shift_right(s32v v) { return _mm256_srai_epi32(v, n); }
+    template <int n> static s32v add_magnitude(s32v sum, s32v v) {
+        return add(sum, _mm256_srli_epi32(_mm256_abs_epi32(v), n));
+    }
     static s32v shift_left_sat(s32v v, s32 n) {
         const s32v shifted = _mm256_sll_epi32(v, _mm_cvtsi32_si128(n));
         const s32v fits = _mm256_cmpeq_epi32(shift_right(shifted, n), v);
@@ -177,16 +180,16 @@ struct avx2_lanes {
     static s32v bits_from_31(__m256i even, __m256i odd) {
         return take_odd(_mm256_srli_epi64(even, 31), _mm256_slli_epi64(odd, 1));
     }
-    static s32v filter(s32v x, s32v gain) {
+    template <int q> static s32v filter(s32v x, s32v gain) {
         const __m256i x_odd = odd_of(x), gain_odd = odd_of(gain);
-        const __m256i half_unit = _mm256_set1_epi64x(s64{1} << 28);
+        const __m256i half_unit = _mm256_set1_epi64x(s64{1} << (q - 1));
         const __m256i re =
             _mm256_sub_epi64(_mm256_mul_epi32(x, gain), _mm256_mul_epi32(x_odd, gain_odd));
         const __m256i im =
             _mm256_add_epi64(_mm256_mul_epi32(x, gain_odd), _mm256_mul_epi32(x_odd, gain));
-        // The 32 bits from bit 29 of every 64.
-        return take_odd(_mm256_srli_epi64(_mm256_add_epi64(re, half_unit), 29),
-                        _mm256_slli_epi64(_mm256_add_epi64(im, half_unit), 3));
+        // The 32 bits from bit q of every 64.
+        return take_odd(_mm256_srli_epi64(_mm256_add_epi64(re, half_unit), q),
+                        _mm256_slli_epi64(_mm256_add_epi64(im, half_unit), 32 - q));
     }
     static s64v product(s32v a, s32v b) {
         return {_mm256_mul_epi32(a, b), _mm256_mul_epi32(odd_of(a), odd_of(b))};

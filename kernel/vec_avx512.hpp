@@ -107,6 +107,9 @@ struct avx512_lanes {
     static s32v neg(s32v a) { return sub(_mm512_setzero_si512(), a); }
     static s32v shift_right(s32v v, s32 n) { return _mm512_sra_epi32(v, _mm_cvtsi32_si128(n)); }
     template <int n> static s32v shift_right(s32v v) { return _mm512_srai_epi32(v, n); }
+    template <int n> static s32v add_magnitude(s32v sum, s32v v) {
+        return add(sum, _mm512_srli_epi32(_mm512_abs_epi32(v), n));
+    }
     static s32v shift_left_sat(s32v v, s32 n) {
         const s32v shifted = _mm512_sll_epi32(v, _mm_cvtsi32_si128(n));
         return saturate_where(_mm512_cmpneq_epi32_mask(shift_right(shifted, n), v), shifted, v);
@@ -192,14 +195,14 @@ struct avx512_lanes {
         return _mm512_mask_multishift_epi64_epi8(_mm512_multishift_epi64_epi8(control, even),
                                                  0xF0F0F0F0F0F0F0F0, control, odd);
     }
-    static s32v filter(s32v x, s32v gain) {
+    template <int q> static s32v filter(s32v x, s32v gain) {
         const __m512i x_odd = odd_of(x), gain_odd = odd_of(gain);
-        const __m512i half_unit = _mm512_set1_epi64(s64{1} << 28);
+        const __m512i half_unit = _mm512_set1_epi64(s64{1} << (q - 1));
         const __m512i re =
             _mm512_sub_epi64(_mm512_mul_epi32(x, gain), _mm512_mul_epi32(x_odd, gain_odd));
         const __m512i im =
             _mm512_add_epi64(_mm512_mul_epi32(x, gain_odd), _mm512_mul_epi32(x_odd, gain));
-        return bits_from<29>(_mm512_add_epi64(re, half_unit), _mm512_add_epi64(im, half_unit));
+        return bits_from<q>(_mm512_add_epi64(re, half_unit), _mm512_add_epi64(im, half_unit));
     }
 };
 

@@ -57,6 +57,11 @@ struct vec_neon {
     static s32v neg(s32v a) { return vnegq_s32(a); }
     static s32v shift_right(s32v v, s32 n) { return vshlq_s32(v, vdupq_n_s32(-n)); }
     template <int n> static s32v shift_right(s32v v) { return vshrq_n_s32(v, n); }
+    static s32v shift_right_rnd(s32v v, s32 n) { return vrshlq_s32(v, vdupq_n_s32(-n)); }
+    template <int n> static s32v add_magnitude(s32v sum, s32v v) {
+        const uint32x4_t magnitude = vreinterpretq_u32_s32(vabsq_s32(v));
+        return vreinterpretq_s32_u32(vsraq_n_u32(vreinterpretq_u32_s32(sum), magnitude, n));
+    }
     static s32v shift_left_sat(s32v v, s32 n) { return vqshlq_s32(v, vdupq_n_s32(n)); }
     static s32v add_sat(s32v a, s32v b) { return vqaddq_s32(a, b); }
     static s32v sub_sat(s32v a, s32v b) { return vqsubq_s32(a, b); }
@@ -89,15 +94,15 @@ struct vec_neon {
     }
     static void store_bins(s32 *p, bins b) { store_interleaved(p, b.re, b.im); }
     static bins add(bins a, bins b) { return {add(a.re, b.re), add(a.im, b.im)}; }
-    static bins filter(bins x, bins gain) {
+    template <int q = 29> static bins filter(bins x, bins gain) {
         const auto low = [](s32v v) { return vget_low_s32(v); };
         const auto high = [](s32v v) { return vget_high_s32(v); };
         const int64x2_t re_low = vmlsl_s32(low_product(x.re, gain.re), low(x.im), low(gain.im));
         const int64x2_t re_high = vmlsl_s32(high_product(x.re, gain.re), high(x.im), high(gain.im));
         const int64x2_t im_low = vmlal_s32(low_product(x.re, gain.im), low(x.im), low(gain.re));
         const int64x2_t im_high = vmlal_s32(high_product(x.re, gain.im), high(x.im), high(gain.re));
-        return {vcombine_s32(vrshrn_n_s64(re_low, 29), vrshrn_n_s64(re_high, 29)),
-                vcombine_s32(vrshrn_n_s64(im_low, 29), vrshrn_n_s64(im_high, 29))};
+        return {vcombine_s32(vrshrn_n_s64(re_low, q), vrshrn_n_s64(re_high, q)),
+                vcombine_s32(vrshrn_n_s64(im_low, q), vrshrn_n_s64(im_high, q))};
     }
 
   private:

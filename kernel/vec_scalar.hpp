@@ -23,7 +23,10 @@
 //     half_add_sub_small     the same where a + b and a - b do not overflow
 //     shift_right, also      arithmetic, by 0 to 31
 //     shift_right<n>
+//     shift_right_rnd        the same rounded half up, by 1 to 31, where a + 2^(n - 1) does not
+//                            overflow for n = 1
 //     shift_left_sat         saturating, by 0 to 31
+//     add_magnitude<n>       sum + (|a| >> n), wrapping; the magnitude of -2^31 is 2^31
 //     mul_low                low 32 bits of a x b
 //     mul_q15_rnd            low 32 bits of (a x b + 2^14) >> 15, b of 16 bits
 //     mul_q31                a x b >> 31, where not both are -2^31
@@ -37,9 +40,10 @@
 //                            suits the instruction set
 //     load_bins, store_bins
 //     add                    of bins: wrapping
-//     filter                 of bins by Q29 gains: the 64-bit sums of products, wrapping, rounded
-//                            half up to bit 29, of which 32 bits are kept; here by gains of any Q
-//                            as well, down to below 0 and beyond 64
+//     filter<q>              of bins by gains in Qq, 29 to 32, 29 where no q is told: the 64-bit
+//                            sums of products, wrapping, rounded half up to bit q, of which 32 bits
+//                            are kept; here by gains of any Q as well, down to below 0 and beyond
+//                            64
 // Everything is in an unnamed namespace: code compiled for a newer instruction set must not be
 // shared with the rest of the library by the linker.
 #ifndef EARSHOT_KERNEL_VEC_SCALAR_HPP
@@ -99,6 +103,11 @@ struct vec_scalar {
     static s32v neg(s32v a) { return sub(0, a); }
     static s32v shift_right(s32v v, s32 n) { return v >> n; }
     template <int n> static s32v shift_right(s32v v) { return v >> n; }
+    static s32v shift_right_rnd(s32v v, s32 n) { return shift_right<1>(add(v >> (n - 1), 1)); }
+    template <int n> static s32v add_magnitude(s32v sum, s32v v) {
+        const u32 magnitude = v < 0 ? 0u - static_cast<u32>(v) : static_cast<u32>(v);
+        return add(sum, static_cast<s32>(magnitude >> n));
+    }
     static s32v shift_left_sat(s32v v, s32 n) {
         return narrow_sat(static_cast<s64>(static_cast<u64>(v) << n));
     }
@@ -138,7 +147,7 @@ struct vec_scalar {
         p[1] = b.im;
     }
     static bins add(bins a, bins b) { return {add(a.re, b.re), add(a.im, b.im)}; }
-    static bins filter(bins x, bins gain) { return filter(x, gain, 29); }
+    template <int q = 29> static bins filter(bins x, bins gain) { return filter(x, gain, q); }
     static bins filter(bins x, bins gain, s32 q) {
         return {rounded(product(x.re, gain.re) - product(x.im, gain.im), q),
                 rounded(product(x.re, gain.im) + product(x.im, gain.re), q)};

@@ -68,6 +68,9 @@ struct sse41_lanes {
     static s32v neg(s32v a) { return sub(_mm_setzero_si128(), a); }
     static s32v shift_right(s32v v, s32 n) { return _mm_sra_epi32(v, _mm_cvtsi32_si128(n)); }
     template <int n> static s32v shift_right(s32v v) { return _mm_srai_epi32(v, n); }
+    template <int n> static s32v add_magnitude(s32v sum, s32v v) {
+        return add(sum, _mm_srli_epi32(_mm_abs_epi32(v), n));
+    }
     static s32v shift_left_sat(s32v v, s32 n) {
         const s32v shifted = _mm_sll_epi32(v, _mm_cvtsi32_si128(n));
         const s32v fits = _mm_cmpeq_epi32(shift_right(shifted, n), v);
@@ -148,14 +151,14 @@ struct sse41_lanes {
     static s32v bits_from_31(__m128i even, __m128i odd) {
         return take_odd(_mm_srli_epi64(even, 31), _mm_add_epi64(odd, odd));
     }
-    static s32v filter(s32v x, s32v gain) {
+    template <int q> static s32v filter(s32v x, s32v gain) {
         const __m128i x_odd = odd_of(x), gain_odd = odd_of(gain);
-        const __m128i half_unit = _mm_set1_epi64x(s64{1} << 28);
+        const __m128i half_unit = _mm_set1_epi64x(s64{1} << (q - 1));
         const __m128i re = _mm_sub_epi64(_mm_mul_epi32(x, gain), _mm_mul_epi32(x_odd, gain_odd));
         const __m128i im = _mm_add_epi64(_mm_mul_epi32(x, gain_odd), _mm_mul_epi32(x_odd, gain));
-        // The 32 bits from bit 29 of every 64.
-        return take_odd(_mm_srli_epi64(_mm_add_epi64(re, half_unit), 29),
-                        _mm_slli_epi64(_mm_add_epi64(im, half_unit), 3));
+        // The 32 bits from bit q of every 64.
+        return take_odd(_mm_srli_epi64(_mm_add_epi64(re, half_unit), q),
+                        _mm_slli_epi64(_mm_add_epi64(im, half_unit), 32 - q));
     }
 };
 

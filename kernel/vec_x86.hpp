@@ -27,14 +27,19 @@ template <class Lanes> struct vec_x86 : Lanes {
         return {sum, Lanes::sub(sum, b)};
     }
 
+    static s32v shift_right_rnd(s32v v, s32 n) {
+        return Lanes::template shift_right<1>(add(Lanes::shift_right(v, n - 1), Lanes::splat(1)));
+    }
+
     static bins load_bins(const s32 *p) { return {Lanes::load(p), Lanes::load(p + Lanes::width)}; }
     static void store_bins(s32 *p, bins b) {
         Lanes::store(p, b.low);
         Lanes::store(p + Lanes::width, b.high);
     }
     static bins add(bins a, bins b) { return {add(a.low, b.low), add(a.high, b.high)}; }
-    static bins filter(bins x, bins gain) {
-        return {Lanes::filter(x.low, gain.low), Lanes::filter(x.high, gain.high)};
+    template <int q = 29> static bins filter(bins x, bins gain) {
+        return {Lanes::template filter<q>(x.low, gain.low),
+                Lanes::template filter<q>(x.high, gain.high)};
     }
 };
 
