@@ -4,8 +4,10 @@
 #ifndef EARSHOT_EARSHOT_H
 #define EARSHOT_EARSHOT_H
 
+#include <earshot/binaural.h>
 #include <earshot/fft.h>
 #include <earshot/filters.h>
+#include <earshot/head.h>
 #include <earshot/hoa_effect.h>
 #include <earshot/hrtf.h>
 #include <earshot/kernel.h>
