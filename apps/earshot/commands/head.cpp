@@ -26,8 +26,7 @@ struct head_command_options {
     verbosity talk;
 };
 
-void write_all(const std::string &path, const void *data, std::size_t size) {
-    output_file file(path);
+void write_all(output_file &file, const void *data, std::size_t size) {
     const auto *bytes = static_cast<const char *>(data);
     while (size != 0) {
         const ssize_t written = write(file.descriptor(), bytes, size);
@@ -39,13 +38,12 @@ void write_all(const std::string &path, const void *data, std::size_t size) {
     file.commit();
 }
 
-preparation::prepared_head prepare(const head_command_options &options) {
-    constexpr std::size_t most = std::size_t{2} << 30;
-    const std::string bytes = read_text(options.input, most, "is larger than 2 GiB");
+preparation::prepared_head prepare(const std::string &bytes, const std::string &input,
+                                   const preparation::head_options &options) {
     try {
-        return preparation::prepare_head(bytes, options.head);
+        return preparation::prepare_head(bytes, options);
     } catch (const preparation::cannot_prepare &why) {
-        throw processing_error(text_file_name(options.input), why.what());
+        throw processing_error(input, why.what());
     }
 }
 
@@ -73,9 +71,10 @@ void report(const console &out, const preparation::prepared_head &head,
     std::error_code error;
     std::filesystem::create_directories(directory, error);
     if (error) throw processing_error(directory, error.message());
-    for (const auto &file : preparation::write_report(head))
-        write_all((std::filesystem::path(directory) / file.name).string(), file.text.data(),
-                  file.text.size());
+    for (const auto &file : preparation::write_report(head)) {
+        output_file target((std::filesystem::path(directory) / file.name).string());
+        write_all(target, file.text.data(), file.text.size());
+    }
     if (!draw(directory))
         out.note(directory + ": no pictures, for gnuplot is not installed or failed; " +
                  preparation::drawing_script + " draws them");
@@ -83,12 +82,16 @@ void report(const console &out, const preparation::prepared_head &head,
 
 void make_head(const head_command_options &options) {
     const console out(options.talk);
-    const preparation::prepared_head head = prepare(options);
     const std::string input = text_file_name(options.input);
+    constexpr std::size_t most = std::size_t{2} << 30;
+    const std::string bytes = read_text(options.input, most, "is larger than 2 GiB");
+    // Before seconds of work for nothing.
+    output_file output(options.output);
+    const preparation::prepared_head head = prepare(bytes, input, options.head);
     for (const std::string &note : head.notes) out.note(input + ": " + note);
     if (!options.report.empty()) report(out, head, options.report);
-    write_all(options.output, head.words.data(), head.words.size() * sizeof(u32));
-    out.detail(options.output + ": " + counted(head.report.measured, "direction") + " measured, " +
+    write_all(output, head.words.data(), head.words.size() * sizeof(u32));
+    out.detail(output.name() + ": " + counted(head.report.measured, "direction") + " measured, " +
                std::to_string(head.report.directions.size() - head.report.measured) + " filled");
 }
 
