@@ -1,0 +1,31 @@
+// Gain over distance in scenes, as comma-separated values in decibels.
+
+#include <cmath>
+#include <cstdio>
+
+#include "scene/rendering/distance_gain.hpp"
+
+namespace {
+
+s32 q16(double metres) { return static_cast<s32>(std::lround(metres * 65536)); }
+
+// Nothing, which has no decibels, is an empty cell.
+void print_gain(double distance, u32 model, double minimum, double maximum) {
+    const s16 gain = earshot_scene::rolled_off(q16(distance), {model, q16(minimum), q16(maximum)});
+    if (gain > 0) std::printf(",%.3f", 20 * std::log10(gain / 32767.0));
+    if (gain <= 0) std::printf(",");
+}
+
+} // namespace
+
+int main() {
+    std::puts("metres,inverse,inverse_from_4,linear,none");
+    for (double distance = 0.5; distance < 70; distance *= 1.0005) {
+        std::printf("%.4f", distance);
+        print_gain(distance, ROLLOFF_INVERSE, 1, 60);
+        print_gain(distance, ROLLOFF_INVERSE, 4, 60);
+        print_gain(distance, ROLLOFF_LINEAR, 1, 60);
+        print_gain(distance, ROLLOFF_NONE, 1, 60);
+        std::puts("");
+    }
+}
