@@ -18,6 +18,7 @@ namespace earshot_bench {
 std::vector<bench_case> transform_cases();
 std::vector<bench_case> renderer_cases();
 std::vector<bench_case> head_cases();
+std::vector<bench_case> binaural_cases();
 std::vector<bench_case> effect_cases();
 std::vector<bench_case> panner_cases();
 

@@ -103,6 +103,54 @@ static void make_head(void) {
 
 static void head_filter(void) { earshot_head_filter(head, 33 * 65536, 12 * 65536, &pair); }
 
+/* --- Renderer whose headroom follows the signal ----------------------------------------------*/
+
+enum { binaural_sources = 16 };
+
+static earshot_binaural *binaural;
+static earshot_filter_pair pairs[2][binaural_sources];
+
+static void find_filters(s32 azimuth, earshot_filter_pair *pair) {
+    hrtf_instance memory, *instance;
+    const hrtf_config tables = {0};
+    hrtf_position position = {0, azimuth * 65536, 0};
+    hrtf_filter_pair found;
+    hrtf_init(&instance, 1, &tables, &memory, sizeof memory);
+    hrtf_selection(instance, &position, &found);
+    for (int ear = 0; ear < 2; ++ear) memcpy(pair->ear[ear], found.ear[ear], sizeof pair->ear[ear]);
+    pair->gain = 4 * 65536;
+}
+
+static void give_filters(int which) {
+    for (u32 s = 0; s < binaural_sources; ++s) earshot_binaural_set(binaural, s, &pairs[which][s]);
+}
+
+static void make_binaural(void) {
+    const earshot_binaural_config config = {binaural_sources, 96, 128};
+    size_t size;
+    earshot_binaural_get_size(&config, &size);
+    earshot_binaural_init(&binaural, &config, allocated((u32)size), size);
+    for (int s = 0; s < binaural_sources; ++s) {
+        find_filters(s * 23, &pairs[0][s]);
+        find_filters(s * 23 + 5, &pairs[1][s]);
+    }
+    give_filters(0);
+}
+
+static void binaural_still(void) {
+    static s32 mixed[2 * 96];
+    const s32 *windows[binaural_sources];
+    s32 exponent;
+    for (int s = 0; s < binaural_sources; ++s) windows[s] = wave + 64 * s;
+    earshot_binaural_process(binaural, windows, mixed, &exponent);
+}
+
+static void binaural_moving(void) {
+    static int which = 0;
+    give_filters(which ^= 1);
+    binaural_still();
+}
+
 /* --- Effect ----------------------------------------------------------------------------------*/
 
 static hoa_effect_state *effect;
@@ -155,6 +203,8 @@ static const struct {
     {"back-end-96", one_source, back_end},
     {"frame-96-of-16-sources", sixteen_sources, frame},
     {"head-filter", make_head, head_filter},
+    {"binaural-still-96-of-16", make_binaural, binaural_still},
+    {"binaural-moving-96-of-16", make_binaural, binaural_moving},
     {"effect-steady-1024", make_effect, process_field},
     {"effect-ramp-1024", make_effect, ramp},
     {"panner-ramp-1024", nothing, panner_ramp},

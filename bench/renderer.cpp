@@ -147,6 +147,10 @@ bench_case end_case(const std::string &name, unsigned size, void (renderer::*end
 
 } // namespace
 
+contestant contestant_of_two_ends(const std::string &name, const scene &s) {
+    return contestant_of<renderer>(name, s);
+}
+
 std::vector<bench_case> renderer_cases() {
     std::vector<bench_case> cases;
     const auto name = [](const char *what, unsigned frame_length) {

@@ -23,6 +23,9 @@ struct scene {
     buffer<s32> input() const { return noise(std::size_t{fft_size} * sources, 7); }
 };
 
+// hrtf.h's front and back end.
+contestant contestant_of_two_ends(const std::string &name, const scene &s);
+
 } // namespace earshot_bench
 
 #endif

@@ -17,7 +17,7 @@ if(TARGET earshot_preparation AND EARSHOT_KEMAR
   target_compile_options(hrtf_tool_parts PRIVATE -O2)
   target_link_libraries(hrtf_tool_parts
     PUBLIC earshot_options earshot_preparation)
-  foreach(tool hrtf_tables hrtf_report)
+  foreach(tool hrtf_tables hrtf_report head_report)
     add_executable(${tool} ${tools}/${tool}.cpp)
     target_link_libraries(${tool} PRIVATE hrtf_tool_parts)
   endforeach()

@@ -1,6 +1,10 @@
 # libearshot.so, and its objects for the tests and benchmarks that look inside.
 
 add_library(earshot_objects OBJECT
+  binaural/instance.cpp
+  binaural/kernels.cpp
+  binaural/kernels_scalar.cpp
+  binaural/process.cpp
   fft/complex.cpp
   fft/kernels.cpp
   fft/kernels_scalar.cpp
@@ -76,7 +80,7 @@ target_link_libraries(earshot_objects PRIVATE $<BUILD_INTERFACE:earshot_options>
 # library runs on any processor of the target. Loops over the channels of a matrix want to be
 # unrolled, or its coefficients live in memory; anything more only makes the code longer.
 function(earshot_add_isa name)
-  foreach(kernels fft/kernels head/kernels hoa_effect/mix hrtf/kernels spatial/gain)
+  foreach(kernels binaural/kernels fft/kernels head/kernels hoa_effect/mix hrtf/kernels spatial/gain)
     target_sources(earshot_objects PRIVATE ${kernels}_${name}.cpp)
     set_source_files_properties(${kernels}_${name}.cpp PROPERTIES COMPILE_OPTIONS
       "${ARGN};-O2;$<$<CXX_COMPILER_ID:GNU>:-fpeel-loops>")

@@ -25,6 +25,13 @@ enum form : u32 {
 
 inline constexpr int variant_count = 3, form_count = 2;
 
+// What is done to samples before a transform: a shift to the right, by 0 to 31 bits, or one that
+// rounds half up, by 1 to 31 (see shift_right_rnd of the vector layer).
+struct input_shift {
+    s32 bits;
+    bool rounds;
+};
+
 struct fft_kernels {
     // Whether all words are from -2^bits to 2^bits - 1, bits at most 30.
     bool (*are_within)(const s32 *words, s32 count, s32 bits);
@@ -34,8 +41,9 @@ struct fft_kernels {
     void (*complex[variant_count][form_count])(const s32 *in, s32 n, const twiddle_rows &twiddles,
                                                s32 *out);
     // n samples, which are shifted right first, to the packed spectrum.
-    void (*real_forward[form_count])(const s32 *in, s32 shift, s32 n, const twiddle_rows &twiddles,
-                                     const recombine_rows &recombine, s32 *out);
+    void (*real_forward[form_count])(const s32 *in, input_shift shift, s32 n,
+                                     const twiddle_rows &twiddles, const recombine_rows &recombine,
+                                     s32 *out);
     // Half-length spectrum of n samples to packed spectrum (forward, only saturating), or back, in
     // place.
     void (*recombine[variant_count][form_count])(s32 *spec, s32 n, const recombine_rows &recombine);

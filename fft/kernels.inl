@@ -50,7 +50,7 @@ template <class V> EARSHOT_KERNEL bool are_same(const s32 *a, const s32 *b, s32 
 // The radix-4 passes by way of two buffers, of which the last one to be written is spare and the
 // other is a part of what the pass behind them writes.
 template <class V, variant v, form f>
-split_data radix4_passes_to(split_data spare, const s32 *in, s32 shift, s32 n,
+split_data radix4_passes_to(split_data spare, const s32 *in, input_shift shift, s32 n,
                             const twiddle_rows &twiddles, s32 writes, split_data target, s32 *out) {
     const bool starts_in_spare = writes % 2 != 0;
     return radix4_passes<V, v, f>(in, shift, n, twiddles, starts_in_spare ? spare : target,
@@ -61,13 +61,13 @@ template <class V, variant v, form f>
 void complex_transform(const s32 *in, s32 n, const twiddle_rows &twiddles, s32 *out) {
     alignas(64) s32 work[2 * most_values];
     const s32 writes = (__builtin_ctz(static_cast<u32>(n)) - 1) / 2;
-    const split_data last = radix4_passes_to<V, v, f>(split_in(work, n), in, 0, n, twiddles, writes,
-                                                      split_in(out, n), out);
+    const split_data last = radix4_passes_to<V, v, f>(split_in(work, n), in, {0, false}, n,
+                                                      twiddles, writes, split_in(out, n), out);
     if (is_odd_power_of_2(n)) radix2_pass<V, v, f>(last, n, interleaved_data{out});
 }
 
 template <class V, form f>
-void real_forward(const s32 *in, s32 shift, s32 n, const twiddle_rows &twiddles,
+void real_forward(const s32 *in, input_shift shift, s32 n, const twiddle_rows &twiddles,
                   const recombine_rows &recombine, s32 *out) {
     alignas(64) s32 work[most_values + 1];
     const s32 half = n / 2, writes = __builtin_ctz(static_cast<u32>(half)) / 2;

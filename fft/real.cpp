@@ -34,7 +34,7 @@ real_twiddles own_twiddles(variant v, s32 n) {
 
 void transform(const fft_kernels &kernels, variant, form f, const s32 *in, s32 n,
                const real_twiddles &twiddles, s32 *out) {
-    kernels.real_forward[f](in, 0, n, twiddles.complex, twiddles.recombine, out);
+    kernels.real_forward[f](in, {0, false}, n, twiddles.complex, twiddles.recombine, out);
 }
 
 void transform(const fft_kernels &kernels, variant v, form f, s32 *spec, s32 n,
@@ -86,14 +86,31 @@ void recombine_stage(variant v, s32 *spec, s32 n, const s32 *recombine_twiddles,
 
 } // namespace
 
-void rfft_of_shifted(const s32 *in, s32 shift, s32 n, s32 *out) {
+namespace {
+
+void rfft_of(const s32 *in, input_shift shift, s32 n, s32 *out) {
     fft_kernels_for(active_isa(), n / 2)
         .real_forward[plain](in, shift, n, own_twiddle_rows(n / 2, false),
                              own_recombine_rows(n, false), out);
 }
 
+} // namespace
+
+void rfft_of_shifted(const s32 *in, s32 shift, s32 n, s32 *out) {
+    rfft_of(in, {shift, false}, n, out);
+}
+
+void rfft_of_rounded(const s32 *in, s32 shift, s32 n, s32 *out) {
+    rfft_of(in, {shift, shift != 0}, n, out);
+}
+
 void rifft_32x32_scaled(s32 *spec, s32 n, s32 *out) {
     transform(fft_kernels_for(active_isa(), n / 2), inverse_scaled, spec, n, out);
+}
+
+void rifft_of_bounded(s32 *spec, s32 n, s32 *out) {
+    transform(fft_kernels_for(active_isa(), n / 2), inverse_unscaled, plain, spec, n,
+              own_twiddles(inverse_unscaled, n), out);
 }
 
 } // namespace earshot

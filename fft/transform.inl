@@ -43,7 +43,7 @@ template <class V> void store_values(const interleaved_data &p, s32 i, const com
 struct pass_plan {
     const s32 *in_interleaved; // or null
     split_data in;
-    s32 shift; // to the right, before anything else
+    input_shift shift; // before anything else
     s32 n, span;
     split_data out;
     s32 *out_interleaved; // or null; from a span of one vector on
@@ -54,9 +54,14 @@ template <class V> complex_lanes<V> load_operand(const pass_plan &plan, s32 i) {
                                           : load_interleaved<V>(plan.in_interleaved, i);
 }
 
-template <class V> void shift_right(complex_lanes<V> &x, s32 shift) {
-    x = {V::shift_right(x.re, shift), V::shift_right(x.im, shift)};
+template <class V> void shift_right(complex_lanes<V> &x, s32 bits) {
+    x = {V::shift_right(x.re, bits), V::shift_right(x.im, bits)};
 }
+template <class V> void shift_right_rnd(complex_lanes<V> &x, s32 bits) {
+    x = {V::shift_right_rnd(x.re, bits), V::shift_right_rnd(x.im, bits)};
+}
+
+template <class Step, class... X> void for_all(const Step &step, X &...x) { (step(x), ...); }
 
 // Spans shorter than a vector: that of the first stage, and the next one's of wide vectors.
 template <class V> bool is_short(s32 span) { return span < V::width; }
@@ -111,11 +116,10 @@ EARSHOT_KERNEL void radix4_pass(const pass_plan &given, const twiddle_rows &give
         complex_lanes<V> x1 = load_operand<V>(plan, i + 2 * quarter);
         complex_lanes<V> x2 = load_operand<V>(plan, i + quarter);
         complex_lanes<V> x3 = load_operand<V>(plan, i + 3 * quarter);
-        if (plan.shift != 0) {
-            shift_right<V>(x0, plan.shift);
-            shift_right<V>(x1, plan.shift);
-            shift_right<V>(x2, plan.shift);
-            shift_right<V>(x3, plan.shift);
+        if (plan.shift.bits != 0) {
+            const auto shift = [&](complex_lanes<V> &x) { shift_right<V>(x, plan.shift.bits); };
+            const auto round = [&](complex_lanes<V> &x) { shift_right_rnd<V>(x, plan.shift.bits); };
+            plan.shift.rounds ? for_all(round, x0, x1, x2, x3) : for_all(shift, x0, x1, x2, x3);
         }
         if (f == plain && i < plan.span && !is_short<V>(plan.span))
             first_butterfly<V, v>(x0, x1, x2, x3);
@@ -141,12 +145,12 @@ constexpr bool is_odd_power_of_2(s32 n) { return (n & 0x55555555) == 0; }
 // All radix-4 passes, taking turns between two buffers. The last one of an even log2 n interleaves
 // into out unless it is null; any other last one leaves split data, which are returned.
 template <class V, variant v, form f>
-split_data radix4_passes(const s32 *in, s32 shift, s32 n, const twiddle_rows &rows,
+split_data radix4_passes(const s32 *in, input_shift shift, s32 n, const twiddle_rows &rows,
                          split_data first, split_data second, s32 *out) {
     pass_plan plan = {in, second, shift, n, 1, first, nullptr};
     radix4_pass<V, v, f>(plan, rows);
     plan.in_interleaved = nullptr;
-    plan.shift = 0;
+    plan.shift = {0, false};
     for (plan.span = 4; plan.span <= n / 4; plan.span *= 4) {
         const split_data last = plan.in;
         plan.in = plan.out;

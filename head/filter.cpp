@@ -120,9 +120,9 @@ void make_pair(const head_sections &head, s32 azimuth, s32 elevation, earshot_fi
             delay[ear] += u64{fine[k]} * vertex.delay[ear];
         }
     }
-    // Of 256 samples, Q16 x Q30, to 2^-32 turns.
+    // Of the 512 samples of half a bin, Q16 x Q30, to 2^-32 turns.
     for (u32 ear = 0; ear < 2; ++ear)
-        blend.turn[ear] = static_cast<u32>((delay[ear] + (1u << 21)) >> 22);
+        blend.turn[ear] = static_cast<u32>((delay[ear] + (1u << 22)) >> 23);
     head_kernels_for(active_isa()).make_filters(pair.ear, blend);
     // The sum loses up to 64 units of Q27 with each of the three low parts, the filter another half
     // of Q29: less than a unit of Q16, which the rounding up may not hold.

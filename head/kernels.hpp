@@ -13,7 +13,7 @@ inline constexpr u32 weight_bits = 14;
 struct head_blend {
     const s32 *record[2][3]; // of every ear and vertex
     u32 weight[3];           // of the vertices, Q14, 1 in all
-    u32 turn[2];             // what the delay of every ear turns bin 1 by, in 2^-32 turns
+    u32 turn[2];             // what the delay of every ear turns half a bin by, 2^-32 turns
 };
 
 struct head_kernels {

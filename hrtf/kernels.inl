@@ -1,7 +1,7 @@
 // The kernels of the renderer over the vector layer V; every hrtf/kernels_*.cpp compiles them for
 // one instruction set. Blocks of any length end with single samples.
 #include "hrtf/kernels.hpp"
-#include "kernel/vec_scalar.hpp"
+#include "kernel/for_each_sample.inl"
 
 namespace earshot {
 namespace {
@@ -33,13 +33,6 @@ EARSHOT_KERNEL void add_filtered(s32 *const *ears, const s32 *spectrum, const ea
         add_products<vec_scalar>(ears, spectrum, filters, half,
                                  [q](auto x, auto gain) { return vec_scalar::filter(x, gain, q); });
     }
-}
-
-// step(vector type, index) for whole vectors, then for single samples.
-template <class V, class Step> void for_each_sample(s32 count, const Step &step) {
-    s32 i = 0;
-    for (; count - i >= V::width; i += V::width) step(V{}, i);
-    for (; i < count; ++i) step(vec_scalar{}, i);
 }
 
 template <class V> EARSHOT_KERNEL void restore_level(s32 *samples, s32 count, s32 shift) {

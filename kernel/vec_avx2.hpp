@@ -84,6 +84,9 @@ struct avx2_lanes {
     static s32v neg(s32v a) { return sub(_mm256_setzero_si256(), a); }
     static s32v shift_right(s32v v, s32 n) { return _mm256_sra_epi32(v, _mm_cvtsi32_si128(n)); }
     template <int n> static s32v shift_right(s32v v) { return _mm256_srai_epi32(v, n); }
+    template <int n> static s32v add_magnitude(s32v sum, s32v v) {
+        return add(sum, _mm256_srli_epi32(_mm256_abs_epi32(v), n));
+    }
     static s32v shift_left_sat(s32v v, s32 n) {
         const s32v shifted = _mm256_sll_epi32(v, _mm_cvtsi32_si128(n));
         const s32v fits = _mm256_cmpeq_epi32(shift_right(shifted, n), v);

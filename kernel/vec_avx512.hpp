@@ -107,6 +107,9 @@ struct avx512_lanes {
     static s32v neg(s32v a) { return sub(_mm512_setzero_si512(), a); }
     static s32v shift_right(s32v v, s32 n) { return _mm512_sra_epi32(v, _mm_cvtsi32_si128(n)); }
     template <int n> static s32v shift_right(s32v v) { return _mm512_srai_epi32(v, n); }
+    template <int n> static s32v add_magnitude(s32v sum, s32v v) {
+        return add(sum, _mm512_srli_epi32(_mm512_abs_epi32(v), n));
+    }
     static s32v shift_left_sat(s32v v, s32 n) {
         const s32v shifted = _mm512_sll_epi32(v, _mm_cvtsi32_si128(n));
         return saturate_where(_mm512_cmpneq_epi32_mask(shift_right(shifted, n), v), shifted, v);

@@ -61,6 +61,11 @@ struct vec_neon {
     static s32v neg(s32v a) { return vnegq_s32(a); }
     static s32v shift_right(s32v v, s32 n) { return vshlq_s32(v, vdupq_n_s32(-n)); }
     template <int n> static s32v shift_right(s32v v) { return vshrq_n_s32(v, n); }
+    static s32v shift_right_rnd(s32v v, s32 n) { return vrshlq_s32(v, vdupq_n_s32(-n)); }
+    template <int n> static s32v add_magnitude(s32v sum, s32v v) {
+        const uint32x4_t magnitude = vreinterpretq_u32_s32(vabsq_s32(v));
+        return vreinterpretq_s32_u32(vsraq_n_u32(vreinterpretq_u32_s32(sum), magnitude, n));
+    }
     static s32v shift_left_sat(s32v v, s32 n) { return vqshlq_s32(v, vdupq_n_s32(n)); }
     static s32v add_sat(s32v a, s32v b) { return vqaddq_s32(a, b); }
     static s32v sub_sat(s32v a, s32v b) { return vqsubq_s32(a, b); }

@@ -23,7 +23,10 @@
 //     half_add_sub_small     the same where a + b and a - b do not overflow
 //     shift_right, also      arithmetic, by 0 to 31
 //     shift_right<n>
+//     shift_right_rnd        the same rounded half up, by 1 to 31, where a + 2^(n - 1) does not
+//                            overflow for n = 1
 //     shift_left_sat         saturating, by 0 to 31
+//     add_magnitude<n>       sum + (|a| >> n), wrapping; the magnitude of -2^31 is 2^31
 //     mul_low                low 32 bits of a x b
 //     mul_q15_rnd            low 32 bits of (a x b + 2^14) >> 15, b of 16 bits
 //     mul_q31                a x b >> 31, where not both are -2^31
@@ -37,12 +40,10 @@
 //                            suits the instruction set
 //     load_bins, store_bins
 //     add                    of bins: wrapping
-//     filter                 of bins by Q29 gains: the 64-bit sums of products, wrapping, rounded
-//     filter<q>              half up to bit 29, or q from 1 to 31, of which 32 bits are kept; here
-//     by
-//                            gains of any Q as well, down to below 0 and beyond 64
-//     pack                   lanes of two s16 each: the low half of a lane of the first, that of
-//     the
+//     filter<q>              of bins by gains in Qq, 28 to 32, 29 where no q is told: the 64-bit
+//                            sums of products, wrapping, rounded half up to bit q, of which 32 bits
+//                            are kept; here by gains of any Q as well, below 0 and beyond 64
+//     pack                   lanes of two s16 each: the low half of a lane of the first, that of the
 //                            second above it
 //     pairs, load_pairs      width complex words whose parts are two s16 each, as pack makes them
 //     factors, splat_factors such a word of two s16 for all lanes
@@ -110,6 +111,11 @@ struct vec_scalar {
     static s32v neg(s32v a) { return sub(0, a); }
     static s32v shift_right(s32v v, s32 n) { return v >> n; }
     template <int n> static s32v shift_right(s32v v) { return v >> n; }
+    static s32v shift_right_rnd(s32v v, s32 n) { return shift_right<1>(add(v >> (n - 1), 1)); }
+    template <int n> static s32v add_magnitude(s32v sum, s32v v) {
+        const u32 magnitude = v < 0 ? 0u - static_cast<u32>(v) : static_cast<u32>(v);
+        return add(sum, static_cast<s32>(magnitude >> n));
+    }
     static s32v shift_left_sat(s32v v, s32 n) {
         return narrow_sat(static_cast<s64>(static_cast<u64>(v) << n));
     }

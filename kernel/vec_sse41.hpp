@@ -68,6 +68,9 @@ struct sse41_lanes {
     static s32v neg(s32v a) { return sub(_mm_setzero_si128(), a); }
     static s32v shift_right(s32v v, s32 n) { return _mm_sra_epi32(v, _mm_cvtsi32_si128(n)); }
     template <int n> static s32v shift_right(s32v v) { return _mm_srai_epi32(v, n); }
+    template <int n> static s32v add_magnitude(s32v sum, s32v v) {
+        return add(sum, _mm_srli_epi32(_mm_abs_epi32(v), n));
+    }
     static s32v shift_left_sat(s32v v, s32 n) {
         const s32v shifted = _mm_sll_epi32(v, _mm_cvtsi32_si128(n));
         const s32v fits = _mm_cmpeq_epi32(shift_right(shifted, n), v);

@@ -29,6 +29,10 @@ template <class Lanes> struct vec_x86 : Lanes {
         return {sum, Lanes::sub(sum, b)};
     }
 
+    static s32v shift_right_rnd(s32v v, s32 n) {
+        return Lanes::template shift_right<1>(add(Lanes::shift_right(v, n - 1), Lanes::splat(1)));
+    }
+
     static bins load_bins(const s32 *p) { return {Lanes::load(p), Lanes::load(p + Lanes::width)}; }
     static void store_bins(s32 *p, bins b) {
         Lanes::store(p, b.low);

@@ -15,7 +15,7 @@ constexpr double lattice = 15; // degrees
 
 // A direction lies in a hole where the nearest measured one is farther than this, or than so many
 // times the gaps of the measurement as they are.
-constexpr double smallest_hole = 15; // degrees
+constexpr double smallest_hole = 16; // degrees
 constexpr double wider_than_gaps = 1.25;
 
 // A delay over the sphere is nearly that of a plane wave to a point off the centre of a round head:

@@ -150,9 +150,12 @@ void measured_set::choose(std::vector<std::string> &notes) {
                         std::to_string(shell.size()) + " responses of " + metres(distance_) +
                         " are used");
     chosen_ = without_repeats(shell, file_.directions);
-    if (chosen_.size() < shell.size())
-        notes.push_back(std::to_string(shell.size() - chosen_.size()) +
-                        " directions were measured more than once; the first of each is used");
+    const std::size_t repeated = shell.size() - chosen_.size();
+    if (repeated != 0)
+        notes.push_back(std::to_string(repeated) +
+                        (repeated == 1 ? " response repeats a direction and is"
+                                       : " responses repeat a direction and are") +
+                        " left out");
     if (chosen_.size() < fewest)
         refuse("has " + std::to_string(chosen_.size()) +
                " directions; a head needs 12 all around at least");

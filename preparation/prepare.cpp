@@ -280,6 +280,13 @@ class preparation_of_head {
             in_text("%.1f dB quieter than others", decrease));
     }
 
+    double distance_to_measured(const unit_vector &where) const {
+        double nearest = 2;
+        for (const unit_vector &one : measured_.directions())
+            nearest = std::min(nearest, (one - where).norm());
+        return nearest;
+    }
+
     // Where something was filled, in words.
     void tell_of_holes() {
         double lowest = 90, highest = -90;
@@ -288,15 +295,19 @@ class preparation_of_head {
             lowest = std::min(lowest, elevation);
             highest = std::max(highest, elevation);
         }
-        std::size_t below = 0, above = 0, others = 0, other = 0;
+        std::size_t below = 0, above = 0, others = 0, deepest = 0;
+        double depth = 0;
         for (std::size_t v = count_; v < head_.vertices.size(); ++v) {
             const double elevation = direction_of(head_.vertices[v]).elevation;
             if (elevation < lowest) {
                 ++below;
             } else if (elevation > highest) {
                 ++above;
-            } else if (others++ == 0) {
-                other = v;
+            } else {
+                ++others;
+                const double here = distance_to_measured(head_.vertices[v]);
+                if (here > depth) deepest = v;
+                depth = std::max(depth, here);
             }
         }
         const auto note = [&](const std::string &where, std::size_t directions) {
@@ -305,7 +316,7 @@ class preparation_of_head {
         note("below " + in_text("%g degrees", std::round(lowest * 10) / 10 + 0.0), below);
         note("above " + in_text("%g degrees", std::round(highest * 10) / 10 + 0.0), above);
         if (others == 0) return;
-        note("around " + text_of(head_.vertices[other]) +
+        note("around " + text_of(head_.vertices[deepest]) +
                  (others > 1 ? " and " + std::to_string(others - 1) + " more directions" : ""),
              others);
     }

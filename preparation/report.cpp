@@ -1,8 +1,7 @@
 #include "preparation/report.hpp"
 
 #include "preparation/measures.hpp"
-
-#include <earshot/head.h>
+#include "preparation/opened_head.hpp"
 
 #include <algorithm>
 #include <cmath>
@@ -30,59 +29,12 @@ class text {
     std::string all_;
 };
 
-// A head through the interface that renderers use.
-class open_head {
-  public:
-    explicit open_head(const std::vector<u32> &words) {
-        if (earshot_head_open(words.data(), words.size() * sizeof(u32), &head_) != EARSHOT_OK)
-            throw std::logic_error("a prepared head is not accepted");
-    }
-    static std::vector<u32> builtin() {
-        std::vector<u32> words(earshot_head_builtin_size() / sizeof(u32));
-        const earshot_head *head = nullptr;
-        if (earshot_head_builtin(words.data(), words.size() * sizeof(u32), &head) != EARSHOT_OK)
-            throw std::logic_error("the built-in head cannot be made");
-        return words;
-    }
-
-    std::array<spectrum, 2> at(double azimuth, double elevation) const {
-        earshot_filter_pair pair;
-        const auto q16 = [](double angle) { return static_cast<s32>(std::lround(angle * 65536)); };
-        earshot_head_filter(head_, q16(azimuth), q16(elevation), &pair);
-        std::array<spectrum, 2> result;
-        for (std::size_t ear : {left, right}) {
-            constexpr double q29 = 1 << 29;
-            spectrum &bins = result[ear];
-            bins.resize(fft_bins);
-            bins[0] = pair.ear[ear][0] / q29;
-            for (std::size_t k = 1; k + 1 < fft_bins; ++k)
-                bins[k] = {pair.ear[ear][2 * k] / q29, pair.ear[ear][2 * k + 1] / q29};
-        }
-        return result;
-    }
-
-    // What rings before the sound is at the end of a transform; later by this, it comes first.
-    ear_pair ears_at(double azimuth, double elevation) const {
-        constexpr double later = 32;
-        ear_pair ears;
-        auto spectra = at(azimuth, elevation);
-        for (std::size_t ear : {left, right}) {
-            delay(spectra[ear], later);
-            ears[ear] = inverse(spectra[ear]);
-        }
-        return ears;
-    }
-
-  private:
-    const earshot_head *head_ = nullptr;
-};
-
 constexpr int azimuth_step = 5; // degrees
 
-std::vector<double> time_differences(const open_head &head) {
+std::vector<double> time_differences(const opened_head &head) {
     std::vector<ear_pair> all;
     for (int azimuth = -180; azimuth <= 180; azimuth += azimuth_step)
-        all.push_back(head.ears_at(azimuth, 0));
+        all.push_back(head.responses({static_cast<double>(azimuth), 0}));
     std::vector<const ear_pair *> set;
     for (const ear_pair &one : all) set.push_back(&one);
     const time_difference measure(set, std::vector<double>(set.size(), 1), table_rate);
@@ -91,7 +43,7 @@ std::vector<double> time_differences(const open_head &head) {
     return result;
 }
 
-std::string time_table(const open_head &head, const open_head &builtin) {
+std::string time_table(const opened_head &head, const opened_head &builtin) {
     text out;
     out.add("# horizontal plane: azimuth in degrees; left ear earlier by, in microseconds: this "
             "head, built-in head\n");
@@ -103,14 +55,14 @@ std::string time_table(const open_head &head, const open_head &builtin) {
 
 constexpr std::array<int, 4> shown_azimuths{0, 90, 180, -90};
 
-std::string magnitude_table(const open_head &head, const open_head &builtin) {
+std::string magnitude_table(const opened_head &head, const opened_head &builtin) {
     text out;
     out.add("# horizontal plane: frequency in Hz; then for azimuth 0, 90, 180, -90 each dB of this "
             "head's left and right ear, and of the built-in head's\n");
     std::vector<std::array<spectrum, 2>> all;
     for (int azimuth : shown_azimuths) {
-        all.push_back(head.at(azimuth, 0));
-        all.push_back(builtin.at(azimuth, 0));
+        all.push_back(head.filters({static_cast<double>(azimuth), 0}));
+        all.push_back(builtin.filters({static_cast<double>(azimuth), 0}));
     }
     for (std::size_t k = 1; k + 1 < fft_bins; ++k) {
         out.add("%g", static_cast<double>(k) * table_rate / fft_size);
@@ -170,7 +122,8 @@ std::string summary(const prepared_head &head) {
     return out.all();
 }
 
-constexpr const char *drawing = R"gp(# gnuplot draws magnitude.svg and time.svg of the tables beside it.
+constexpr const char *drawing =
+    R"gp(# gnuplot draws magnitude.svg and time.svg of the tables beside it.
 set terminal svg size 900,520 font "Sans,12" background "#ffffff"
 set grid lc rgb "#dddddd"
 set border 3
@@ -209,8 +162,8 @@ plot "time.dat" using 1:2 with lines lw 1.5 lc 1 title "this head", \
 const char *const drawing_script = "draw.gp";
 
 std::vector<report_file> write_report(const prepared_head &head) {
-    const std::vector<u32> builtin_words = open_head::builtin();
-    const open_head here(head.words), builtin(builtin_words);
+    const std::vector<u32> builtin_words = opened_head::builtin();
+    const opened_head here(head.words), builtin(builtin_words);
     return {{"report.txt", summary(head)},
             {"directions.csv", direction_table(head.report)},
             {"magnitude.dat", magnitude_table(here, builtin)},

@@ -4,6 +4,7 @@
 #ifndef EARSHOT_EARSHOT_H
 #define EARSHOT_EARSHOT_H
 
+#include <earshot/binaural.h>
 #include <earshot/fft.h>
 #include <earshot/filters.h>
 #include <earshot/head.h>

@@ -48,7 +48,7 @@ words real_result(const fft_kernels &kernels, u32 v, form f, const words &in, s3
     const twiddle_rows twiddles = own_twiddle_rows(n / 2, v != 0);
     const recombine_rows recombine = own_recombine_rows(n, v != 0);
     if (v == 0) {
-        kernels.real_forward[f](in.data(), 0, n, twiddles, recombine, out.data());
+        kernels.real_forward[f](in.data(), {0, false}, n, twiddles, recombine, out.data());
         return out;
     }
     kernels.recombine[v][f](spec.data(), n, recombine);

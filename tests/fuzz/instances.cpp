@@ -1,7 +1,8 @@
 /*
- * Calls of the ambisonic effect, of the selection of filters and of the renderer's two ends, in any
- * order and with any arguments, over blocks between guard pages: what is answered is among what the
- * headers state and the same on every isa, and what is refused writes nothing.
+ * Calls of the ambisonic effect, of the selection of filters, of the renderer's two ends and of the
+ * renderer whose headroom follows the signal, in any order and with any arguments, over blocks
+ * between guard pages: what is answered is among what the headers state and the same on every isa,
+ * and what is refused writes nothing.
  */
 #include "fuzz.hpp"
 
@@ -287,6 +288,71 @@ struct renderer_calls {
     }
 };
 
+// --- Renderer whose headroom follows the signal --------------------------------------------------
+
+struct binaural_calls {
+    operands &in;
+    transcript &out;
+    earshot_binaural *renderer = nullptr;
+    earshot_binaural_config config{};
+    std::deque<guarded<earshot_filter_pair>> pairs{};
+
+    /* Filters and gains of any words: what wraps must wrap alike. */
+    void set() {
+        if (pairs.size() < 6) {
+            const guarded<s32> words(2 * 256 + 1);
+            in.fill(words);
+            earshot_filter_pair &pair = pairs.emplace_back(1)[0];
+            std::copy_n(words.begin(), 2 * 256, pair.ear[0]);
+            pair.gain = in.flip() ? static_cast<u32>(words[512]) : 6 << 16;
+        }
+        const auto &pair = pairs[in.below(static_cast<u32>(pairs.size()))];
+        out.add_status(earshot_binaural_set(renderer, in.mostly(in.below(4)),
+                                            in.below(16) == 0 ? nullptr : pair.data()),
+                       two_or_three);
+    }
+
+    void process() {
+        std::deque<guarded<s32>> windows;
+        std::vector<const s32 *> inputs;
+        for (u32 s = 0; s < config.sources; ++s) {
+            in.fill(windows.emplace_back(256, in.flip()));
+            inputs.push_back(in.below(64) == 0 ? nullptr : windows.back().data());
+        }
+        const guarded<s32> written[] = {guarded<s32>(2 * config.frame_length, in.flip()),
+                                        guarded<s32>(1)};
+        out.add_call(written, {0, 3}, [&] {
+            return earshot_binaural_process(renderer, inputs.data(), written[0].data(),
+                                            written[1].data());
+        });
+        const s32 exponent = written[1][0];
+        require(exponent == 0x5A5A5A5A || (exponent >= -8 && exponent <= 24),
+                "an exponent is within its range");
+    }
+
+    void run() {
+        config = {in.mostly(1 + in.below(4)), in.mostly(1 + in.below(128)),
+                  in.mostly(in.below(129))};
+        std::size_t size = 0;
+        if (out.add_status(earshot_binaural_get_size(&config, &size), two_or_three) != 0) return;
+        if (size > 100000) return;
+        const instance_block block{in, static_cast<u32>(size)};
+        out.add_status(earshot_binaural_init(&renderer, &config, block.data(), block.size),
+                       two_or_three);
+        for (u32 k = 0; renderer != nullptr && in.are_left() && k < 24; ++k) {
+            const u32 what = in.below(8);
+            if (what < 4) set();
+            if (what == 4)
+                out.add_status(earshot_binaural_fix_headroom(renderer, in.between(-3, 24)),
+                               two_or_three);
+            if (what > 4) process();
+        }
+        const u64 unsafe = earshot_binaural_unsafe_frames(renderer);
+        out.add(&unsafe, 1);
+        block.require_intact();
+    }
+};
+
 } // namespace
 } // namespace earshot::fuzz
 
@@ -294,7 +360,10 @@ extern "C" int LLVMFuzzerTestOneInput(const unsigned char *data, std::size_t siz
     using namespace earshot::fuzz;
     same_on_every_isa(data, size, [](operands &in, transcript &out) {
         do {
-            if (in.flip())
+            const u32 which = in.below(256);
+            if (which >= 192)
+                binaural_calls{in, out}.run();
+            else if (which % 2 != 0)
                 effect_calls{in, out}.run();
             else
                 renderer_calls{in, out}.run();

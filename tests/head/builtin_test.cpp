@@ -70,7 +70,7 @@ TEST_F(HeadBuiltin, IsPinnedToTheBit) {
             filters.add(pair.gain);
         }
         EXPECT_EQ(13480970777292375665u, bytes.value());
-        EXPECT_EQ(4783308141916942686u, filters.value());
+        EXPECT_EQ(3652140217166048028u, filters.value());
     });
 }
 

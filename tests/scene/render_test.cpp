@@ -48,36 +48,39 @@ std::string table(const std::string &) {
 
 TEST(SceneRender, ScenesHaveTheirDigests) {
     const pinned_scene scenes[] = {
-        {"direction", 1557485991965005373u, 0, scene_text(R"("direction": [30, 10])")},
-        {"position", 2368923530277895570u, 0, scene_text(R"("position": [-3, 4, 1],
+        {"direction", 1557485991965005373u, 9261833120985483706u,
+         scene_text(R"("direction": [30, 10])")},
+        {"position", 12956830829280730457u, 8207540837779577792u,
+         scene_text(R"("position": [-3, 4, 1],
             "rolloff": {"model": "inverse", "minimum": 2, "maximum": 50})")},
-        {"flight", 7924480934207391842u, 0,
+        {"flight", 5006160485625756654u, 5109616423703630311u,
          scene_text(R"("track": [[0, 2, 20, 1], [0.2, 2, -20, 1]],
             "rolloff": {"model": "linear", "minimum": 1, "maximum": 30})")},
-        {"turns", 17288586654762934593u, 0,
+        {"turns", 17288586654762934593u, 8745112808993091311u,
          scene_text(R"("track": [[0, 0, -40], [0.025, 180, -7.5], [0.05, 360, 25],
             [0.075, 540, 57.5], [0.1, 720, 90], [0.116667, 540, 75], [0.133333, 360, 60],
             [0.15, 180, 45], [0.166667, 0, 30], [0.183333, -180, 15], [0.2, -360, 0]])")},
-        {"head", 9036979256656448372u, 0, scene_text(R"("position": [1, 1, 0])", R"("listener": {
+        {"head", 9036979256656448372u, 14891893884760962089u,
+         scene_text(R"("position": [1, 1, 0])", R"("listener": {
             "position": [0, 0, 1.7], "orientation_track":
             [[0, 0, 0, 0], [0.1, 90, 45, -30], [0.15, 225, -22.5, 75],
              [0.2, 360, -90, 180]]})")},
-        {"walk", 17766143245033072462u, 0,
+        {"walk", 383871127847309096u, 5172414849258115191u,
          scene_text(R"("position": [1, 1, 0],
             "rolloff": {"model": "inverse", "minimum": 1, "maximum": 20})",
                     R"("listener": {
             "position_track": [[0, 0, 0, 0], [0.2, 2, 2, 0.5]], "orientation_track":
             [[0, 1, 0, 0, 0], [0.05, 0.5, 0.5, 0.5, 0.5], [0.2, 0, 0, -1, 0]]})")},
-        {"loop", 1726718025555571643u, 0,
+        {"loop", 1726718025555571643u, 2275725578364354637u,
          scene_text(R"("direction": [-100, 0], "loop": true, "start": 0.0111)",
                     R"("duration": 0.3)")},
-        {"levels", 5832757741854193876u, 0, R"({"version": 1, "sources": [
+        {"levels", 5832757741854193876u, 10531788609331929388u, R"({"version": 1, "sources": [
             {"file": "a", "direction": [0, 0], "gain": 20, "dc_block": true},
             {"file": "b", "position": [0, -1, 0], "gain": -33.333, "dc_block": true,
              "start": 0.05},
             {"file": "c", "direction": [180, 0], "gain": 6.02}]})"},
-        {"many", 9199302991828007885u, 0, many_sources()},
-        {"table", 1304151498155868653u, 0,
+        {"many", 9199302991828007885u, 15715328641437461002u, many_sources()},
+        {"table", 1304151498155868653u, 17841842039743437830u,
          scene_text(R"("track": "table", "gain": -6, "dc_block": true,
             "start": 0.01, "rolloff": {"model": "none", "minimum": 0.5, "maximum": 60})",
                     R"("duration": 0.2, "listener": {

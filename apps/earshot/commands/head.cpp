@@ -27,8 +27,7 @@ struct head_command_options {
     verbosity talk;
 };
 
-void write_all(const std::string &path, const void *data, std::size_t size) {
-    output_file file(path);
+void write_all(output_file &file, const void *data, std::size_t size) {
     const auto *bytes = static_cast<const char *>(data);
     while (size != 0) {
         const ssize_t written = write(file.descriptor(), bytes, size);
@@ -59,14 +58,18 @@ bool draw(const std::string &directory) {
     return WIFEXITED(status) && WEXITSTATUS(status) == 0;
 }
 
+void make_directory(const std::string &path) {
+    std::error_code error;
+    std::filesystem::create_directories(path, error);
+    if (error) throw processing_error(path, error.message());
+}
+
 void report(const console &out, const preparation::prepared_head &head,
             const std::string &directory) {
-    std::error_code error;
-    std::filesystem::create_directories(directory, error);
-    if (error) throw processing_error(directory, error.message());
-    for (const auto &file : preparation::write_report(head))
-        write_all((std::filesystem::path(directory) / file.name).string(), file.text.data(),
-                  file.text.size());
+    for (const auto &file : preparation::write_report(head)) {
+        output_file target((std::filesystem::path(directory) / file.name).string());
+        write_all(target, file.text.data(), file.text.size());
+    }
     if (!draw(directory))
         out.note(directory + ": no pictures, for gnuplot is not installed or failed; " +
                  preparation::drawing_script + " draws them");
@@ -74,13 +77,16 @@ void report(const console &out, const preparation::prepared_head &head,
 
 void make_head(const head_command_options &options) {
     const console out(options.talk);
-    const std::string sofa = read_text(options.input, most_head_bytes, is_too_large);
-    const preparation::prepared_head head = prepare_sofa(options.input, sofa, options.head);
     const std::string input = text_file_name(options.input);
+    const std::string sofa = read_text(options.input, most_head_bytes, is_too_large);
+    // Both before seconds of work for nothing.
+    output_file output(options.output);
+    if (!options.report.empty()) make_directory(options.report);
+    const preparation::prepared_head head = prepare_sofa(options.input, sofa, options.head);
     for (const std::string &note : head.notes) out.note(input + ": " + note);
+    write_all(output, head.words.data(), head.words.size() * sizeof(u32));
     if (!options.report.empty()) report(out, head, options.report);
-    write_all(options.output, head.words.data(), head.words.size() * sizeof(u32));
-    out.detail(options.output + ": " + counted(head.report.measured, "direction") + " measured, " +
+    out.detail(output.name() + ": " + counted(head.report.measured, "direction") + " measured, " +
                std::to_string(head.report.directions.size() - head.report.measured) + " filled");
 }
 
