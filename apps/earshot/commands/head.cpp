@@ -66,11 +66,14 @@ bool draw(const std::string &directory) {
     return WIFEXITED(status) && WEXITSTATUS(status) == 0;
 }
 
+void make_directory(const std::string &path) {
+    std::error_code error;
+    std::filesystem::create_directories(path, error);
+    if (error) throw processing_error(path, error.message());
+}
+
 void report(const console &out, const preparation::prepared_head &head,
             const std::string &directory) {
-    std::error_code error;
-    std::filesystem::create_directories(directory, error);
-    if (error) throw processing_error(directory, error.message());
     for (const auto &file : preparation::write_report(head)) {
         output_file target((std::filesystem::path(directory) / file.name).string());
         write_all(target, file.text.data(), file.text.size());
@@ -85,12 +88,13 @@ void make_head(const head_command_options &options) {
     const std::string input = text_file_name(options.input);
     constexpr std::size_t most = std::size_t{2} << 30;
     const std::string bytes = read_text(options.input, most, "is larger than 2 GiB");
-    // Before seconds of work for nothing.
+    // Both before seconds of work for nothing.
     output_file output(options.output);
+    if (!options.report.empty()) make_directory(options.report);
     const preparation::prepared_head head = prepare(bytes, input, options.head);
     for (const std::string &note : head.notes) out.note(input + ": " + note);
-    if (!options.report.empty()) report(out, head, options.report);
     write_all(output, head.words.data(), head.words.size() * sizeof(u32));
+    if (!options.report.empty()) report(out, head, options.report);
     out.detail(output.name() + ": " + counted(head.report.measured, "direction") + " measured, " +
                std::to_string(head.report.directions.size() - head.report.measured) + " filled");
 }
