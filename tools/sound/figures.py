@@ -11,6 +11,7 @@ import subprocess
 import numpy as np
 
 from head_model import HeadModel
+from prediction import prediction
 from scenes import signal_to_noise
 from signals import (all_but_sine, decibels, power, sine, step_energy, strongest_line,
                      third_octaves, time_difference)
@@ -72,7 +73,7 @@ def orbit(subject, frequency, seconds, placement):
 
 def exact_orbit(subject, frequency, seconds):
     """With a filter for every sample, in double precision."""
-    model = HeadModel(subject.library.head_bytes())
+    model = HeadModel(subject.library.head.data())
     time = np.arange(HEARD.start, HEARD.stop) / RATE
     azimuths = 360 * time / seconds if seconds else np.full(len(time), 33.3)
     turning = np.exp(2j * np.pi * frequency * time)
@@ -107,9 +108,9 @@ def lines(subject):
 
 def accuracy(subject):
     library = subject.library
-    model = HeadModel(library.head_bytes())
-    directions = model.measured_directions()
-    made = np.stack([library.filters(*direction) for direction in directions])
+    model = HeadModel(library.head.data())
+    directions = model.directions()[:model.measured]
+    made = np.stack([library.head.filters(*direction) for direction in directions])
     measured = np.stack([library.nearest(*direction) for direction in directions])
     late = time_difference(made[:, 0], made[:, 1]) - time_difference(measured[:, 0], measured[:, 1])
     bands = third_octaves(made) - third_octaves(measured)
@@ -117,7 +118,7 @@ def accuracy(subject):
     errors, all_of_them = [], []
     for azimuth, elevation in generator.uniform((0, -90), (360, 90), (500, 2)):
         exact = np.stack([model.filters([azimuth], elevation, ear)[0] for ear in (0, 1)])
-        errors.append(power(np.abs(library.filters(azimuth, elevation) - exact)))
+        errors.append(power(np.abs(library.head.filters(azimuth, elevation) - exact)))
         all_of_them.append(power(np.abs(exact)))
     return [{"built-in head": "time difference of the ears, largest error, us",
              "now": np.abs(late).max(), "wanted": "at most 1"},
@@ -240,4 +241,5 @@ def pinned(_):
 
 
 FIGURES = {"noise": noise, "fifty": fifty, "steps": steps, "lines": lines, "accuracy": accuracy,
-           "cost": cost, "headroom": headroom, "digests": digests, "scenes": pinned}
+           "prediction": prediction, "cost": cost, "headroom": headroom, "digests": digests,
+           "scenes": pinned}

@@ -37,7 +37,7 @@ class HeadModel:
         low = (words >> 16).astype(np.uint16).view(np.int16)
         q21 = (high * 256 + low).reshape(-1, WINDOW)
         self._aligned = spectra_of(q21 * 2 ** 8) * PHASE_SHRINKAGE
-        self._measured = int(header["measured"])
+        self.measured = int(header["measured"])
         self._corners = triangles["vertex"].astype(int)
         # Exactly: the normals of the head are rounded.
         corners = self.vertices["direction"][self._corners] / 2 ** 30
@@ -48,13 +48,13 @@ class HeadModel:
         self._at += taken.nbytes
         return taken
 
-    def measured_directions(self):
-        """(azimuth, elevation) of every measured direction."""
-        x, y, z = self.vertices["direction"][:self._measured].T / 2 ** 30
+    def directions(self):
+        """(azimuth, elevation) of all vertices, the measured ones first."""
+        x, y, z = self.vertices["direction"].T / 2 ** 30
         return np.stack([np.degrees(np.arctan2(y, x)) % 360,
                          np.degrees(np.arctan2(z, np.hypot(x, y)))], 1)
 
-    def _places(self, directions):
+    def places(self, directions):
         """Corners and weights of the triangles that hold them."""
         weights = (directions @ self._to_weights.reshape(-1, 3).T).reshape(len(directions), -1, 3)
         least = np.minimum(np.minimum(weights[..., 0], weights[..., 1]), weights[..., 2])
@@ -64,7 +64,7 @@ class HeadModel:
 
     def filters(self, azimuths, elevation, ear):
         """Spectra for azimuths at an elevation: (directions, 129)."""
-        corners, weights = self._places(unit_vectors(azimuths, elevation))
+        corners, weights = self.places(unit_vectors(azimuths, elevation))
         records = self.vertices["record"][:, ear][corners]
         delays = self.vertices["delay"][:, ear][corners] / 2 ** 16
         mixed = sum(weights[:, [k]] * self._aligned[records[:, k]] for k in range(3))

@@ -43,8 +43,8 @@ def heard(subject, placement):
 
 def truth(subject):
     """The same of the measured directions in the horizontal plane."""
-    model = HeadModel(subject.library.head_bytes())
-    azimuths = np.array(sorted(azimuth for azimuth, elevation in model.measured_directions()
+    model = HeadModel(subject.library.head.data())
+    azimuths = np.array(sorted(azimuth for azimuth, elevation in model.directions()[:model.measured]
                                if abs(elevation) < 0.01 and azimuth < REACH + 0.01))
     taps = np.fft.irfft([subject.library.nearest(azimuth, 0) for azimuth in azimuths], WINDOW)
     left, right = np.moveaxis(np.fft.rfft(taps, PERIOD), 1, 0)

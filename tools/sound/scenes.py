@@ -108,7 +108,7 @@ def signal_to_noise(subject, kind, placement):
     found = sounds(subject)
     sources = [Source(k, found[k % len(found)], kind) for k in range(SOURCES)]
     library = subject.library
-    filters = library.filters if placement == "continuous" else library.nearest
+    filters = library.head.filters if placement == "continuous" else library.nearest
     windowed, whole = (sum(rendered(source, each) for source in sources)
                        for each in (filters, lambda *at: whole_convolution(filters(*at))))
     gain = round(LEVEL - decibels(power(whole)), 3)

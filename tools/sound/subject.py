@@ -23,9 +23,6 @@ class FilterPair(ctypes.Structure):
     _fields_ = [("ear", ctypes.c_int32 * WINDOW * 2), ("gain", ctypes.c_uint32),
                 ("reserved", ctypes.c_uint32)]
 
-    def spectra(self):
-        return spectra_of(np.array(self.ear))
-
 
 class SelectedPair(ctypes.Structure):
     """hrtf_filter_pair"""
@@ -42,16 +39,39 @@ def spectra_of(words):
     return spectra
 
 
+class Head:
+    """Words of a head, which have to stay where they are, and their address as the library has it."""
+
+    def __init__(self, library, words, address):
+        self._library, self._words, self._address = library, words, address
+
+    def data(self):
+        return bytes(self._words)
+
+    def filters(self, azimuth, elevation):
+        """Of both ears: (2, 129)."""
+        pair = FilterPair()
+        self._library.call("earshot_head_filter", self._address, round(azimuth * DEGREE),
+                           round(elevation * DEGREE), ctypes.byref(pair))
+        return spectra_of(np.array(pair.ear))
+
+
 class Library:
     def __init__(self, path):
         self.calls = ctypes.CDLL(path)
         self.calls.earshot_head_builtin_size.restype = ctypes.c_size_t
         size = self.calls.earshot_head_builtin_size()
-        self._memory = (ctypes.c_uint32 * (size // 4))()
-        self._head = ctypes.c_void_p()
-        self.call("earshot_head_builtin", self._memory, ctypes.c_size_t(size),
-                  ctypes.byref(self._head))
+        self.head = self._head("earshot_head_builtin", (ctypes.c_uint32 * (size // 4))())
         self._tables = self._open_tables()
+
+    def _head(self, maker, words):
+        address = ctypes.c_void_p()
+        self.call(maker, words, ctypes.c_size_t(ctypes.sizeof(words)), ctypes.byref(address))
+        return Head(self, words, address)
+
+    def open_head(self, data):
+        words = (ctypes.c_uint32 * (len(data) // 4)).from_buffer_copy(data)
+        return self._head("earshot_head_open", words)
 
     def call(self, name, *arguments):
         status = self.calls[name](*arguments)
@@ -66,19 +86,6 @@ class Library:
                   ctypes.sizeof(memory))
         self._tables_memory = memory
         return instance
-
-    def head_bytes(self):
-        return bytes(self._memory)
-
-    def pair(self, azimuth, elevation):
-        """A continuous direction's filters, as the renderer takes them."""
-        pair = FilterPair()
-        self.call("earshot_head_filter", self._head, round(azimuth * DEGREE),
-                  round(elevation * DEGREE), ctypes.byref(pair))
-        return pair
-
-    def filters(self, azimuth, elevation):
-        return self.pair(azimuth, elevation).spectra()
 
     def nearest(self, azimuth, elevation):
         """The filters of the measured direction nearest to it."""
