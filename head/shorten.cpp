@@ -2,7 +2,10 @@
 #include <earshot/head.h>
 
 #include "fft/real.hpp"
-#include "kernel/memory.hpp"
+#include "head/gain.hpp"
+#include "kernel/saturate.hpp"
+
+#include <string.h>
 
 namespace earshot {
 namespace {
@@ -23,30 +26,7 @@ void keep_taps(s32 *filter) {
     rfft_of_shifted(samples, lowered, points, spectrum);
     spectrum[1] = spectrum[points];
     for (s32 i = 0; i < points; ++i)
-        filter[i] = static_cast<s32>(static_cast<u32>(spectrum[i]) << lowered);
-}
-
-u64 square_of(s32 re, s32 im) {
-    return static_cast<u64>(s64{re} * re) + static_cast<u64>(s64{im} * im);
-}
-
-u64 largest_square(const s32 *filter) {
-    u64 most = square_of(filter[0], 0);
-    const u64 nyquist = square_of(filter[1], 0);
-    if (nyquist > most) most = nyquist;
-    for (s32 i = 2; i < points; i += 2) {
-        const u64 square = square_of(filter[i], filter[i + 1]);
-        if (square > most) most = square;
-    }
-    return most;
-}
-
-// The square root, rounded up, bit by bit.
-u64 root(u64 square) {
-    u64 found = 0;
-    for (u64 bit = u64{1} << 31; bit != 0; bit >>= 1)
-        if ((found + bit) * (found + bit) < square) found += bit;
-    return found + 1;
+        filter[i] = shift_left_sat32(spectrum[i], lowered);
 }
 
 } // namespace
@@ -58,12 +38,12 @@ u32 earshot_head_shorten(earshot_filter_pair *pair) {
     using namespace earshot;
     if (pair == nullptr) return EARSHOT_BAD_MEMORY;
     u64 most = 0;
-    for (s32 *filter : pair->ear) {
+    for (auto &filter : pair->ear) {
         keep_taps(filter);
         const u64 square = largest_square(filter);
         if (square > most) most = square;
     }
-    pair->gain = static_cast<u32>((root(most) + 8191) >> 13); // from Q29 to Q16, up
+    pair->gain = least_bound(most);
     return EARSHOT_OK;
 }
 

@@ -265,8 +265,11 @@ class HeadTest(harness.ToolTest):
             self.assertEqual((result.returncode, result.stderr.count(b"\n")), (2, 1), result)
         self.assertEqual(os.listdir(), ["a.sofa"])
 
-    def test_the_measurement_is_not_replaced(self):
+    def test_nothing_is_done_for_nothing(self):
         name = self.regular()
+        self.write("file", b"")
+        self.fails(2, "file/report: Not a directory", "head", name, "-o", "x", "--report",
+                   "file/report")
         self.fails(2, name + ": is also an input and is not replaced; name another output", "head",
                    name, "-o", name)
 

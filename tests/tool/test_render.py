@@ -33,8 +33,9 @@ class Still(RenderTest):
         for azimuth, elevation in (30, 0), (91, 40), (179, -20), (12.6, 65):
             with self.subTest(azimuth=azimuth):
                 left, right = self.render("-s", f"in.wav@{azimuth},{elevation}")
-                self.assertEqual(self.render("-s", f"in.wav@-{azimuth},{elevation}"),
-                                 [right, left])
+                other = self.render("-s", f"in.wav@-{azimuth},{elevation}")
+                for ear, expected in zip(other, (right, left)):
+                    self.assertLess(distance(ear, expected), 400)  # weights have been rounded
                 if azimuth < 150:  # behind the head no ear has to be the louder one
                     self.assertGreater(sum(s * s for s in left), sum(s * s for s in right))
 
@@ -139,7 +140,7 @@ class Measured(RenderTest):
 
 class Continuous(RenderTest):
     def test_measured_directions_sound_as_measured(self):
-        """Within -34 dB: above 20 kHz and at their ends, responses are softened."""
+        """Within -22 dB, of white noise: above 16 kHz and at their ends, responses are softened."""
         directions = [(30, 0), (-75, 20), (180, -30), (0, 90), (144, 30)]
         pairs = filters(0, [q16(az % 360, el) for az, el in directions])
         for (azimuth, elevation), taps in zip(directions, pairs):
@@ -150,7 +151,7 @@ class Continuous(RenderTest):
                     ears = self.render("-s", f"in.wav@{azimuth},{elevation}", "--frame", frame)
                     expected = [convolve(mono, taps[ear]) for ear in (0, 1)]
                     error = sum((a - b) ** 2 for ear in (0, 1) for a, b in zip(ears[ear], expected[ear]))
-                    self.assertLess(error, sum(s * s for ear in expected for s in ear) * 10 ** -3.4)
+                    self.assertLess(error, sum(s * s for ear in expected for s in ear) * 10 ** -2.2)
 
     def test_turns_without_steps(self):
         """What four differences over two samples, which are loud around 12 kHz, leave of a low tone
