@@ -177,7 +177,7 @@ TEST(SceneStages, LevelsAreExact) {
  * and never a jump. */
 TEST(SceneStages, GainsRollOffWithoutAJump) {
     const auto gain = [](double distance, const scene_rolloff &rolloff) {
-        return rolled_off(static_cast<s32>(distance * q16), rolloff) / 32767.0;
+        return rolled_off(static_cast<s32>(distance * q16), rolloff) / 0x1p31;
     };
     for (const auto &[minimum, maximum] : {std::pair{1.0, 20.0},
                                            {0.25, 60.0},
@@ -229,7 +229,7 @@ TEST(SceneStages, GainsRamp) {
     EXPECT_NEAR(0.9 * level, out.front(), level / 200.0);
     EXPECT_NEAR(0.1 * level, out.back(), level / 200.0);
     EXPECT_LE(steepest, 3 * (level >> 15)); // the gain's smallest steps
-    EXPECT_LE(bend, level >> 15);
+    EXPECT_LE(bend, 4);
 }
 
 } // namespace
