@@ -11,7 +11,7 @@
 namespace preparation {
 namespace {
 
-constexpr double lattice = 15; // degrees
+constexpr int lattice = 15; // degrees
 
 // A direction lies in a hole where the nearest measured one is farther than this, or than so many
 // times the gaps of the measurement as they are.
@@ -89,24 +89,32 @@ std::vector<double> areas_of(const std::vector<triangle> &hull, const unit_vecto
     return areas;
 }
 
+std::vector<direction> lattice_of(int step) {
+    std::vector<direction> all;
+    for (int elevation = -90; elevation <= 90; elevation += step) {
+        const double around = 360 * std::cos(elevation * per_degree) / step;
+        const long count = std::max(1L, std::lround(around));
+        for (long n = 0; n < count; ++n) {
+            all.push_back({360.0 * static_cast<double>(n) / static_cast<double>(count),
+                           static_cast<double>(elevation)});
+        }
+    }
+    return all;
+}
+
 std::vector<direction> holes_between(const std::vector<triangle> &hull,
                                      const unit_vectors &vertices) {
     std::vector<double> gaps;
+    gaps.reserve(hull.size());
     for (const triangle &one : hull) gaps.push_back(radius_of(one, vertices));
     std::ranges::nth_element(gaps, gaps.begin() + static_cast<std::ptrdiff_t>(gaps.size() / 2));
     const double limit = std::max(smallest_hole, wider_than_gaps * gaps[gaps.size() / 2]);
     const double nearest = std::cos(limit * per_degree);
     std::vector<direction> holes;
-    for (double elevation = -90; elevation <= 90; elevation += lattice) {
-        const double around = 360 * std::cos(elevation * per_degree) / lattice;
-        const long count = std::max(1L, std::lround(around));
-        for (long n = 0; n < count; ++n) {
-            const direction where{360.0 * static_cast<double>(n) / static_cast<double>(count),
-                                  elevation};
-            const unit_vector at = vector_of(where);
-            if (std::ranges::none_of(vertices, [&](const auto &v) { return v.dot(at) > nearest; }))
-                holes.push_back(where);
-        }
+    for (direction where : lattice_of(lattice)) {
+        const unit_vector at = vector_of(where);
+        if (std::ranges::none_of(vertices, [&](const auto &v) { return v.dot(at) > nearest; }))
+            holes.push_back(where);
     }
     return holes;
 }

@@ -10,7 +10,11 @@ namespace preparation {
 // Each vertex's share of the sphere: a third of the solid angle of its triangles. They sum to 1.
 std::vector<double> areas_of(const std::vector<triangle> &hull, const unit_vectors &vertices);
 
-// Directions that fill the holes between measured ones: of a lattice that is its own mirror image,
+// Directions all around, on rings that are so many degrees apart, as are directions on a ring. Its
+// own mirror image; from below.
+std::vector<direction> lattice_of(int step);
+
+// Directions that fill the holes between measured ones: of a lattice,
 // those that are farther from all of them than the gaps of the measurement explain. From below.
 std::vector<direction> holes_between(const std::vector<triangle> &hull,
                                      const unit_vectors &vertices);

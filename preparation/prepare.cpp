@@ -39,7 +39,7 @@ constexpr double longest_delay = 63.9;
 // Nothing but the average over directions and ears of a fourth-order field is left to gain.
 constexpr int field_rounds = 60;
 // More directions tell a field of fourth order nothing new.
-constexpr double field_lattice = 6; // degrees
+constexpr int field_lattice = 6; // degrees
 constexpr std::size_t many_for_field = 1500;
 
 std::string in_text(const char *format, double value) {
@@ -196,6 +196,7 @@ class preparation_of_head {
         std::array<ear_filters, 2> ears;
         for_all(2, [&](std::size_t ear) {
             std::vector<spectrum> soft;
+            soft.reserve(count_);
             for (const signal &one : responses_[ear]) soft.push_back(softened(one));
             ear_filters &made = ears[ear];
             made.delays = solve_delays(soft, measured_.directions(), measured_hull_);
@@ -218,26 +219,21 @@ class preparation_of_head {
         std::iota(all.begin(), all.end(), 0);
         if (count_ <= many_for_field) return all;
         std::vector<std::size_t> some;
-        for (double elevation = -90; elevation <= 90; elevation += field_lattice) {
-            const double ring = std::cos(elevation * per_degree);
-            const long count = std::max(1L, std::lround(360 * ring / field_lattice));
-            for (long n = 0; n < count; ++n) {
-                const unit_vector at = vector_of(
-                    {360.0 * static_cast<double>(n) / static_cast<double>(count), elevation});
-                const std::size_t near = *std::ranges::max_element(
-                    all, {}, [&](std::size_t d) { return head_.vertices[d].dot(at); });
-                if (angle_between(head_.vertices[near], at) < field_lattice) some.push_back(near);
-            }
+        for (direction where : lattice_of(field_lattice)) {
+            const unit_vector at = vector_of(where);
+            const std::size_t near = *std::ranges::max_element(
+                all, {}, [&](std::size_t d) { return head_.vertices[d].dot(at); });
+            if (angle_between(head_.vertices[near], at) < field_lattice) some.push_back(near);
         }
         std::ranges::sort(some);
-        const auto repeated = std::ranges::unique(some);
-        some.erase(repeated.begin(), repeated.end());
+        some.erase(std::unique(some.begin(), some.end()), some.end());
         return some;
     }
 
     void make_field_filters() {
         const auto used = enough_directions();
         unit_vectors places;
+        places.reserve(used.size());
         for (std::size_t d : used) places.push_back(head_.vertices[d]);
         // Filled directions take their share of the sphere away from those at the rim.
         places.insert(places.end(), head_.vertices.begin() + static_cast<std::ptrdiff_t>(count_),

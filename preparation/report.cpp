@@ -36,9 +36,11 @@ std::vector<double> time_differences(const opened_head &head) {
     for (int azimuth = -180; azimuth <= 180; azimuth += azimuth_step)
         all.push_back(head.responses({static_cast<double>(azimuth), 0}));
     std::vector<const ear_pair *> set;
+    set.reserve(all.size());
     for (const ear_pair &one : all) set.push_back(&one);
     const time_difference measure(set, std::vector<double>(set.size(), 1), table_rate);
     std::vector<double> result;
+    result.reserve(all.size());
     for (const ear_pair &one : all) result.push_back(1e6 * measure(one));
     return result;
 }

@@ -197,7 +197,7 @@ class growing_hull {
     std::vector<triangle> finished() {
         std::erase_if(faces_, [](const face &one) { return one.gone; });
         for (face &one : faces_) {
-            std::ranges::rotate(one.vertex, std::ranges::min_element(one.vertex));
+            std::rotate(one.vertex.begin(), std::ranges::min_element(one.vertex), one.vertex.end());
         }
         std::ranges::sort(faces_, {}, &face::vertex);
         link_again();

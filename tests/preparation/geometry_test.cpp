@@ -20,11 +20,13 @@ struct named_directions {
 };
 
 // Rings of equally many directions: four neighbours lie on one circle, and so does a whole ring.
-unit_vectors rings(double step, double lowest, double highest) {
+unit_vectors rings(int step, int lowest, int highest) {
     unit_vectors all;
-    for (double elevation = lowest; elevation <= highest; elevation += step) {
-        for (double azimuth = 0; azimuth < 360; azimuth += step)
-            all.push_back(vector_of({azimuth, elevation}));
+    for (int elevation = lowest; elevation <= highest; elevation += step) {
+        for (int azimuth = 0; azimuth < 360; azimuth += step) {
+            all.push_back(
+                vector_of({static_cast<double>(azimuth), static_cast<double>(elevation)}));
+        }
     }
     return all;
 }

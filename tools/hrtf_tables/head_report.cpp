@@ -55,6 +55,7 @@ checkerboard read_board(const std::string &directory) {
 
 unit_vectors vectors_of(const std::vector<known> &all) {
     unit_vectors result;
+    result.reserve(all.size());
     for (const known &one : all) result.push_back(vector_of(one.where));
     return result;
 }
@@ -71,6 +72,7 @@ head_words make_head(const std::vector<known> &kept) {
     head.ears.resize(head.vertices.size());
     for (std::size_t ear : {left, right}) {
         std::vector<spectrum> soft;
+        soft.reserve(kept.size());
         for (const known &one : kept) soft.push_back(softened(one.ears[ear]));
         ear_filters made{{}, solve_delays(soft, measured, hull)};
         for (std::size_t v = 0; v < kept.size(); ++v)
@@ -148,6 +150,7 @@ bool report(const checkerboard &board) {
         return later(board.kept[static_cast<std::size_t>(found - kept.begin())].ears);
     };
     std::vector<const ear_pair *> all;
+    all.reserve(board.left_out.size());
     for (const known &one : board.left_out) all.push_back(&one.ears);
     const time_difference times(all, std::vector<double>(all.size(), 1), table_rate);
 

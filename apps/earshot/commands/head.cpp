@@ -83,7 +83,8 @@ void make_head(const head_command_options &options) {
     output_file output(options.output);
     if (!options.report.empty()) make_directory(options.report);
     const preparation::prepared_head head = prepare_sofa(options.input, sofa, options.head);
-    for (const std::string &note : head.notes) out.note(input + ": " + note);
+    const std::string about = input + ": ";
+    for (const std::string &note : head.notes) out.note(about + note);
     write_all(output, head.words.data(), head.words.size() * sizeof(u32));
     if (!options.report.empty()) report(out, head, options.report);
     out.detail(output.name() + ": " + counted(head.report.measured, "direction") + " measured, " +
