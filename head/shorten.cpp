@@ -25,8 +25,7 @@ void keep_taps(s32 *filter) {
     memset(samples + taps, 0, taps * sizeof *samples);
     rfft_of_shifted(samples, lowered, points, spectrum);
     spectrum[1] = spectrum[points];
-    for (s32 i = 0; i < points; ++i)
-        filter[i] = shift_left_sat32(spectrum[i], lowered);
+    for (s32 i = 0; i < points; ++i) filter[i] = shift_left_sat32(spectrum[i], lowered);
 }
 
 } // namespace

@@ -43,8 +43,8 @@
 //     filter<q>              of bins by gains in Qq, 28 to 32, 29 where no q is told: the 64-bit
 //                            sums of products, wrapping, rounded half up to bit q, of which 32 bits
 //                            are kept; here by gains of any Q as well, below 0 and beyond 64
-//     pack                   lanes of two s16 each: the low half of a lane of the first, that of the
-//                            second above it
+//     pack                   lanes of two s16 each: the low half of a lane of the first, above it
+//                            that of the second
 //     pairs, load_pairs      width complex words whose parts are two s16 each, as pack makes them
 //     factors, splat_factors such a word of two s16 for all lanes
 //     dot, add_dot           first s16 times first s16 plus second times second of every part, as

@@ -26,8 +26,8 @@
  *
  * Before a sound begins and after its end the windows hold zeros; frames are wanted until the
  * responses have rung out, 139 or 127 samples after the end. A frame of 96 with lead 140 needs 20
- * samples beyond its own, one of 128 with lead 128 none. Windows overlap, and a sample has to be the
- * same in all that it is part of: gains belong before the windows.
+ * samples beyond its own, one of 128 with lead 128 none. Windows overlap, and a sample has to be
+ * the same in all that it is part of: gains belong before the windows.
  *
  * Filters. A source has those that it was given last. A pair is the caller's memory, and is read in
  * every frame for as long as a source has it: give a source new filters in another pair, not by
@@ -82,8 +82,8 @@
  * frames of 128 with lead 128.
  *
  * Memory. An instance is one block of the caller's memory and has all that it needs inside; it
- * cannot be moved or copied, and there is nothing to tear down. Silent windows cost next to nothing.
- * One thread at a time may use an instance, different ones are independent.
+ * cannot be moved or copied, and there is nothing to tear down. Silent windows cost next to
+ * nothing. One thread at a time may use an instance, different ones are independent.
  *
  * Status: 0 done; 2 a value out of its range; 3 missing pointer or too little memory. What is
  * refused writes nothing.
@@ -124,9 +124,9 @@ EARSHOT_API u32 earshot_binaural_init(earshot_binaural **renderer,
 EARSHOT_API u32 earshot_binaural_set(earshot_binaural *renderer, u32 source,
                                      const earshot_filter_pair *pair);
 
-/* A fixed headroom of so many bits (0 to 22) instead of one that follows, as hrtf.h's guard bits are:
- * all windows are shifted by 9 bits more than that, and sums can wrap. -1: follows again. Renderer
- * null: 3; out of range: 2. */
+/* A fixed headroom of so many bits (0 to 22) instead of one that follows, as hrtf.h's guard bits
+ * are: all windows are shifted by 9 bits more than that, and sums can wrap. -1: follows again.
+ * Renderer null: 3; out of range: 2. */
 EARSHOT_API u32 earshot_binaural_fix_headroom(earshot_binaural *renderer, s32 bits);
 
 /*
@@ -137,7 +137,8 @@ EARSHOT_API u32 earshot_binaural_fix_headroom(earshot_binaural *renderer, s32 bi
 EARSHOT_API u32 earshot_binaural_process(earshot_binaural *renderer, const s32 *const *windows,
                                          s32 *ears, s32 *exponent);
 
-/* Frames so far in which a fixed headroom was less than what the bound asks for. Renderer null: 0. */
+/* Frames so far in which a fixed headroom was less than what the bound asks for. Renderer null: 0.
+ */
 EARSHOT_API u64 earshot_binaural_unsafe_frames(const earshot_binaural *renderer);
 
 EARSHOT_END_C

@@ -36,8 +36,9 @@ class head_engine : public following_engine {
 
     shared_head head_;
     std::vector<placement> sources_;
-    // Two for every source: a frame fades from the one to the other.
-    std::vector<std::array<earshot_filter_pair, 2>> filters_;
+    // Two for every source: a frame fades from the one to the other. Whole lines of a cache.
+    struct alignas(64) aligned_pair : earshot_filter_pair {};
+    std::vector<std::array<aligned_pair, 2>> filters_;
 };
 
 } // namespace earshot_scene
