@@ -179,8 +179,10 @@ def cost(subject):
         return {"64 sources": name, "now": statistics.median(ratios),
                 "wanted": wanted, "instructions": counts[numerator] / counts[denominator]}
 
-    return [row("moving over still, before", 2, 0, ""), row("moving over still", 3, 1, "at most 1.6"),
-            row("moving over still before", 3, 0, ""), row("still, over before", 1, 0, ""), row("moving, over before", 3, 2, "")]
+    return [row("moving over still, before", 2, 0, ""),
+            row("moving over still", 3, 1, "at most 1.6"),
+            row("moving over still before", 3, 0, ""),
+            row("still, over before", 1, 0, ""), row("moving, over before", 3, 2, "")]
 
 
 def headroom(subject):
