@@ -132,7 +132,9 @@ class error_meter {
             for (u32 end : {0u, 1u}) {
                 signal &window = mixed[end ? r.to[s] : r.from[s]][end];
                 window.resize(n);
-                for (u32 i = 0; i < n; ++i) window[i] += r.input[s][i];
+                /* A copy, for an emulator of vector code reads beyond what it converts. */
+                const std::vector<s32> samples(r.input[s], r.input[s] + n);
+                for (u32 i = 0; i < n; ++i) window[i] += samples[i];
             }
         const u32 length = r.config.frame_length;
         for (u32 i = (length - 1) % 7; i < length; i += 7)
