@@ -20,7 +20,9 @@ void print_gain(double distance, u32 model, double minimum, double maximum) {
 
 int main() {
     std::puts("metres,inverse,inverse_from_4,linear,none");
-    for (double distance = 0.5; distance < 70; distance *= 1.0005) {
+    constexpr int steps_to_double = 1400;
+    for (int step = -steps_to_double; step < 6.13 * steps_to_double; ++step) { // 0.5 to 70 m
+        const double distance = std::exp2(double{1} * step / steps_to_double);
         std::printf("%.4f", distance);
         print_gain(distance, ROLLOFF_INVERSE, 1, 60);
         print_gain(distance, ROLLOFF_INVERSE, 4, 60);

@@ -39,7 +39,8 @@ shared_head prepare(const std::string &path, const std::string &sofa, const cons
     const auto begin = std::chrono::steady_clock::now();
     preparation::prepared_head made = prepare_sofa(path, sofa, {});
     const std::chrono::duration<double> taken = std::chrono::steady_clock::now() - begin;
-    for (const std::string &note : made.notes) out.note(path + ": " + note);
+    const std::string about = path + ": ";
+    for (const std::string &note : made.notes) out.note(about + note);
     char seconds[32];
     std::snprintf(seconds, sizeof seconds, "%.1f", taken.count());
     out.note(path + ": prepared in " + seconds +
