@@ -1,10 +1,7 @@
 // The renderer whose headroom follows the signal: sources that stand beside hrtf.h's two ends, and
 // sources whose filters change with every frame beside those that stand. The reference runs at the
 // best instruction set of the processor.
-#if defined(EARSHOT_BENCH_FFTW)
-#include "yardstick.hpp"
-#endif
-#include "scene.hpp"
+#include "frames.hpp"
 
 #include <earshot/binaural.h>
 #include <earshot/hrtf.h>
@@ -73,34 +70,9 @@ class binaural_renderer {
 };
 
 // Of moving sources the last samples: there both kinds of fades are over.
-template <class Renderer> buffer<double> samples_of_frames(const scene &s) {
-    Renderer r(s);
-    buffer<double> samples;
-    for (unsigned frame = 0; frame < 3; ++frame) {
-        r.render_frame();
-        for (unsigned ear = 0; ear < 2; ++ear) {
-            const buffer<double> part = converted<double>(r.output(ear));
-            samples.insert(samples.end(), s.moving ? part.end() - 1 : part.begin(), part.end());
-        }
-    }
-    return samples;
-}
-
 contestant contestant_of(const std::string &name, const scene &s) {
-    const auto r = std::make_shared<binaural_renderer>(s);
-    contestant c;
-    c.name = name;
-    c.run = [=](unsigned calls) {
-        for (unsigned i = 0; i < calls; ++i) r->render_frame();
-    };
-#if defined(EARSHOT_BENCH_FFTW)
-    c.check = [=] {
-        compare(samples_of_frames<binaural_renderer>(s), 1, samples_of_frames<yardstick>(s));
-    };
-#else
-    c.check = [] {}; // nothing to compare with
-#endif
-    return c;
+    return contestant_of<binaural_renderer>(name, s,
+                                            s.moving ? compared::last_sample : compared::all);
 }
 
 bench_case case_of(const char *name, const scene &s, const std::function<contestant()> &beside) {

@@ -1,8 +1,5 @@
 // The binaural renderer, whole frames: front end and back end. Beside it the float yardstick.
-#if defined(EARSHOT_BENCH_FFTW)
-#include "yardstick.hpp"
-#endif
-#include "scene.hpp"
+#include "frames.hpp"
 
 #include <earshot/hrtf.h>
 
@@ -84,35 +81,6 @@ class renderer {
     hrtf_filt_front_instance *front_ = nullptr;
     hrtf_filt_back_instance *back_ = nullptr;
 };
-
-// Frames enough for a crossfade to be among them.
-template <class Renderer> buffer<double> samples_of_frames(const scene &s) {
-    Renderer r(s);
-    buffer<double> samples;
-    for (unsigned frame = 0; frame < 3; ++frame) {
-        r.render_frame();
-        for (unsigned ear = 0; ear < 2; ++ear) {
-            const buffer<double> part = converted<double>(r.output(ear));
-            samples.insert(samples.end(), part.begin(), part.end());
-        }
-    }
-    return samples;
-}
-
-template <class Renderer> contestant contestant_of(const std::string &name, const scene &s) {
-    const auto r = std::make_shared<Renderer>(s);
-    contestant c;
-    c.name = name;
-    c.run = [=](unsigned calls) {
-        for (unsigned i = 0; i < calls; ++i) r->render_frame();
-    };
-#if defined(EARSHOT_BENCH_FFTW)
-    c.check = [=] { compare(samples_of_frames<Renderer>(s), 1, samples_of_frames<yardstick>(s)); };
-#else
-    c.check = [] {}; // nothing to compare with
-#endif
-    return c;
-}
 
 bench_case case_of(const std::string &name, const scene &s, const char *unit, double factor) {
     const auto enlist = [=] {

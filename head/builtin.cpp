@@ -6,9 +6,9 @@
 //     u32 [fillers][256]        the words of the other records
 //
 // Head and ears are their own mirror image: the right ear of a vertex is the left one opposite.
-#include "fft/real.hpp"
 #include "head/checksum.hpp"
 #include "head/gain.hpp"
+#include "head/response.hpp"
 #include "head/sections.hpp"
 #include "hrtf/tables.hpp"
 #include "math/trigonometry.hpp"
@@ -20,7 +20,7 @@ extern "C" __attribute__((visibility("hidden"))) const unsigned char earshot_hea
 namespace earshot {
 namespace {
 
-constexpr s32 points = 256, taps = 128;
+constexpr s32 points = filter_words, taps = 128;
 constexpr u32 quarter = 1u << 30; // of a turn
 
 s32 cosine(u32 angle) { return sine_of_turns(angle + quarter); }
@@ -64,17 +64,10 @@ s64 weight_of(u32 bin) {
     return rounded_shift(whole * ((s64{1} << 31) - window), 31);
 }
 
-// Taps add up, without their signs, to less than 8 in Q29: three bits less are room enough.
-constexpr s32 lowered = 3, spectrum_q = 29 - lowered;
-
 void make_record(s32 *record, const s32 *filter, u32 delay) {
-    s32 spectrum[points + 2], samples[points];
-    memcpy(spectrum, filter, points * sizeof *filter);
-    spectrum[points] = spectrum[1];
-    spectrum[1] = spectrum[points + 1] = 0;
-    rifft_32x32_scaled(spectrum, points, samples);
-    fade_ends(samples);
-    rfft_of_shifted(samples, lowered, points, spectrum);
+    constexpr s32 spectrum_q = 29 - response_lowered;
+    s32 spectrum[filter_words + 2];
+    change_response(filter, spectrum, fade_ends);
     for (u32 bin = 0; bin < taps; ++bin) {
         const s64 re = spectrum[2 * bin], im = spectrum[2 * bin + 1];
         const u32 turn = bin * (delay << 8); // ahead by the delay; Q16 of 256 samples
@@ -90,14 +83,8 @@ void make_record(s32 *record, const s32 *filter, u32 delay) {
 }
 
 void make_channel(earshot_filter_pair &pair, const s32 *azimuth_record) {
-    u64 square = 0;
-    for (auto &filter : pair.ear) {
-        memcpy(filter, azimuth_record, sizeof filter);
-        azimuth_record += filter_words;
-        const u64 largest = largest_square(filter);
-        if (largest > square) square = largest;
-    }
-    pair.gain = least_bound(square);
+    memcpy(pair.ear, azimuth_record, sizeof pair.ear);
+    pair.gain = least_gain(pair);
     pair.reserved = 0;
 }
 

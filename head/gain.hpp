@@ -33,6 +33,12 @@ inline u32 least_bound(u64 square) {
     return square == 0 ? 0 : below + 1;
 }
 
+// The least gain of a pair.
+inline u32 least_gain(const earshot_filter_pair &pair) {
+    const u64 first = largest_square(pair.ear[0]), second = largest_square(pair.ear[1]);
+    return least_bound(first > second ? first : second);
+}
+
 } // namespace earshot
 
 #endif

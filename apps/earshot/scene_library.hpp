@@ -5,6 +5,7 @@
 #include "scene/description/quote.hpp"
 #include "scene/rendering/fixed_point.hpp"
 #include "scene/rendering/frame_source.hpp"
+#include "scene/rendering/library_memory.hpp"
 #include "scene/rendering/library_status.hpp"
 
 namespace earshot_tool {

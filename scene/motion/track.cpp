@@ -14,13 +14,6 @@ bool points_away(const quaternion &a, const quaternion &b) {
 
 constexpr s32 negated(s32 x) { return x == INT32_MIN ? INT32_MAX : -x; }
 
-// The same turn by half a turn at most. Half a turn keeps its sign.
-constexpr s64 shorter(s64 turn_q16) {
-    constexpr s64 half = whole_turn / 2;
-    const s64 rest = turn_q16 % whole_turn;
-    return rest > half ? rest - whole_turn : rest < -half ? rest + whole_turn : rest;
-}
-
 } // namespace
 
 // The product can be wider than 64 bits: the upper half of the way is divided first, and what that

@@ -16,6 +16,13 @@ struct way {
 // a + (b - a) part / whole, rounded half up.
 s32 between(s32 a, s32 b, const way &way);
 
+// The same turn, degrees in Q16, by half a turn at most. Half a turn keeps its sign.
+constexpr s64 shorter(s64 turn) {
+    constexpr s64 half = whole_turn / 2;
+    const s64 rest = turn % whole_turn;
+    return rest > half ? rest - whole_turn : rest < -half ? rest + whole_turn : rest;
+}
+
 // Degrees, Q16, from a the shorter way round to b, or to what is b but for whole turns. Two angles
 // half a turn apart are joined the way their numbers go: from 0 to 180 over 90, back over 90 again.
 s32 between_angles(s32 a, s32 b, const way &way);

@@ -15,6 +15,7 @@ namespace earshot_scene {
 
 inline constexpr std::size_t window_length = 256;
 inline constexpr std::size_t filter_taps = 128;
+inline constexpr std::size_t longest_frame = 128; // where no filter ever changes
 inline constexpr std::size_t most_sources = 4096;
 inline constexpr int binaural_rate = 48000; // Hz
 

@@ -4,17 +4,8 @@
 
 namespace earshot_scene {
 
-namespace {
-
-std::vector<std::max_align_t> memory_of(std::size_t bytes) {
-    return std::vector<std::max_align_t>(bytes / sizeof(std::max_align_t) + 1);
-}
-
-} // namespace
-
 shared_head builtin_head() {
-    const auto memory =
-        std::make_shared<std::vector<std::max_align_t>>(memory_of(earshot_head_builtin_size()));
+    const auto memory = std::make_shared<library_memory>(memory_of(earshot_head_builtin_size()));
     const earshot_head *head = nullptr;
     require(earshot_head_builtin(memory->data(), earshot_head_builtin_size(), &head),
             "earshot_head_builtin");

@@ -8,6 +8,7 @@
 #include <earshot/binaural.h>
 
 #include "scene/rendering/binaural_engine.hpp"
+#include "scene/rendering/library_memory.hpp"
 
 namespace earshot_scene {
 
@@ -31,7 +32,7 @@ class following_engine : public binaural_engine {
 
   private:
     std::optional<int> guard_;
-    std::vector<std::max_align_t> memory_;
+    library_memory memory_;
     earshot_binaural *renderer_ = nullptr;
 };
 

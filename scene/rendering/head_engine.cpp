@@ -13,18 +13,9 @@ namespace earshot_scene {
 
 namespace {
 
-constexpr std::size_t longest_frame = 128;
 constexpr int glide_frames = 5;
 // What goes farther in a frame of 2 ms has jumped: 5000 degrees a second.
 constexpr s64 longest_step = 10 << 16;
-
-// Degrees, Q16: the shorter way from a to b.
-s64 way_round(s32 a, s32 b) {
-    const s64 rest = (s64{b} - a) % whole_turn;
-    return rest > whole_turn / 2    ? rest - whole_turn
-           : rest < -whole_turn / 2 ? rest + whole_turn
-                                    : rest;
-}
 
 // Close to the poles a long way round is a short one.
 s64 cosine_q31(s32 elevation) {
@@ -56,7 +47,7 @@ void head_engine::place(std::size_t source, s32 azimuth, s32 elevation) {
         p.frames_left = 1;
     } else {
         // What has gone as fast before is only fast.
-        const s64 turn = way_round(p.target_azimuth, azimuth);
+        const s64 turn = shorter(s64{azimuth} - p.target_azimuth);
         const s64 rise = s64{elevation} - p.target_elevation;
         const bool jumps = is_long(turn, rise, elevation) &&
                            is_long(turn - p.last_turn, rise - p.last_rise, elevation);

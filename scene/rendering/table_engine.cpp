@@ -10,10 +10,6 @@ namespace {
 
 constexpr u32 bins = window_length / 2 + 1;
 
-void allocate(std::vector<std::max_align_t> &memory, u32 bytes) {
-    memory.resize(bytes / sizeof(std::max_align_t) + 1);
-}
-
 } // namespace
 
 table_engine::table_engine(filter_tables tables, std::size_t sources, std::size_t frame_length,
@@ -29,8 +25,8 @@ void table_engine::make_front(filter_tables tables, u32 sources) {
     const hrtf_filt_front_config config{static_cast<u32>(tables), binaural_rate, sources, 0, 0};
     hrtf_requirement need{};
     require(hrtf_filt_front_get_req(0, &need, 1, &config), "hrtf_filt_front_get_req");
-    allocate(front_memory_, need.static_size);
-    allocate(front_scratch_, need.scratch_size);
+    front_memory_ = memory_of(need.static_size);
+    front_scratch_ = memory_of(need.scratch_size);
     require(hrtf_filt_front_init(&front_, 1, &config, front_memory_.data(), need.static_size),
             "hrtf_filt_front_init");
     require(hrtf_filt_front_scratch_get_init(front_, &config, front_scratch_.data(), 1),
@@ -41,8 +37,8 @@ void table_engine::make_back(u32 frame_length) {
     const hrtf_filt_back_config config{1, frame_length, window_length, 0, 4, 1};
     hrtf_requirement need{};
     require(hrtf_filt_back_get_req(0, &need, 1, &config), "hrtf_filt_back_get_req");
-    allocate(back_memory_, need.static_size);
-    allocate(back_scratch_, need.scratch_size);
+    back_memory_ = memory_of(need.static_size);
+    back_scratch_ = memory_of(need.scratch_size);
     require(hrtf_filt_back_init(&back_, 1, &config, back_memory_.data(), need.static_size),
             "hrtf_filt_back_init");
     require(hrtf_filt_back_scratch_get_init(back_, &config, back_scratch_.data(), 1),

@@ -12,6 +12,7 @@
 #include <earshot/hrtf.h>
 
 #include "scene/rendering/binaural_engine.hpp"
+#include "scene/rendering/library_memory.hpp"
 
 namespace earshot_scene {
 
@@ -61,10 +62,10 @@ class table_engine : public binaural_engine {
     bool started_ = false;
     bool changed_ = false;
     u64 unsafe_frames_ = 0;
-    std::vector<std::max_align_t> front_memory_;
-    std::vector<std::max_align_t> back_memory_;
-    std::vector<std::max_align_t> front_scratch_;
-    std::vector<std::max_align_t> back_scratch_;
+    library_memory front_memory_;
+    library_memory back_memory_;
+    library_memory front_scratch_;
+    library_memory back_scratch_;
     hrtf_filt_front_instance *front_ = nullptr;
     hrtf_filt_back_instance *back_ = nullptr;
     std::vector<s32> spectra_; // of both ears

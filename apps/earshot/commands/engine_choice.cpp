@@ -9,8 +9,6 @@ namespace earshot_tool {
 
 namespace {
 
-constexpr std::size_t field_frame = 128;
-
 listening_head chosen_head(const head_options &options, const console &out) {
     if (!options.measured) return load_head(options.head, out);
     if (!options.head.empty())
@@ -68,7 +66,7 @@ std::unique_ptr<binaural_engine> engine_choice::for_field(std::size_t channels,
     if (!guard.fixed || !builtin_)
         return std::make_unique<field_engine>(head_.head, channels, guard.fixed);
     auto engine = std::make_unique<table_engine>(filter_tables::field_channels, channels,
-                                                 field_frame, *guard.fixed);
+                                                 longest_frame, *guard.fixed);
     for (std::size_t k = 0; k < channels; ++k) engine->place(k, static_cast<s32>(k << 16), 0);
     return engine;
 }

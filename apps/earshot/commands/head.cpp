@@ -11,6 +11,7 @@
 #include <unistd.h>
 
 #include "audio/output_file.hpp"
+#include "audio/sample_writer.hpp"
 #include "commands/commands.hpp"
 #include "error.hpp"
 #include "heads/listening_head.hpp"
@@ -27,15 +28,9 @@ struct head_command_options {
     verbosity talk;
 };
 
-void write_all(output_file &file, const void *data, std::size_t size) {
-    const auto *bytes = static_cast<const char *>(data);
-    while (size != 0) {
-        const ssize_t written = write(file.descriptor(), bytes, size);
-        if (written < 0 && errno == EINTR) continue;
-        if (written < 0) throw processing_error(file.name(), system_cause(errno));
-        bytes += written;
-        size -= static_cast<std::size_t>(written);
-    }
+void complete(output_file &file, const void *data, std::size_t size) {
+    if (const int error = write_all(file.descriptor(), data, size))
+        throw processing_error(file.name(), system_cause(error));
     file.commit();
 }
 
@@ -68,7 +63,7 @@ void report(const console &out, const preparation::prepared_head &head,
             const std::string &directory) {
     for (const auto &file : preparation::write_report(head)) {
         output_file target((std::filesystem::path(directory) / file.name).string());
-        write_all(target, file.text.data(), file.text.size());
+        complete(target, file.text.data(), file.text.size());
     }
     if (!draw(directory))
         out.note(directory + ": no pictures, for gnuplot is not installed or failed; " +
@@ -85,7 +80,7 @@ void make_head(const head_command_options &options) {
     const preparation::prepared_head head = prepare_sofa(options.input, sofa, options.head);
     const std::string about = input + ": ";
     for (const std::string &note : head.notes) out.note(about + note);
-    write_all(output, head.words.data(), head.words.size() * sizeof(u32));
+    complete(output, head.words.data(), head.words.size() * sizeof(u32));
     if (!options.report.empty()) report(out, head, options.report);
     out.detail(output.name() + ": " + counted(head.report.measured, "direction") + " measured, " +
                std::to_string(head.report.directions.size() - head.report.measured) + " filled");

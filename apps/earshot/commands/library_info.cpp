@@ -8,6 +8,7 @@
 
 #include "console.hpp"
 #include "heads/listening_head.hpp"
+#include "scene_library.hpp"
 
 namespace earshot_tool {
 
@@ -29,7 +30,7 @@ std::string version_text(u32 version) {
 
 // Asked of a live instance, as a program would.
 std::string effect_version(const hoa_effect_config &config, u32 static_size) {
-    std::vector<std::max_align_t> memory(static_size / sizeof(std::max_align_t) + 1);
+    library_memory memory = memory_of(static_size);
     hoa_effect_state *effect = nullptr;
     u32 words[2] = {0, 0};
     if (hoa_effect_init(&effect, 1, &config, sizeof config, memory.data(), static_size) !=

@@ -12,7 +12,7 @@ field_rotator::field_rotator(int width) : width_(width), planes_(channel_count *
     hoa_effect_requirement need{};
     require(hoa_effect_get_req(0, &need, sizeof need, 1, &config, sizeof config),
             "hoa_effect_get_req");
-    memory_.resize(need.static_size / sizeof(std::max_align_t) + 1);
+    memory_ = memory_of(need.static_size);
     require(hoa_effect_init(&effect_, 1, &config, sizeof config, memory_.data(), need.static_size),
             "hoa_effect_init");
 }

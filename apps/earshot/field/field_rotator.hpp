@@ -8,6 +8,7 @@
 #include <earshot/hoa_effect.h>
 
 #include "field/channel_layout.hpp"
+#include "scene_library.hpp"
 
 namespace earshot_tool {
 
@@ -50,7 +51,7 @@ class field_rotator {
                        std::size_t frames);
 
     int width_;
-    std::vector<std::max_align_t> memory_;
+    library_memory memory_;
     hoa_effect_state *effect_ = nullptr;
     std::vector<s32> planes_; // four channels of a block, as s32 or s16
     u64 clipped_ = 0;
