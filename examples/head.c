@@ -64,7 +64,7 @@ static s32 sound(int time) {
     u32 noise = ((u32)time + 1) * 2654435761u;
     if (time < 0 || time >= LENGTH) return 0;
     noise = (noise ^ noise >> 15) * 2246822519u;
-    return (s32)((noise ^ noise >> 13) >> 1) * 2 - INT32_MAX;
+    return (s32)((s64)(noise ^ noise >> 13) + INT32_MIN);
 }
 
 int main(int argc, char **argv) {
