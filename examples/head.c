@@ -16,25 +16,27 @@
 #define LEAD EARSHOT_HEAD_LEAD
 #define FRAME EARSHOT_HEAD_FRAME
 
-/* What malloc gives has the alignment that heads and renderers need. */
+/* Where they lie. What malloc gives has the alignment that heads and renderers need. */
+static void *head_memory, *renderer_memory;
+
 static const earshot_head *builtin_head(void) {
     const size_t size = earshot_head_builtin_size();
-    void *const memory = malloc(size);
     const earshot_head *head = NULL;
-    if (memory != NULL) earshot_head_builtin(memory, size, &head);
+    head_memory = malloc(size);
+    if (head_memory != NULL) earshot_head_builtin(head_memory, size, &head);
     return head;
 }
 
 static const earshot_head *head_of(const char *path) {
     FILE *const file = fopen(path, "rb");
     const earshot_head *head = NULL;
-    void *memory = NULL;
     long size = 0;
     if (file == NULL) return NULL;
-    if (fseek(file, 0, SEEK_END) == 0 && (size = ftell(file)) > 0) memory = malloc((size_t)size);
+    if (fseek(file, 0, SEEK_END) == 0 && (size = ftell(file)) > 0)
+        head_memory = malloc((size_t)size);
     rewind(file);
-    if (memory != NULL && fread(memory, 1, (size_t)size, file) == (size_t)size)
-        earshot_head_open(memory, (size_t)size, &head);
+    if (head_memory != NULL && fread(head_memory, 1, (size_t)size, file) == (size_t)size)
+        earshot_head_open(head_memory, (size_t)size, &head);
     fclose(file);
     return head;
 }
@@ -43,10 +45,9 @@ static earshot_binaural *make_renderer(void) {
     const earshot_binaural_config config = {1, FRAME, LEAD};
     earshot_binaural *renderer = NULL;
     size_t size;
-    void *memory;
     if (earshot_binaural_get_size(&config, &size) != EARSHOT_OK) return NULL;
-    memory = malloc(size);
-    if (memory != NULL) earshot_binaural_init(&renderer, &config, memory, size);
+    renderer_memory = malloc(size);
+    if (renderer_memory != NULL) earshot_binaural_init(&renderer, &config, renderer_memory, size);
     return renderer;
 }
 
@@ -90,5 +91,7 @@ int main(int argc, char **argv) {
     for (i = 0; i < 4; ++i)
         printf("azimuth %3d to %3d: the left ear has %.3f times the power of the right one\n",
                90 * i, 90 * (i + 1), power[i][0] / power[i][1]);
+    free(renderer_memory);
+    free(head_memory);
     return 0;
 }
