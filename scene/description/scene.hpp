@@ -45,6 +45,9 @@ struct direction {
     bool operator==(const direction &) const = default;
 };
 
+// From no direction at all: both ears hear it alike, whichever way the listener turns.
+struct everywhere {};
+
 // The turns that take a listener who looks to the front into an orientation, each about the
 // listener's own axes as the turns before have left them: yaw to the left, then pitch upwards, then
 // roll to the right (right ear down). Degrees, Q16.
@@ -97,7 +100,7 @@ struct scene_source {
     bool dc_block = false;
     // A source at a direction is at no particular distance: it turns with the listener's head and
     // does not change when the listener walks, and it has no roll-off.
-    std::variant<track<position>, track<direction>> place = track<direction>(1);
+    std::variant<track<position>, track<direction>, everywhere> place = track<direction>(1);
     std::optional<scene_rolloff> rolloff;
 };
 

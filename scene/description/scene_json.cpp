@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 #include "scene/description/quote.hpp"
 #include "scene/description/scene_table.hpp"
@@ -123,7 +124,8 @@ void read_place(const json_place &place, const csv_loader &load, scene_source &s
     else if (key == "direction")
         source.place = constant<direction>(value);
     else
-        source.place = either_track<position, direction>(value, load);
+        std::visit([&source](auto rows) { source.place = std::move(rows); },
+                   either_track<position, direction>(value, load));
     if (const auto rolloff = place.find("rolloff")) {
         source.rolloff = read_rolloff(*rolloff);
         if (std::holds_alternative<track<direction>>(source.place))

@@ -10,6 +10,7 @@
 #include <earshot/types.h>
 
 #include "scene/rendering/fixed_point.hpp"
+#include "scene/rendering/source_placer.hpp"
 
 namespace earshot_scene {
 
@@ -19,9 +20,8 @@ inline constexpr std::size_t longest_frame = 128; // where no filter ever change
 inline constexpr std::size_t most_sources = 4096;
 inline constexpr int binaural_rate = 48000; // Hz
 
-class binaural_engine {
+class binaural_engine : public source_placer {
   public:
-    virtual ~binaural_engine() = default;
     // The library's instances point into memory of these objects.
     binaural_engine(const binaural_engine &) = delete;
     binaural_engine &operator=(const binaural_engine &) = delete;
@@ -30,14 +30,8 @@ class binaural_engine {
     std::size_t frame_length() const { return shape_.frame_length; }
     std::size_t lead() const { return shape_.lead; } // samples of a window before the frame
     // Whether every direction has filters of its own.
-    bool is_continuous() const { return shape_.continuous; }
-    // Samples after a frame's beginning at which a source is where it has been placed for it: what
-    // is continuous is on its way there all along the frame.
-    std::size_t placed_at() const { return is_continuous() ? frame_length() : 0; }
-
-    // Direction of a source for the next frame, degrees in Q16; every source needs one before the
-    // first frame.
-    virtual void place(std::size_t source, s32 azimuth, s32 elevation) = 0;
+    bool is_continuous() const override { return shape_.continuous; }
+    std::size_t placed_at() const override { return is_continuous() ? frame_length() : 0; }
 
     // What has to be done to a source's samples, Q31, before they get here.
     virtual sample_lowering lowering() const { return {}; }

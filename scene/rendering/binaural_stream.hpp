@@ -14,7 +14,7 @@ namespace earshot_scene {
 class binaural_stream : public frame_source {
   public:
     // Called before every frame, to place the sources for a time: samples from the first frame on.
-    using mover = std::function<void(binaural_engine &, s64 time)>;
+    using mover = std::function<void(source_placer &, s64 time)>;
 
     // The channels of the inputs, in order, are the engine's sources. All are at 48000 Hz.
     // lowered: bits by which they have been lowered on the way here.

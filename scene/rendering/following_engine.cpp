@@ -12,6 +12,20 @@ shared_head builtin_head() {
     return {memory, head};
 }
 
+const earshot_filter_pair &unfiltered() {
+    static const earshot_filter_pair pair = [] {
+        constexpr s32 one = 1 << 29;
+        earshot_filter_pair made{};
+        for (s32(&ear)[256] : made.ear) {
+            for (std::size_t k = 0; k < 256; k += 2) ear[k] = one;
+            ear[1] = one; // Nyquist
+        }
+        made.gain = 65536;
+        return made;
+    }();
+    return pair;
+}
+
 following_engine::following_engine(const shape &shape, std::optional<int> guard)
     : binaural_engine(shape), guard_(guard) {
     const earshot_binaural_config config{static_cast<u32>(shape.sources),

@@ -1,9 +1,9 @@
 #include "scene/rendering/scene_stream.hpp"
 
 #include <algorithm>
+#include <utility>
 
-#include "scene/motion/geometry.hpp"
-#include "scene/motion/track.hpp"
+#include "scene/rendering/scene_mover.hpp"
 #include "scene/rendering/table_engine.hpp"
 
 namespace earshot_scene {
@@ -16,65 +16,6 @@ int bits_above(s64 value) {
     while (value > s64{1} << (20 + bits)) ++bits;
     return bits;
 }
-
-quaternion head_at(const scene_listener &listener, s64 time) {
-    if (const auto *angles = std::get_if<track<head_angles>>(&listener.orientation))
-        return rotation_of(at(*angles, time));
-    return at(std::get<track<quaternion>>(listener.orientation), time);
-}
-
-bool turns(const scene_listener &listener) {
-    return std::visit([](const auto &rows) { return moves(rows); }, listener.orientation);
-}
-
-// Places the sources for every frame.
-class scene_mover {
-  public:
-    explicit scene_mover(const scene &scene)
-        : scene_(scene), placed_(scene.sources.size()), turns_(turns(scene.listener)),
-          walks_(moves(scene.listener.position)) {}
-
-    void operator()(binaural_engine &engine, s64 time) {
-        const position ear = at(scene_.listener.position, time);
-        if (!started_ || turns_) head_ = head_at(scene_.listener, time);
-        for (std::size_t k = 0; k < placed_.size(); ++k)
-            if (!started_ || may_move(scene_.sources[k])) place(engine, k, ear, time);
-        started_ = true;
-    }
-
-  private:
-    bool may_move(const scene_source &source) const {
-        const auto *positions = std::get_if<track<position>>(&source.place);
-        if (positions == nullptr) return turns_ || moves(std::get<track<direction>>(source.place));
-        return turns_ || walks_ || moves(*positions);
-    }
-
-    direction heard(const scene_source &source, const position &ear, s64 time, bool exactly) const {
-        if (const auto *positions = std::get_if<track<position>>(&source.place)) {
-            const position point = at(*positions, time);
-            return exactly ? heard_at(point, ear, head_) : roughly_heard_at(point, ear, head_);
-        }
-        const direction world = at(std::get<track<direction>>(source.place), time);
-        return exactly ? heard_from(world, head_) : roughly_heard_from(world, head_);
-    }
-
-    // The engine takes azimuths from 0 to 360 degrees.
-    void place(binaural_engine &engine, std::size_t k, const position &ear, s64 time) {
-        constexpr auto turn = static_cast<s32>(whole_turn);
-        const direction now = heard(scene_.sources[k], ear, time, engine.is_continuous());
-        if (started_ && now == placed_[k]) return;
-        placed_[k] = now;
-        const s32 azimuth = now.azimuth % turn;
-        engine.place(k, azimuth < 0 ? azimuth + turn : azimuth, now.elevation);
-    }
-
-    const scene &scene_;
-    std::vector<direction> placed_;
-    bool turns_;
-    bool walks_;
-    quaternion head_;
-    bool started_ = false;
-};
 
 std::vector<frame_source *> addresses(std::deque<source_chain> &chains) {
     std::vector<frame_source *> all;
@@ -110,8 +51,12 @@ scene_parts::scene_parts(const scene &scene, const std::vector<frame_source *> &
 
 scene_stream::scene_stream(const scene &scene, const std::vector<frame_source *> &inputs,
                            binaural_engine &engine)
+    : scene_stream(scene, inputs, engine, scene_mover(scene)) {}
+
+scene_stream::scene_stream(const scene &scene, const std::vector<frame_source *> &inputs,
+                           binaural_engine &engine, mover move)
     : scene_parts(scene, inputs),
-      binaural_stream(engine, addresses(chains), scene_mover(scene), headroom) {
+      binaural_stream(engine, addresses(chains), std::move(move), headroom) {
     if (scene.duration) set_duration(*scene.duration);
 }
 

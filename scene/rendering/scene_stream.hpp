@@ -30,19 +30,24 @@ struct scene_parts {
     std::deque<source_chain> chains;
 };
 
-// Frames are 96 samples long: a read of so many pairs renders exactly one, from the first read on.
-// Every 21st or so also reads the next 2048 samples of every input.
+// Frames are mostly 96 samples long: a read of so many pairs renders exactly one, from the first
+// read on. Every 21st or so also reads the next 2048 samples of every input.
 class scene_stream : private scene_parts, public binaural_stream {
   public:
     static constexpr std::size_t frame_length = 96;
 
     // inputs: the sound of every source of the scene, mono, at 48000 Hz, from its beginning on and
     // without its gain; of a source that loops, without end (looping_source.hpp). They and the
-    // scene outlive the stream, and so does the engine, with frames of 96 samples.
+    // scene outlive the stream, and so does the engine, with frames of 96 samples, or of 128 where
+    // nothing moves.
     //
     // Where all sources loop and the scene has no duration, the stream does not end.
     scene_stream(const scene &scene, const std::vector<frame_source *> &inputs,
                  binaural_engine &engine);
+
+    // The same with sources that are where something else than the scene says.
+    scene_stream(const scene &scene, const std::vector<frame_source *> &inputs,
+                 binaural_engine &engine, mover move);
 };
 
 } // namespace earshot_scene

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "scene/rendering/following_engine.hpp"
 #include "scene/rendering/library_status.hpp"
 
 namespace earshot_scene {
@@ -55,6 +56,10 @@ void table_engine::place(std::size_t source, s32 azimuth, s32 elevation) {
     const bool same = record.filter[0] == old[0] && record.filter[1] == old[1];
     // There is nothing to fade from before the first frame.
     changed_ = changed_ || (started_ && !same);
+}
+
+void table_engine::place_everywhere(std::size_t source) {
+    require(earshot_head_use(front_, static_cast<u32>(source), &unfiltered()), "earshot_head_use");
 }
 
 sample_lowering table_engine::lowering() const {

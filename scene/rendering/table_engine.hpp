@@ -39,6 +39,7 @@ class table_engine : public binaural_engine {
     table_engine(filter_tables tables, std::size_t sources, std::size_t frame_length, int guard);
 
     void place(std::size_t source, s32 azimuth, s32 elevation) override;
+    void place_everywhere(std::size_t source) override;
 
     // The front end shifts on and drops the bits below.
     sample_lowering lowering() const override;

@@ -83,7 +83,8 @@ void bench(const bench_options &options) {
     const console out(options.talk);
     const scene_file scene = read_scene(options.scene);
     const engine_choice engine(options, out);
-    const auto work = open_scene(scene, engine, {std::nullopt, headroom_for(scene.content).guard});
+    const auto work = open_scene(scene, engine, {std::nullopt, headroom_for(scene.content).guard},
+                                 scene_stream::frame_length);
     describe_inputs(*work, out);
     out.detail("heard through " + engine.text());
     const profiler_handle profiler(NpCreate(), &NpDestroy);

@@ -1,6 +1,7 @@
 // earshot render: a scene, or sources at directions around the listener, for two ears.
 
 #include <cmath>
+#include <utility>
 
 #include "commands/binaural_plan.hpp"
 #include "commands/commands.hpp"
@@ -10,7 +11,6 @@
 #include "commands/source_argument.hpp"
 #include "error.hpp"
 #include "scene/rendering/scene_stream.hpp"
-#include "scene/rendering/table_engine.hpp"
 
 namespace earshot_tool {
 
@@ -28,14 +28,6 @@ s32 degrees_of_turn(u32 turn) {
     constexpr u64 whole_turn = u64{360} << 16;
     return static_cast<s32>((turn * whole_turn + (u64{1} << 31)) >> 32);
 }
-
-// Sources around the listener as the command line names them, checked.
-struct source_plan {
-    std::vector<source_argument> sources;
-    s64 orbit_microseconds; // of a turn; 0: the sources stand still
-    std::size_t frame_length;
-    guard_choice guard;
-};
 
 std::size_t frame_length(const render_options &options) {
     const bool moves = options.orbit_seconds != 0;
@@ -56,28 +48,35 @@ void check_sources(const render_options &options) {
         throw usage_error("--normalize reads the input twice, which standard input cannot");
 }
 
-source_plan plan_sources(const render_options &options) {
-    check_sources(options);
-    const std::size_t count = options.sources.size();
-    return {options.sources, std::llround(options.orbit_seconds * 1e6), frame_length(options),
-            guard_for(options, safe_guard(filter_tables::directions, count), count)};
+// The scene that the command line describes.
+scene_file scene_of(const std::vector<source_argument> &arguments) {
+    scene_file scene{"", "as FILE:CHANNEL@AZ,EL", {}, {}};
+    for (const source_argument &argument : arguments) {
+        scene_source source;
+        source.file = argument.file;
+        source.channel = argument.channel;
+        source.place =
+            track<direction>{{0, {degrees_of_turn(argument.azimuth), argument.elevation}}};
+        scene.content.sources.push_back(std::move(source));
+        scene.sounds.push_back(argument.file);
+    }
+    return scene;
 }
 
 // All sources keep their angles to each other and go round together.
 class turning_sources {
   public:
-    explicit turning_sources(const source_plan &plan)
-        : sources_(plan.sources),
-          turn_(0, plan.orbit_microseconds, binaural_rate / static_cast<int>(plan.frame_length)) {}
+    turning_sources(const render_options &options, std::size_t frame_length)
+        : sources_(options.sources), turn_(0, std::llround(options.orbit_seconds * 1e6),
+                                           binaural_rate / static_cast<int>(frame_length)) {}
 
-    void operator()(binaural_engine &engine, s64) {
-        if (placed_ && !turn_.moves()) return;
-        // To where they are a frame later, if that is what the engine takes.
-        if (!placed_ && engine.placed_at() != 0) turn_.next();
+    void operator()(source_placer &placer, s64) {
+        // To where they are a frame later, if that is what the placer takes.
+        if (!placed_ && placer.placed_at() != 0) turn_.next();
         placed_ = true;
         const u32 turn = turn_.next();
         for (std::size_t k = 0; k < sources_.size(); ++k)
-            engine.place(k, degrees_of_turn(sources_[k].azimuth + turn), sources_[k].elevation);
+            placer.place(k, degrees_of_turn(sources_[k].azimuth + turn), sources_[k].elevation);
     }
 
   private:
@@ -86,27 +85,20 @@ class turning_sources {
     bool placed_ = false;
 };
 
-std::unique_ptr<rendering> open_sources(const source_plan &plan, const engine_choice &engine) {
-    auto work = std::make_unique<rendering>();
-    std::vector<frame_source *> sources;
-    for (const source_argument &source : plan.sources) {
-        auto input = std::make_unique<binaural_input>(source.file);
-        input->pick(chosen_channel(input->file(), source.channel, "as FILE:CHANNEL@AZ,EL"));
-        sources.push_back(&input->source());
-        work->inputs.push_back(std::move(input));
-    }
-    work->safe_guard = plan.guard.safe;
-    work->engine = engine.for_directions(sources.size(), plan.frame_length, plan.guard);
-    work->stream = std::make_unique<binaural_stream>(*work->engine, sources, turning_sources(plan));
-    return work;
-}
-
 void render_sources(const render_options &options) {
+    check_sources(options);
     binaural_plan plan(options);
-    const source_plan sources = plan_sources(options);
+    const scene_file scene = scene_of(options.sources);
+    const std::size_t length = frame_length(options);
+    const guard_choice guard =
+        guard_for(options, headroom_for(scene.content).guard, scene.content.sources.size());
     const engine_choice engine(options, plan.out);
     plan.head = engine.text();
-    plan.open = [&sources, &engine] { return open_sources(sources, engine); };
+    plan.open = [&] {
+        binaural_stream::mover move;
+        if (options.orbit_seconds != 0) move = turning_sources(options, length);
+        return open_scene(scene, engine, guard, length, move);
+    };
     carry_out(plan);
 }
 
@@ -120,7 +112,9 @@ void render_scene(const render_options &options) {
         guard_for(options, headroom_for(scene.content).guard, scene.content.sources.size());
     const engine_choice engine(options, plan.out);
     plan.head = engine.text();
-    plan.open = [&scene, &engine, guard] { return open_scene(scene, engine, guard); };
+    plan.open = [&scene, &engine, guard] {
+        return open_scene(scene, engine, guard, scene_stream::frame_length);
+    };
     carry_out(plan);
 }
 

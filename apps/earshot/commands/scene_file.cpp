@@ -6,6 +6,7 @@
 #include "commands/commands.hpp"
 #include "error.hpp"
 #include "scene/description/scene_json.hpp"
+#include "scene/rendering/scene_mover.hpp"
 #include "scene/rendering/scene_stream.hpp"
 #include "text_file.hpp"
 
@@ -20,26 +21,27 @@ std::string path_in(const std::string &folder, const std::string &name) {
 }
 
 // A scene's sounds, over and over or once, as the engine takes them.
-std::unique_ptr<binaural_input> open_sound(const scene_source &source, const std::string &path) {
+std::unique_ptr<binaural_input> open_sound(const scene_source &source, const std::string &path,
+                                           const std::string &channel_hint) {
     auto input = std::make_unique<binaural_input>(path);
     if (source.loop && !input->file().is_seekable())
         throw processing_error(input->file().name(), "cannot be read again, as a loop needs");
     if (source.loop && input->file().frames() == 0)
         throw processing_error(input->file().name(), "has no frames to loop");
     if (source.loop) input->repeat();
-    input->pick(chosen_channel(input->file(), source.channel, "with \"channel\""));
+    input->pick(chosen_channel(input->file(), source.channel, channel_hint));
     return input;
 }
 
 } // namespace
 
 scene_file read_scene(const std::string &path) {
-    scene_file file{text_file_name(path),
-                    path == "-" ? "" : std::filesystem::path(path).parent_path().string(),
-                    {}};
+    scene_file file{text_file_name(path), "with \"channel\"", {}, {}};
+    const std::string folder =
+        path == "-" ? "" : std::filesystem::path(path).parent_path().string();
     std::size_t left = most_table_bytes;
-    const auto load = [&file, &left](const std::string &name) {
-        std::string table = read_text(path_in(file.folder, name), left,
+    const auto load = [&folder, &left](const std::string &name) {
+        std::string table = read_text(path_in(folder, name), left,
                                       "brings the tables of the scene to more than 256 MiB; give "
                                       "them fewer rows");
         left -= table.size();
@@ -55,25 +57,36 @@ scene_file read_scene(const std::string &path) {
     } catch (const std::runtime_error &error) { // the scene's, or of a table that cannot be read
         throw processing_error(file.name, error.what());
     }
+    for (const scene_source &source : file.content.sources)
+        file.sounds.push_back(path_in(folder, source.file));
     return file;
 }
 
-std::unique_ptr<rendering> open_scene(const scene_file &scene, const engine_choice &engine,
-                                      const guard_choice &guard) {
-    auto work = std::make_unique<rendering>();
+std::vector<frame_source *> open_sounds(const scene_file &scene, rendering &work) {
     std::vector<frame_source *> sounds;
     for (const scene_source &source : scene.content.sources) {
-        const std::string place = "sources[" + std::to_string(sounds.size()) + "].file: ";
+        const std::size_t k = sounds.size();
         try {
-            work->inputs.push_back(open_sound(source, path_in(scene.folder, source.file)));
+            work.inputs.push_back(open_sound(source, scene.sounds[k], scene.channel_hint));
         } catch (const processing_error &error) {
-            throw processing_error(scene.name, place + error.what());
+            if (scene.name.empty()) throw;
+            throw processing_error(scene.name,
+                                   "sources[" + std::to_string(k) + "].file: " + error.what());
         }
-        sounds.push_back(&work->inputs.back()->source());
+        sounds.push_back(&work.inputs.back()->source());
     }
+    return sounds;
+}
+
+std::unique_ptr<rendering> open_scene(const scene_file &scene, const engine_choice &engine,
+                                      const guard_choice &guard, std::size_t frame_length,
+                                      const binaural_stream::mover &move) {
+    auto work = std::make_unique<rendering>();
+    const std::vector<frame_source *> sounds = open_sounds(scene, *work);
     work->safe_guard = guard.safe;
-    work->engine = engine.for_directions(sounds.size(), scene_stream::frame_length, guard);
-    work->stream = std::make_unique<scene_stream>(scene.content, sounds, *work->engine);
+    work->engine = engine.for_directions(sounds.size(), frame_length, guard);
+    work->stream = std::make_unique<scene_stream>(scene.content, sounds, *work->engine,
+                                                  move ? move : scene_mover(scene.content));
     return work;
 }
 

@@ -1,0 +1,32 @@
+// Places the sources of a scene for every frame, as the listener hears them.
+#pragma once
+
+#include <vector>
+
+#include "scene/description/scene.hpp"
+#include "scene/rendering/source_placer.hpp"
+
+namespace earshot_scene {
+
+class scene_mover {
+  public:
+    // The scene outlives the mover.
+    explicit scene_mover(const scene &scene);
+
+    // For a time in samples. Times grow from call to call.
+    void operator()(source_placer &placer, s64 time);
+
+  private:
+    bool may_move(const scene_source &source) const;
+    void place(source_placer &placer, std::size_t k, const position &ear, s64 time);
+    direction heard(const scene_source &source, const position &ear, s64 time, bool exactly) const;
+
+    const scene &scene_;
+    std::vector<direction> placed_;
+    bool turns_;
+    bool walks_;
+    quaternion head_;
+    bool started_ = false;
+};
+
+} // namespace earshot_scene
