@@ -20,6 +20,11 @@ struct processing_error : std::runtime_error {
         : std::runtime_error(file + ": " + cause) {}
 };
 
+// What is not whole, or makes no sense inside.
+inline processing_error damaged_file(const std::string &file, const std::string &fault) {
+    return {file, fault + "; copy or export it again"};
+}
+
 inline std::string system_cause(int error_number) { return std::strerror(error_number); }
 
 } // namespace earshot_tool

@@ -14,6 +14,7 @@
 #include "commands/commands.hpp"
 #include "console.hpp"
 #include "error.hpp"
+#include "misspelling.hpp"
 #include "scene_library.hpp"
 
 using namespace earshot_tool;
@@ -44,6 +45,35 @@ void allow_many_files() {
     setrlimit(RLIMIT_NOFILE, &limit);
 }
 
+// The command that was named, or the whole.
+const CLI::App &named_command(const CLI::App &app) {
+    const auto named = app.get_subcommands();
+    return named.empty() ? app : *named.front();
+}
+
+std::string list_of_options(const CLI::App &command) {
+    const std::string name = command.get_parent() == nullptr ? "" : " " + command.get_name();
+    return "'earshot" + name + " --help' lists the " + (name.empty() ? "commands" : "options");
+}
+
+// Something on the command line that no command, option or file name is expected to be.
+std::string unexpected(const CLI::App &app, const std::string &word) {
+    const CLI::App &command = named_command(app);
+    const bool is_option = word[0] == '-';
+    std::vector<std::string> names;
+    if (is_option)
+        for (const CLI::Option *option : command.get_options())
+            for (const std::string &name : option->get_lnames()) names.push_back("--" + name);
+    else if (&command == &app)
+        for (const CLI::App *known : app.get_subcommands({})) names.push_back(known->get_name());
+    const std::string closest = closest_name(word.substr(0, word.find('=')), names);
+    const std::string what = is_option          ? ": there is no such option"
+                             : &command == &app ? ": there is no such command"
+                                                : ": is one word too many";
+    return word + what + (closest.empty() ? "" : ", but " + closest) + "; " +
+           list_of_options(command);
+}
+
 int run(int argc, char **argv) {
     CLI::App app("Spatial audio in fixed point: ambisonic fields, and sound for two ears",
                  "earshot");
@@ -69,10 +99,14 @@ int run(int argc, char **argv) {
     } catch (const CLI::CallForVersion &version) {
         print(version.what() + std::string("\n"));
         return 0;
+    } catch (const CLI::ExtrasError &) {
+        const auto words = app.remaining(true);
+        return fail(exit_usage, unexpected(app, words.empty() ? "--" : words.front()));
     } catch (const CLI::ParseError &error) {
-        return fail(exit_usage, error.what());
+        return fail(exit_usage,
+                    error.what() + std::string("; ") + list_of_options(named_command(app)));
     }
-    if (!chosen) return fail(exit_usage, "no command; 'earshot --help' lists them");
+    if (!chosen) return fail(exit_usage, "no command; " + list_of_options(app));
     chosen();
     return 0;
 }

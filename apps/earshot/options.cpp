@@ -74,7 +74,7 @@ void add_verbosity(CLI::App &command, verbosity &talk) {
 
 double number_in(const std::string &option, const std::string &text, const number_range &range) {
     const auto value = parse_number(text);
-    if (!value) throw usage_error(option + ": '" + text + "' is not a number");
+    if (!value) throw usage_error(option + ": '" + text + "' is not a number, such as -12.5");
     if (!range.contains(*value)) throw usage_error(option + ": " + range.violation(*value));
     return *value;
 }

@@ -173,10 +173,12 @@ void json_place::require_array() const {
 
 void json_place::require_keys(std::initializer_list<const char *> known) const {
     require_object();
+    std::string known_text;
+    for (const char *key : known) known_text += (known_text.empty() ? "" : ", ") + std::string(key);
     for (const auto &[key, value] : value_->items())
         if (std::find(known.begin(), known.end(), key) == known.end())
             json_place(value, (name_.empty() ? "" : name_ + ".") + shortened(key))
-                .fail("unknown key");
+                .fail("unknown key; there are " + known_text);
 }
 
 std::optional<json_place> json_place::find(const char *key) const {

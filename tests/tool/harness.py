@@ -13,7 +13,9 @@ import unittest
 
 EARSHOT = os.environ["EARSHOT"]
 
-NOT_AUDIO = "not audio in a format that is read: WAV, RF64, W64, AIFF, AU, CAF, FLAC, Ogg or MP3"
+NOT_AUDIO = ("not audio in a format that is read: WAV, RF64, W64, AIFF, AU, CAF, FLAC, Ogg or MP3; "
+             "'ffmpeg -i FILE OUT.wav' converts most others")
+AGAIN = "; copy or export it again"
 
 
 def pack(samples, bits):

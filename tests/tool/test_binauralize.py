@@ -96,7 +96,7 @@ class Field(ToolTest):
         for message, *args in [
                 ("--normalize reads the input twice, which standard input cannot", "--normalize"),
                 ("--keyframes and FIELD cannot both be standard input", "--keyframes=-"),
-                ("FIELD is required",)]:
+                ("FIELD is required; 'earshot binauralize --help' lists the options",)]:
             name = ["-"] if args else []
             self.fails(1, message, "binauralize", *name, "-o", "out.wav", *args)
 

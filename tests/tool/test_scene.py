@@ -233,7 +233,7 @@ class Bench(SceneTest):
         self.assertEqual(sorted(os.listdir()), ["mono.wav", "pair.wav", "scene.json"])
 
     def test_errors(self):
-        self.fails(1, "SCENE is required", "bench")
+        self.fails(1, "SCENE is required; 'earshot bench --help' lists the options", "bench")
         self.fails(2, "none.json: No such file or directory", "bench", "none.json")
         self.sounds()
         short = scene_of({"file": "mono.wav", "direction": [0, 0]}, duration=1e-6)
@@ -255,7 +255,8 @@ class Errors(SceneTest):
                 ("--orbit: a scene says itself how its sources move", "scene.json", "--orbit=2"),
                 ("--frame: the frames of a scene have 96 samples", "scene.json", "--frame=96"),
                 ("--guard: 4 is more than the safe 3 for 1 source", "scene.json", "--guard=4"),
-                ("The following argument was not expected: b.json", "scene.json", "b.json")]:
+                ("b.json: is one word too many; 'earshot render --help' lists the options",
+                 "scene.json", "b.json")]:
             self.fails(1, message, "render", *args, "-o", "out.wav")
         self.fails(1, "out.mp3: unknown extension; use .wav, .flac, .caf, .au or .w64", "render",
                    "none.json", "-o", "out.mp3")
@@ -281,7 +282,7 @@ class Errors(SceneTest):
                 (place + "file: folder/pair.wav: has 2 channels, no number 3",
                  {"file": "pair.wav", "channel": 3, **at}),
                 (place + "file: folder/cut.wav: truncated: the header announces 18000 bytes of "
-                 "data, the file holds 17900", {"file": "cut.wav", **at}),
+                 "data, the file holds 17900; copy or export it again", {"file": "cut.wav", **at}),
                 (place + "file: /proc/self/mem: is empty",
                  {"file": "/proc/self/mem", **at}),
                 (place + "file: folder/empty.wav: has no frames to loop",
@@ -304,7 +305,8 @@ class Errors(SceneTest):
         for message, data in [
                 ("line 1, column 3: not JSON at '{x'", b"{x"),
                 ("line 2, column 9: not JSON at '}'", b"{\n\"version}\n"),
-                ("a?b: unknown key", b'{"a\\nb": 1}')]:
+                ("a?b: unknown key; there are version, duration, listener, sources",
+                 b'{"a\\nb": 1}')]:
             with self.subTest(message=message):
                 result = self.run_tool("render", "-", "-o", "out.wav", data=data)
                 self.assertEqual(result.returncode, 2)

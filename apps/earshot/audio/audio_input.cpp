@@ -54,7 +54,8 @@ void audio_input::check_descriptor() {
     struct stat status {};
     if (fstat(descriptor_, &status) != 0) throw processing_error(name_, system_cause(errno));
     if (S_ISDIR(status.st_mode)) throw processing_error(name_, system_cause(EISDIR));
-    if (isatty(descriptor_) == 1) throw processing_error(name_, "is a terminal, not audio");
+    if (isatty(descriptor_) == 1)
+        throw processing_error(name_, "is a terminal; name a file or send one through a pipe");
     note_input(descriptor_);
 }
 
@@ -107,8 +108,8 @@ void audio_input::open_coded() {
         const int error = sf_error(nullptr);
         if (error == SF_ERR_SYSTEM || error == SF_ERR_UNSUPPORTED_ENCODING)
             throw processing_error(name_, "not readable as audio: " + library_cause(nullptr));
-        throw processing_error(name_, "damaged or truncated: rate, channels or lengths in its "
-                                      "header make no sense");
+        throw damaged_file(name_, "damaged or truncated: rate, channels or lengths in its "
+                                  "header make no sense");
     }
     // A FLAC stream need not know its length; libsndfile then gives the largest number.
     constexpr s64 beyond_any_file = s64{1} << 60;
@@ -118,9 +119,9 @@ void audio_input::open_coded() {
 
 void audio_input::check_rate(s64 rate) const {
     if (rate < lowest_rate || rate > highest_rate)
-        throw processing_error(name_, "sample rate " + std::to_string(rate) + " Hz is outside " +
-                                          std::to_string(lowest_rate) + " to " +
-                                          std::to_string(highest_rate));
+        throw damaged_file(name_, "sample rate " + std::to_string(rate) + " Hz is outside " +
+                                      std::to_string(lowest_rate) + " to " +
+                                      std::to_string(highest_rate));
 }
 
 int audio_input::width() const {
@@ -227,9 +228,9 @@ void audio_input::require_finite(std::size_t frames) const {
         std::find_if(floating_.begin(), last, [](double sample) { return !std::isfinite(sample); });
     if (wrong == last) return;
     const s64 at = wrong - floating_.begin();
-    throw processing_error(name_, "frame " + std::to_string(position_ + at / info_.channels) +
-                                      ", channel " + std::to_string(at % info_.channels + 1) +
-                                      " is not a finite number");
+    throw damaged_file(name_, "frame " + std::to_string(position_ + at / info_.channels) +
+                                  ", channel " + std::to_string(at % info_.channels + 1) +
+                                  " is not a finite number");
 }
 
 // A short read must be the end that was announced.
@@ -237,11 +238,11 @@ void audio_input::check_end(std::size_t wanted, std::size_t got) const {
     if (got == wanted) return;
     if (reader_.error() != 0) throw processing_error(name_, system_cause(reader_.error()));
     if (file_ != nullptr && sf_error(file_) != SF_ERR_NO_ERROR)
-        throw processing_error(name_, "damaged or truncated after frame " +
-                                          std::to_string(position_) + ": " + library_cause(file_));
+        throw damaged_file(name_, "damaged or truncated after frame " + std::to_string(position_) +
+                                      ": " + library_cause(file_));
     if (length_)
-        throw processing_error(name_, "truncated: ends after " + std::to_string(position_) +
-                                          " of " + counted(static_cast<u64>(*length_), "frame"));
+        throw damaged_file(name_, "truncated: ends after " + std::to_string(position_) + " of " +
+                                      counted(static_cast<u64>(*length_), "frame"));
 }
 
 std::string audio_input::format_text() const {

@@ -76,7 +76,7 @@ mpeg_stream::mpeg_stream(file_reader &reader, byte_source &in, s64 begin) : name
     rewind();
     frames_ = mpg123_length(handle_.get());
     if (frames_ < 0)
-        throw processing_error(name_, "damaged header: it announces more padding than samples");
+        throw damaged_file(name_, "damaged header: it announces more padding than samples");
 }
 
 // Goes through all frames once: the last has to be whole, and there have to be as many as
@@ -100,15 +100,14 @@ void mpeg_stream::check_frames(byte_source &in, s64 begin) {
     }
     const auto announced = announced_frames(in, begin);
     if (held == 0 && !announced)
-        throw processing_error(name_, "damaged or truncated: no MPEG frame is whole");
+        throw damaged_file(name_, "damaged or truncated: no MPEG frame is whole");
     if (announced && held < *announced)
-        throw processing_error(name_, "truncated: the header announces " +
-                                          counted(static_cast<u64>(*announced), "MPEG frame") +
-                                          ", the file holds " + std::to_string(held));
+        throw damaged_file(name_, "truncated: the header announces " +
+                                      counted(static_cast<u64>(*announced), "MPEG frame") +
+                                      ", the file holds " + std::to_string(held));
     if (is_cut(in, begin, end))
-        throw processing_error(name_, "truncated: the frame after " +
-                                          counted(static_cast<u64>(held), "MPEG frame") +
-                                          " is cut");
+        throw damaged_file(name_, "truncated: the frame after " +
+                                      counted(static_cast<u64>(held), "MPEG frame") + " is cut");
 }
 
 std::size_t mpeg_stream::read(float *interleaved, std::size_t frames) {

@@ -41,11 +41,11 @@ void check_last_ogg_page(byte_source &in) {
     for (std::size_t at = bytes.find(capture); at < bytes.size(); at = bytes.find(capture, at)) {
         const std::size_t length = page_length(bytes.substr(at));
         if (length > bytes.size() - at)
-            throw processing_error(in.name(), "truncated: the last page of the Ogg stream is cut");
+            throw damaged_file(in.name(), "truncated: the last page of the Ogg stream is cut");
         is_last = (static_cast<unsigned char>(bytes[at + flags_at]) & last_page_flag) != 0;
         at += length;
     }
-    if (!is_last) throw processing_error(in.name(), "truncated: the Ogg stream has no last page");
+    if (!is_last) throw damaged_file(in.name(), "truncated: the Ogg stream has no last page");
 }
 
 } // namespace earshot_tool

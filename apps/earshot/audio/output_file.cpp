@@ -71,6 +71,11 @@ std::string name_beside(const std::string &path, int attempt) {
            "." + std::to_string(attempt) + ".part";
 }
 
+// No file of that name has to be there: what is missing is its folder.
+std::string cause_beside(int error) {
+    return error == ENOENT ? "its folder is not there; make it first" : system_cause(error);
+}
+
 } // namespace
 
 void prepare_signals() {
@@ -134,7 +139,7 @@ void output_file::open_beside() {
     for (int attempt = 0; descriptor_ < 0; ++attempt) {
         temporary_ = name_beside(path_, attempt);
         descriptor_ = open(temporary_.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
-        if (descriptor_ < 0 && errno != EEXIST) throw processing_error(name_, system_cause(errno));
+        if (descriptor_ < 0 && errno != EEXIST) throw processing_error(name_, cause_beside(errno));
     }
     if (temporary_.size() < sizeof unfinished_path) {
         std::memcpy(unfinished_path, temporary_.c_str(), temporary_.size() + 1);

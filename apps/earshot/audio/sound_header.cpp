@@ -84,17 +84,17 @@ bool find_chunk(byte_source &in, const chunk_layout &layout, const Visit &visit)
 }
 
 [[noreturn]] void fail_without_data(const byte_source &in) {
-    throw processing_error(in.name(), "damaged or truncated: it ends before the samples begin");
+    throw damaged_file(in.name(), "damaged or truncated: it ends before the samples begin");
 }
 
 // A file has to hold the data that its header announces. A pipe is found out when it ends.
 void check_length(const byte_source &in, s64 begin, s64 bytes) {
     const s64 held = in.size() - begin;
     if (in.is_seekable() && bytes > held)
-        throw processing_error(in.name(), "truncated: the header announces " +
-                                              counted(static_cast<u64>(bytes), "byte") +
-                                              " of data, the file holds " +
-                                              std::to_string(std::max(held, s64{0})));
+        throw damaged_file(in.name(), "truncated: the header announces " +
+                                          counted(static_cast<u64>(bytes), "byte") +
+                                          " of data, the file holds " +
+                                          std::to_string(std::max(held, s64{0})));
 }
 
 // Stream writers leave the largest number that fits, rounded down to whole frames and less the
@@ -177,8 +177,8 @@ s64 read_long_length(byte_source &in, const chunk &lengths) {
     constexpr s64 row_bytes = 12;
     const auto rows = static_cast<s64>(little_endian(bytes + 24, 4));
     if (rows > (lengths.size - static_cast<s64>(sizeof bytes)) / row_bytes)
-        throw processing_error(in.name(), "damaged header: its table of lengths cannot hold " +
-                                              counted(static_cast<u64>(rows), "row"));
+        throw damaged_file(in.name(), "damaged header: its table of lengths cannot hold " +
+                                          counted(static_cast<u64>(rows), "row"));
     return static_cast<s64>(little_endian(bytes + 8, 8));
 }
 
@@ -199,7 +199,7 @@ std::optional<s64> wave_data_bytes(const byte_source &in, const wave_lengths &le
     if (bytes > 0 || (bytes == 0 && is_complete)) return bytes;
     if (!in.is_seekable()) return std::nullopt;
     if (in.size() > begin)
-        throw processing_error(in.name(), "unfinished: the header does not tell the length");
+        throw damaged_file(in.name(), "unfinished: the header does not tell the length");
     return 0;
 }
 
@@ -347,7 +347,8 @@ sound_header read_tagged(byte_source &in) {
         return header;
     }
     throw processing_error(in.name(), "not audio in a format that is read: WAV, RF64, W64, AIFF, "
-                                      "AU, CAF, FLAC, Ogg or MP3");
+                                      "AU, CAF, FLAC, Ogg or MP3; 'ffmpeg -i FILE OUT.wav' "
+                                      "converts most others");
 }
 
 int container_of(std::string_view magic) {
@@ -435,14 +436,17 @@ sound_header read_sound_header(byte_source &in) {
     check_pipe(in, container);
     const sound_header header = read_file(in, container, text == "RIFX" || text == "dns.");
     if (header.encoding != 0 && (header.channels < 1 || header.channels > most_channels))
-        throw processing_error(
-            in.name(), "damaged header: " + counted(static_cast<u64>(header.channels), "channel"));
+        throw damaged_file(in.name(), "damaged header: " +
+                                          counted(static_cast<u64>(header.channels), "channel"));
     // libsndfile believes the lengths in the header of an RF64 file, and does not return.
     if (header.container == SF_FORMAT_RF64 && header.encoding == 0)
-        throw processing_error(in.name(), "this encoding of RF64 cannot be read");
+        throw processing_error(in.name(),
+                               "this encoding of RF64 cannot be read; write it as PCM or "
+                               "floating point");
     if (!in.is_seekable() && header.encoding == 0)
         throw processing_error(in.name(), "this encoding of " + container_name(header.container) +
-                                              " cannot be read from a pipe");
+                                              " cannot be read from a pipe; name the file, or send "
+                                              "PCM");
     return header;
 }
 
