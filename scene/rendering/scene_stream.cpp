@@ -17,12 +17,6 @@ int bits_above(s64 value) {
     return bits;
 }
 
-quaternion head_at(const scene_listener &listener, s64 time) {
-    if (const auto *angles = std::get_if<track<head_angles>>(&listener.orientation))
-        return rotation_of(at(*angles, time));
-    return at(std::get<track<quaternion>>(listener.orientation), time);
-}
-
 bool turns(const scene_listener &listener) {
     return std::visit([](const auto &rows) { return moves(rows); }, listener.orientation);
 }
@@ -36,7 +30,7 @@ class scene_mover {
 
     void operator()(binaural_engine &engine, s64 time) {
         const position ear = at(scene_.listener.position, time);
-        if (!started_ || turns_) head_ = head_at(scene_.listener, time);
+        if (!started_ || turns_) head_ = orientation_at(scene_.listener.orientation, time);
         for (std::size_t k = 0; k < placed_.size(); ++k)
             if (!started_ || may_move(scene_.sources[k])) place(engine, k, ear, time);
         started_ = true;
