@@ -20,6 +20,7 @@ std::vector<bench_case> renderer_cases();
 std::vector<bench_case> head_cases();
 std::vector<bench_case> binaural_cases();
 std::vector<bench_case> effect_cases();
+std::vector<bench_case> field_cases();
 std::vector<bench_case> panner_cases();
 
 // Memory that every contestant finds equally well aligned.

@@ -132,7 +132,7 @@ int main(int argc, char **argv) try {
     std::printf("%s\n", machine().c_str());
     table results(csv);
     for (const auto &cases : {transform_cases(), renderer_cases(), head_cases(), binaural_cases(),
-                              effect_cases(), panner_cases()})
+                              effect_cases(), field_cases(), panner_cases()})
         run_cases(cases, only, length, results);
     return 0;
 } catch (const std::exception &e) {

@@ -79,9 +79,12 @@ template <class Value> struct track_row {
 // What never changes is one row.
 template <class Value> using track = std::vector<track_row<Value>>;
 
+// Where a head looks.
+using orientation_track = std::variant<track<head_angles>, track<quaternion>>;
+
 struct scene_listener {
     track<earshot_scene::position> position{1};
-    std::variant<track<head_angles>, track<quaternion>> orientation = track<head_angles>(1);
+    orientation_track orientation = track<head_angles>(1);
 };
 
 // Gain over distance, see distance_gain.hpp.

@@ -46,6 +46,10 @@ std::string heading_of(const value_layout &layout) {
     return text;
 }
 
+bool begins_with_number(std::string_view line) {
+    return parse_number(take_until(',', line)).has_value();
+}
+
 std::string numbers_text(std::size_t count) {
     return std::to_string(count) + (count == 1 ? " number" : " numbers");
 }
@@ -109,23 +113,30 @@ void number_table::read(const json_place &rows) {
 }
 
 void number_table::read(std::string_view text, const json_place &place, const std::string &name) {
+    if (const auto fault = read(text, name)) place.fail(*fault);
+}
+
+std::optional<std::string> number_table::read(std::string_view text, const std::string &name) {
     constexpr std::string_view byte_order_mark = "\xEF\xBB\xBF";
     if (text.starts_with(byte_order_mark)) text.remove_prefix(byte_order_mark.size());
     for (s64 number = 1; !text.empty(); ++number) {
         const std::string_view line = trimmed(take_until('\n', text));
         if (line.empty() || line[0] == '#') continue;
         if (const auto fault = read_line(line))
-            place.fail(name + ":" + std::to_string(number) + ": " + *fault);
+            return name + ":" + std::to_string(number) + ": " + *fault;
     }
-    if (numbers_.empty()) place.fail(name + ": has no rows");
+    if (numbers_.empty()) return name + ": has no rows";
+    return std::nullopt;
 }
 
 std::optional<std::string> number_table::read_line(std::string_view line) {
+    const std::size_t width = pieces_at_commas(line);
     if (names_.empty()) {
         if (choose(line)) return std::nullopt;
-        return "the heading " + in_quotes(line) + " is not " + needed_headings();
+        if (!begins_with_number(line) || heading_ == heading::required)
+            return "the heading " + in_quotes(line) + " is not " + needed_headings();
+        choose(width);
     }
-    const std::size_t width = pieces_at_commas(line);
     if (width != names_.size()) return "has " + numbers_text(width) + ", needs " + needed_widths();
     std::vector<double> row;
     row.reserve(width);

@@ -32,13 +32,20 @@ template <class Value> Value value_of(const double *numbers);
 // Rows whose first number is the time.
 class number_table {
   public:
+    // Of a table as text: a heading that may be missing tells no more than the width of the rows.
+    enum class heading { required, optional };
+
     // One of these kinds, told apart by the width of the rows.
-    explicit number_table(std::vector<const value_layout *> kinds) : kinds_(std::move(kinds)) {}
+    explicit number_table(std::vector<const value_layout *> kinds,
+                          heading heading = heading::required)
+        : kinds_(std::move(kinds)), heading_(heading) {}
 
     // From an array of rows. Throws scene_error.
     void read(const json_place &rows);
     // From a table with a heading. Throws scene_error "PLACE: NAME:LINE: reason".
     void read(std::string_view text, const json_place &place, const std::string &name);
+    // The same without a place; what is wrong, "NAME:LINE: reason", if anything is.
+    std::optional<std::string> read(std::string_view text, const std::string &name);
 
     std::size_t kind() const { return kind_; }
 
@@ -61,6 +68,7 @@ class number_table {
     std::optional<std::string> add(const std::vector<double> &row);
 
     std::vector<const value_layout *> kinds_;
+    heading heading_;
     std::size_t kind_ = 0;
     std::vector<std::string> names_; // of the columns, once the kind is known
     std::vector<double> numbers_;    // row after row

@@ -6,6 +6,8 @@
 
 #include <earshot/math.h>
 
+#include "scene/motion/track.hpp"
+
 namespace earshot_scene {
 
 namespace {
@@ -159,6 +161,12 @@ quaternion rotation_of(const head_angles &angles) {
     // About z, about y (where turning by the right hand lowers the nose), about x.
     return normalised(quaternion{yaw.c, 0, 0, yaw.s} * quaternion{pitch.c, 0, -pitch.s, 0} *
                       quaternion{roll.c, roll.s, 0, 0});
+}
+
+quaternion orientation_at(const orientation_track &head, s64 time) {
+    if (const auto *angles = std::get_if<track<head_angles>>(&head))
+        return rotation_of(at(*angles, time));
+    return at(std::get<track<quaternion>>(head), time);
 }
 
 // The components lose no more than a unit above -INT32_MAX, so that they can be negated.

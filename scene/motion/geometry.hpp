@@ -8,6 +8,9 @@ namespace earshot_scene {
 // Yaw, then pitch, then roll.
 quaternion rotation_of(const head_angles &angles);
 
+// How a head has turned at a time.
+quaternion orientation_at(const orientation_track &head, s64 time);
+
 // To a modulus of 1, within 3e-9. The modulus is at least 0.7 and at most 1.1.
 quaternion normalised(const quaternion &q);
 

@@ -7,12 +7,6 @@ namespace earshot_scene {
 
 namespace {
 
-quaternion head_at(const scene_listener &listener, s64 time) {
-    if (const auto *angles = std::get_if<track<head_angles>>(&listener.orientation))
-        return rotation_of(at(*angles, time));
-    return at(std::get<track<quaternion>>(listener.orientation), time);
-}
-
 bool turns(const scene_listener &listener) {
     return std::visit([](const auto &rows) { return moves(rows); }, listener.orientation);
 }
@@ -25,7 +19,7 @@ scene_mover::scene_mover(const scene &scene)
 
 void scene_mover::operator()(source_placer &placer, s64 time) {
     const position ear = at(scene_.listener.position, time);
-    if (!started_ || turns_) head_ = head_at(scene_.listener, time);
+    if (!started_ || turns_) head_ = orientation_at(scene_.listener.orientation, time);
     for (std::size_t k = 0; k < placed_.size(); ++k)
         if (!started_ || may_move(scene_.sources[k])) place(placer, k, ear, time);
     started_ = true;

@@ -93,7 +93,7 @@ void parse_table(const std::string &text) {
     s64 before = std::numeric_limits<s64>::min() / 2;
     for (const keyframe &row : rows) {
         const field_setting &s = row.setting;
-        require(s.focus && row.frame >= 0 && row.frame - before >= HOA_EFFECT_RAMP_FRAMES);
+        require(s.focus && row.frame >= 0 && row.frame > before);
         require(std::max(std::abs(s.yaw), std::abs(s.focus_yaw)) <= HOA_EFFECT_MAX_YAW);
         require(std::max(std::abs(s.pitch), std::abs(s.focus_pitch)) <= HOA_EFFECT_MAX_PITCH);
         before = row.frame;

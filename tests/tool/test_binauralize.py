@@ -49,11 +49,17 @@ class Field(ToolTest):
         self.write("in.wav", wav(noise(4 * 9000, 24, 3, 0.2), 4, 24))
         self.write("keys.csv", b"0.05,90,0\n0.1,-30,20,10,0\n9,0,0\n")
         late = b"earshot: keys.csv: 1 row at or after the end of in.wav\n"
-        for args, says in [(["--yaw=30", "--pitch=-10"], b""), (["--focus=50,0"], b""),
-                           (["--keyframes=keys.csv", "--input-format=n3d"], late)]:
-            with self.subTest(args=args):
-                self.tool("rotate", "in.wav", "-o", "turned.wav", "--bits=32", *args, says=says)
-                self.assertEqual(self.binauralize("in.wav", *args, says=says),
+        self.write("head.csv", b"0,0,0,0\n0.1,40,10,-20\n")
+        self.write("second.wav", wav(noise(9 * 9000, 24, 7, 0.2), 9, 24))
+        for name, args, says in [
+                ("in.wav", ["--yaw=30", "--pitch=-10"], b""), ("in.wav", ["--focus=50,0"], b""),
+                ("in.wav", ["--keyframes=keys.csv", "--input-format=n3d"], late),
+                ("in.wav", ["--track=head.csv", "--focus=50,0"], b""),
+                ("second.wav", ["--track=head.csv", "--input-format=n3d"], b""),
+                ("second.wav", ["--yaw=-100", "--roll=30"], b"")]:
+            with self.subTest(name=name, args=args):
+                self.tool("rotate", name, "-o", "turned.wav", "--bits=32", *args, says=says)
+                self.assertEqual(self.binauralize(name, *args, says=says),
                                  self.binauralize("turned.wav"))
 
     def test_conventions(self):
@@ -84,8 +90,7 @@ class Field(ToolTest):
     def test_errors(self):
         orders = ", a field of order 1 to 4 has 4, 9, 16 or 25"
         cases = [(2, "in.wav: has 5 channels" + orders, 5),
-                 (2, "in.wav: has 36 channels" + orders, 36),
-                 (2, "in.wav: has 9 channels; only fields of order 1 can be rotated", 9, "--yaw=1"),
+                 (2, "in.wav: has 36 channels" + orders + "; the first 25 of these are one", 36),
                  (2, "in.wav: has 9 channels; FuMa is read up to order 1", 9,
                   "--input-format=fuma"),
                  (1, "--guard: 5 is more than the safe 4 for 4 sources", 4, "--guard=5")]

@@ -15,6 +15,7 @@ from harness import (AGAIN, EARSHOT, NOT_AUDIO, SOUND_FORMATS, ToolTest, au, mai
 FIELD = wav(noise(4 * 100, 16, 1), 4)
 MONO = wav(noise(100, 16, 2), 1)
 FLOATS = [0.25] * 400
+ORDERS = ", a field of order 1 to 4 has 4, 9, 16 or 25"
 TRUNCATED = "truncated: the header announces 800 bytes of data, the file holds 500" + AGAIN
 
 
@@ -124,8 +125,10 @@ class BadInput(ToolTest):
             ("in.wav: No such file or directory", None),
             ("in.wav: " + NOT_AUDIO, b"RUFF" + bytes(100)),
             ("in.wav: is empty", b""),
-            ("in.wav: has 1 channel, a first-order field has 4", MONO),
-            ("in.wav: has 5 channels, a first-order field has 4", wav([0] * 50, 5)),
+            ("in.wav: has 1 channel" + ORDERS + "; 'earshot encode' makes one of a sound", MONO),
+            ("in.wav: has 5 channels" + ORDERS, wav([0] * 50, 5)),
+            ("in.wav: has 36 channels" + ORDERS + "; the first 25 of these are one",
+             wav([0] * 36, 36)),
             ("in.wav: " + TRUNCATED, FIELD[:544]),
             ("in.wav: " + TRUNCATED, au([7] * 400, 4, claimed=800)[:524]),
             ("in.wav: unfinished: the header does not tell the length" + AGAIN,
@@ -222,10 +225,12 @@ class BadInput(ToolTest):
 
     def test_keyframes(self):
         self.write("in.wav", FIELD)
-        columns = ", needs 3 or 5 (seconds,yaw,pitch[,focus yaw,focus pitch])"
+        columns = ", needs 3 to 5 (seconds,yaw,pitch, then nothing, roll, or focus yaw,focus pitch)"
+        close = "with a focus in a row, rows need to be at least 1024 samples apart, and some are 1023"
         cases = [
             (1, "has 2 columns" + columns, b"0,10"),
-            (3, "has 4 columns" + columns, b"# a\r\n\r\n0,10,20,30\r\n"),
+            (3, "has 6 columns" + columns, b"# a\r\n\r\n0,10,20,30,40,50\r\n"),
+            (3, "roll 181 is outside -180 to 180", b"0,1,1\n\n1,10,20,181\n"),
             (2, "yaw 'x' is not a number", b"seconds,yaw,pitch\n0,x,0\n"),
             (2, "has 1 column" + columns, b"seconds,yaw,pitch\nseconds\n"),
             (1, "time '' is not a number", b",1,1\n"),
@@ -234,8 +239,9 @@ class BadInput(ToolTest):
             (1, "pitch 91 is outside -90 to 90", b"0,1,91\n"),
             (1, "focus yaw -200 is outside -180 to 180", b"0,1,1,-200,0\n"),
             (3, "is earlier than the row before", b"1,0,0\n\n0.5,0,0\n"),
-            (2, "is 1023 samples after the row before, needs at least 1024",
-             b"0,0,0\n0.0213125,0,0\n"),
+            (2, "is at the same sample as the row before", b"1,0,0\n1.00001,0,0\n"),
+            (2, close, b"0,0,0\n0.0213125,0,0,10,0\n"),
+            (4, close, b"0,0,0\n0.0213125,0,0\n1,0,0\n2,0,0,10,0\n"),
         ]
         for line, reason, table in cases:
             with self.subTest(reason=reason):

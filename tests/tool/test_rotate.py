@@ -1,7 +1,9 @@
-"""What rotate does to samples: the effect's own bits, at the right time, from any source."""
+"""What rotate does to samples: the effect's own bits, at the right time, from any source; and what
+turns fields of higher order, against harmonics in floating point."""
 
 import math
 import os
+import random
 import subprocess
 
 from harness import (ToolTest, au, channels_of, digest, main, noise, pack, unpack, wav)
@@ -126,6 +128,191 @@ class Directions(ToolTest):
         self.assertAlmostEqual(levels[50], -6.02, delta=0.1)
         rear = 20 * math.log10(0.6352 - 0.3648)
         self.assertAlmostEqual(levels[-130] - levels[50], rear, delta=0.1)
+
+
+def harmonics(order, direction):
+    """SN3D gains by ACN of a direction (front, left, up)."""
+    front, left, up = direction
+    azimuth, c = math.atan2(left, front), math.hypot(front, left)
+    gains = [0.0] * (order + 1) ** 2
+    for m in range(order + 1):
+        p, below = math.prod(2 * k - 1 for k in range(1, m + 1)) * c ** m, 0.0
+        for n in range(m, order + 1):
+            if n > m:
+                p, below = ((2 * n - 1) * up * p - (n + m - 1) * below) / (n - m), p
+            norm = math.sqrt((2 if m else 1) * math.factorial(n - m) / math.factorial(n + m))
+            gains[n * n + n + m] = norm * p * math.cos(m * azimuth)
+            if m:
+                gains[n * n + n - m] = norm * p * math.sin(m * azimuth)
+    return gains
+
+
+def vector(azimuth, elevation):
+    a, e = math.radians(azimuth), math.radians(elevation)
+    return math.cos(e) * math.cos(a), math.cos(e) * math.sin(a), math.sin(e)
+
+
+def heard(direction, yaw, pitch, roll=0):
+    """Where it comes from for a head that has turned left, then up, then to the right ear."""
+    x, y, z = direction
+    for degrees, turn in (yaw, lambda c, s: (c * x + s * y, c * y - s * x, z)), \
+                         (pitch, lambda c, s: (c * x + s * z, y, c * z - s * x)), \
+                         (roll, lambda c, s: (x, c * y + s * z, c * z - s * y)):
+        x, y, z = turn(math.cos(math.radians(degrees)), math.sin(math.radians(degrees)))
+    return x, y, z
+
+
+def quaternion(yaw, pitch, roll):
+    """Of the same head: about z, then -y, then x."""
+    def times(a, b):
+        return (a[0] * b[0] - a[1] * b[1] - a[2] * b[2] - a[3] * b[3],
+                a[0] * b[1] + a[1] * b[0] + a[2] * b[3] - a[3] * b[2],
+                a[0] * b[2] - a[1] * b[3] + a[2] * b[0] + a[3] * b[1],
+                a[0] * b[3] + a[1] * b[2] - a[2] * b[1] + a[3] * b[0])
+    c, s = zip(*[(math.cos(math.radians(a) / 2), math.sin(math.radians(a) / 2))
+                 for a in (yaw, pitch, roll)])
+    return times(times((c[0], 0, 0, s[0]), (c[1], 0, -s[1], 0)), (c[2], s[2], 0, 0))
+
+
+class Turns(ToolTest):
+    """A steady wave, whose channels are its gains: times, angles and signs show in each sample."""
+    LEVEL = 1 << 29
+
+    def field(self, order, direction, frames):
+        frame = [round(self.LEVEL * gain) for gain in harmonics(order, direction)]
+        return self.write("in.wav", wav(frame * frames, len(frame), 32))
+
+    def turned(self, order, *args):
+        out = self.samples("rotate", "in.wav", *args, bits=32)
+        size = (order + 1) ** 2
+        return [[word / self.LEVEL for word in out[i:i + size]] for i in range(0, len(out), size)]
+
+    def assert_wave(self, frame, order, direction, delta=5e-6):
+        wrong = max(abs(a - b) for a, b in zip(frame, harmonics(order, direction)))
+        self.assertLess(wrong, delta)
+
+    def test_waves_at_random_angles(self):
+        generator = random.Random(21)
+        for order in (1, 2, 3, 4) * 3:
+            azimuth, elevation = generator.uniform(-180, 180), generator.uniform(-90, 90)
+            yaw, pitch, roll = [generator.randrange(-64 * most, 64 * most) / 64
+                                for most in (180, 90, 180)]
+            with self.subTest(order=order, source=(azimuth, elevation), head=(yaw, pitch, roll)):
+                wave = vector(azimuth, elevation)
+                self.field(order, wave, 300)
+                out = self.turned(order, f"--yaw={yaw}", f"--pitch={pitch}", f"--roll={roll}")
+                for frame in out[0], out[95], out[299]:
+                    self.assert_wave(frame, order, heard(wave, yaw, pitch, roll))
+
+    def test_nothing_is_changed_without_a_turn(self):
+        for order in 2, 3, 4:
+            field = noise(500 * (order + 1) ** 2, 32, order, 1)
+            source = wav(field, (order + 1) ** 2, 32)
+            self.assertEqual(self.samples("rotate", source, bits=32), field)
+
+    def test_order_1_as_the_effect_turns_it(self):
+        """A track of one row leaves the way of the effect; yaw and pitch mean the same on both."""
+        field = wav(noise(4 * 2000, 32, 22), 4, 32)
+        for yaw, pitch in (30, 0), (-140, 0), (0, 70), (100, -35):
+            self.write("head.csv", b"0,%d,%d,0" % (yaw, pitch))
+            effect = self.samples("rotate", field, f"--yaw={yaw}", f"--pitch={pitch}", bits=32)
+            turned = self.samples("rotate", field, "--track=head.csv", bits=32)
+            self.assertLess(max(abs(a - b) for a, b in zip(effect, turned)), 2000)
+
+    def test_head_trackers(self):
+        """1000 rows a second, as angles and as quaternions; the rotation is exact at the end of
+        every block of 96 and nearly so in it, also where the rate was converted."""
+        generator, rows, head = random.Random(23), [], (10.0, 5.0, -20.0)
+        for k in range(700):
+            rows.append(head)
+            head = tuple(a + generator.uniform(-0.4, 0.4) for a in head)
+        angles = b"".join(b"%.3f,%f,%f,%f\r\n" % (k / 1000, *row) for k, row in enumerate(rows))
+        quaternions = b"".join(b"%.3f,%.9f,%.9f,%.9f,%.9f\n" % (k / 1000, *quaternion(*row))
+                               for k, row in enumerate(rows))
+        self.write("angles.csv", b"# of a tracker\n" + angles)
+        self.write("quaternions.csv", b"time,w,x,y,z\n" + quaternions)
+        wave = vector(130, -25)
+        for order, name in (4, "angles.csv"), (3, "quaternions.csv"), (1, "quaternions.csv"):
+            self.field(order, wave, 36000)
+            out = self.turned(order, "--track", name)
+            for at in 95, 191, 4799, 24095, 33599, 35999, 7003, 20007:
+                time = min(at / 48, 699)
+                k = min(int(time), 698)
+                now = [a + (b - a) * (time - k) for a, b in zip(rows[k], rows[k + 1])]
+                self.assert_wave(out[at], order, heard(wave, *now),
+                                 2e-5 if at % 96 == 95 else 2e-2)
+
+    def test_pieces_do_not_show(self):
+        """Frames reach the turning in pieces of any length where a rate is converted before."""
+        self.write("head.csv", b"0,0,0,0\n1,170,20,90\n")
+        source = wav(noise(9 * 5000, 16, 24, 0.2), 9, rate=44100)
+        note = b"earshot: standard input: converting the sample rate from 44100 to 48000 Hz\n"
+        straight = self.samples("rotate", source, bits=32, says=note)
+        whole = self.samples("rotate", wav(straight, 9, 32), "--track=head.csv", bits=32)
+        self.assertEqual(whole, self.samples("rotate", source, "--track=head.csv", bits=32,
+                                             says=note))
+
+    def test_keyframes(self):
+        """Away from the last row's setting at a row's time, there 1024 samples later or at the
+        next row; --roll is that of rows without one."""
+        self.write("keys.csv", b"seconds,yaw,pitch,roll\n0.02,80,0\n0.03,60,40,30\n0.1,0,0,0\n")
+        wave = vector(50, 10)
+        self.field(2, wave, 8000)
+        out = self.turned(2, "--yaw=-10", "--roll=10", "--keyframes=keys.csv")
+        for at, head in [(95, (-10, 0, 10)), (863, (-10, 0, 10)), (1151, (26, 0, 10)),
+                         (1439, (80, 0, 10)), (1439 + 480, (70.625, 18.75, 19.375)),
+                         (2495, (60, 40, 30)), (4799, (60, 40, 30)), (5855, (0, 0, 0)),
+                         (7999, (0, 0, 0))]:
+            with self.subTest(frame=at):
+                self.assert_wave(out[at], 2, heard(wave, *head), 1e-5)
+
+    def test_order_1_with_rows_close_together(self):
+        """What was refused is now turned, and focused before."""
+        self.write("keys.csv", b"0.01,40,0\n0.02,40,5\n")
+        wave = vector(90, 0)
+        self.field(1, wave, 3000)
+        out = self.turned(1, "--keyframes=keys.csv")
+        self.assert_wave(out[2999], 1, heard(wave, 40, 5))
+        out = self.turned(1, "--keyframes=keys.csv", "--focus=-90,0", "--roll=20")
+        rear = 0.6352 - 0.3648
+        gains = harmonics(1, heard(vector(-90, 0), 40, 5, 20))
+        self.assertLess(max(abs(a - rear * b) for a, b in zip(out[2999], gains)), 1e-4)
+
+    def test_clipped_samples_are_counted(self):
+        loud = wav([0, 32767, 0, 32767] * 100, 4)  # turning adds Y and X
+        out = self.samples("rotate", loud, "--yaw=45", "--roll=0.001", bits=32,
+                           says=b"earshot: standard output: 100 samples clipped at full scale by "
+                                b"the rotation\n")
+        self.assertEqual(channels_of(out, 4)[3], [2 ** 31 - 1] * 100)
+
+    def test_errors(self):
+        nine = "in.wav: has 9 channels; a focus needs a field of order 1, such as its first 4 " \
+               "channels are"
+        tracks = [(b"time,yaw,pitch\n", 1, "the heading 'time,yaw,pitch' is not "
+                   "time,yaw,pitch,roll or time,w,x,y,z"),
+                  (b"0,1,2\n", 1, "has 3 numbers, needs 4 (time,yaw,pitch,roll) or 5 "
+                   "(time,w,x,y,z)"),
+                  (b"0,1,2,3\n0.1,1,0,0,0\n", 2, "has 5 numbers, needs 4 (time,yaw,pitch,roll)"),
+                  (b"0,1,2,3\n\n0,1,2,4\n", 3, "time 0 is not after the row before, 0"),
+                  (b"0,1,1,0,0\n", 1, "the quaternion's modulus is 1.4142, not 1")]
+        self.field(2, (1, 0, 0), 50)
+        for table, line, reason in tracks:
+            self.write("head.csv", table)
+            self.fails(2, f"head.csv:{line}: {reason}", "rotate", "in.wav", "-o", "out.wav",
+                       "--track=head.csv")
+        self.fails(2, "empty.csv: has no rows", "rotate", "in.wav", "-o", "out.wav", "--track",
+                   self.write("empty.csv", b"# nothing\n"))
+        self.write("keys.csv", b"0,1,1,20,0\n")
+        for command in "rotate", "binauralize":
+            for args in ["--focus=30,0"], ["--keyframes=keys.csv"]:
+                self.fails(2, nine, command, "in.wav", "-o", "out.wav", *args)
+        excluded = "--track says where the head looks at any time; leave out "
+        for message, *args in [
+                (excluded + "--yaw, --pitch and --roll", "--track=head.csv", "--roll=3"),
+                (excluded + "--keyframes", "--track=head.csv", "--keyframes=keys.csv"),
+                ("--track and IN cannot both be standard input", "--track=-"),
+                ("--roll: 181 is outside -180 to 180", "--roll=181")]:
+            self.fails(1, message, "rotate", "-", "-o", "out.wav", *args)
 
 
 class Sources(ToolTest):

@@ -5,10 +5,8 @@
 #include "commands/binaural_plan.hpp"
 #include "commands/commands.hpp"
 #include "commands/engine_choice.hpp"
-#include "commands/rotation_options.hpp"
+#include "commands/rotation_plan.hpp"
 #include "error.hpp"
-#include "field/rotated_field.hpp"
-#include "field/spherical_harmonics.hpp"
 #include "scene/rendering/table_engine.hpp"
 
 namespace earshot_tool {
@@ -24,38 +22,26 @@ struct binauralize_options : binaural_options, head_options {
 struct field_rendering : rendering {
     void report(const console &out) const override {
         const std::string &name = inputs[0]->file().name();
-        note_unused_rows(out, keyframes, field->unused_rows(), name);
+        plan->note_unused_rows(out, field->position(), name);
         out.clipped(name, field->layout_clipped(), "at full scale by the conversion to AmbiX");
         out.clipped(name, field->rotation_clipped(), "at full scale by the rotation");
     }
 
-    std::string keyframes; // the name of their file
+    const rotation_plan *plan = nullptr;
     std::optional<rotated_field> field;
 };
 
-void check_field(const binauralize_options &options, const audio_input &file) {
-    const std::string has = has_channels(file);
-    const int order = order_of_channels(file.channels());
-    if (order < 1 || order > highest_order)
-        throw processing_error(file.name(), has + ", a field of order 1 to 4 has 4, 9, 16 or 25");
-    if (order == 1) return;
-    if (rotates(options.rotation))
-        throw processing_error(file.name(), has + "; only fields of order 1 can be rotated");
-    if (options.layout == channel_layout::fuma)
-        throw processing_error(file.name(), has + "; FuMa is read up to order 1");
-}
-
 // How many bits are safe is known only when the field's channels are.
 std::unique_ptr<rendering> open_field(const binauralize_options &options,
-                                      const engine_choice &engine,
-                                      const std::vector<keyframe> &rows) {
+                                      const engine_choice &engine, const rotation_plan &plan) {
     auto work = std::make_unique<field_rendering>();
-    work->keyframes = options.rotation.keyframes;
+    work->plan = &plan;
     work->inputs.push_back(std::make_unique<binaural_input>(options.field));
     binaural_input &input = *work->inputs[0];
-    check_field(options, input.file());
+    const int order = order_of_field(input.file(), options.layout);
+    plan.check(input.file(), order);
     work->field.emplace(input.source(), options.layout, 32);
-    if (rotates(options.rotation)) work->field->rotate(constant_setting(options.rotation), rows);
+    if (plan.changes()) plan.apply(*work->field, order);
 
     const auto channels = static_cast<std::size_t>(input.file().channels());
     const guard_choice guard =
@@ -74,10 +60,8 @@ void binauralize(const binauralize_options &options) {
     const engine_choice engine(options, plan.out);
     engine.check_field();
     plan.head = engine.text();
-    plan.open = [&options, &engine,
-                 rows = keyframes_for(options.rotation, options.field, "FIELD")] {
-        return open_field(options, engine, rows);
-    };
+    const rotation_plan rotation(options.rotation, options.field, "FIELD");
+    plan.open = [&] { return open_field(options, engine, rotation); };
     carry_out(plan);
 }
 
@@ -86,9 +70,7 @@ void binauralize(const binauralize_options &options) {
 void add_binauralize(CLI::App &app, action &chosen) {
     auto *command = add_command(app, "binauralize", "Render an ambisonic field for two ears");
     auto options = std::make_shared<binauralize_options>();
-    command
-        ->add_option("FIELD", options->field,
-                     "Field of order 1 to 4; - for standard input. Order 1 can be rotated")
+    command->add_option("FIELD", options->field, "Field of order 1 to 4; - for standard input")
         ->required()
         ->type_name("");
     add_input_format(*command, options->layout);

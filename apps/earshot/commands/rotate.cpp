@@ -1,17 +1,17 @@
-// earshot rotate: turns and focuses a first-order field, at constant angles or over time.
+// earshot rotate: turns a field, and focuses one of first order, at constant angles or over time.
 
 #include <memory>
 
 #include "audio/resampler.hpp"
 #include "commands/commands.hpp"
-#include "commands/rotation_options.hpp"
-#include "field/rotated_field.hpp"
+#include "commands/rotation_plan.hpp"
+#include "field/spherical_harmonics.hpp"
 
 namespace earshot_tool {
 
 namespace {
 
-constexpr int effect_rate = 48000; // Hz, the only rate of the effect
+constexpr int field_rate = 48000; // Hz, the only rate of the effect, and that of times
 
 struct rotate_options {
     std::string input;
@@ -21,38 +21,40 @@ struct rotate_options {
     verbosity talk;
 };
 
-// 16 bits in and out need no more than 16 bits in between, if nothing else is done to them.
+// 16 bits in and out need no more than 16 bits in the effect, if nothing else is done to them.
 int arithmetic_width(const audio_input &in, const output_format &format) {
     const bool narrow = !in.is_float() && in.width() == 16 && format.width == 16;
-    return narrow && in.rate() == effect_rate ? 16 : 32;
+    return narrow && in.rate() == field_rate ? 16 : 32;
 }
 
 void describe(const console &out, const audio_input &in, const output_format &format) {
     out.detail(in.name() + ": " + in.description());
-    if (in.rate() != effect_rate) note_conversion(out, in.name(), in.rate(), effect_rate);
+    if (in.rate() != field_rate) note_conversion(out, in.name(), in.rate(), field_rate);
     out.detail("rotating in " + std::to_string(format.computed_width) + " bits, writing " +
                std::to_string(format.width));
 }
 
 void rotate(const rotate_options &options) {
     const console out(options.talk);
-    std::vector<keyframe> rows = keyframes_for(options.rotation, options.input, "IN");
+    const rotation_plan plan(options.rotation, options.input, "IN");
     audio_input in(options.input);
-    require_channels(in, first_order_channels, "a first-order field");
-    output_format format = format_for(options.output, in, first_order_channels, effect_rate);
-    format.computed_width = arithmetic_width(in, format);
+    const int order = order_of_field(in, options.layout);
+    plan.check(in, order);
+    const int channels = channels_of_order(order);
+    output_format format = format_for(options.output, in, channels, field_rate);
+    format.computed_width = plan.is_for_effect(order) ? arithmetic_width(in, format) : 32;
     describe(out, in, format);
 
     std::optional<resampler> converted;
-    if (in.rate() != effect_rate) converted.emplace(in, effect_rate);
+    if (in.rate() != field_rate) converted.emplace(in, field_rate);
     frame_source &source = converted ? static_cast<frame_source &>(*converted) : in;
     rotated_field field(source, options.layout, format.computed_width);
-    field.rotate(constant_setting(options.rotation), std::move(rows));
+    plan.apply(field, order);
 
     // Nothing is written before all that can be checked has been.
     audio_output output(options.output, format, field.frames());
-    std::vector<s32> block(block_frames * first_order_channels);
-    progress meter(out, effect_rate, field.frames());
+    std::vector<s32> block(block_frames * static_cast<std::size_t>(channels));
+    progress meter(out, field_rate, field.frames());
     while (const std::size_t frames = field.read(block.data(), block_frames)) {
         output.write(block.data(), frames);
         meter.advance(frames);
@@ -60,7 +62,7 @@ void rotate(const rotate_options &options) {
     output.finish();
     meter.clear();
 
-    note_unused_rows(out, options.rotation.keyframes, field.unused_rows(), in.name());
+    plan.note_unused_rows(out, field.position(), in.name());
     if (converted)
         out.clipped(in.name(), converted->clipped(), "at full scale by the rate conversion");
     out.clipped(in.name(), field.layout_clipped(), "at full scale by the conversion to AmbiX");
@@ -71,9 +73,10 @@ void rotate(const rotate_options &options) {
 } // namespace
 
 void add_rotate(CLI::App &app, action &chosen) {
-    auto *command = add_command(app, "rotate", "Turn and focus a first-order ambisonic recording");
+    auto *command =
+        add_command(app, "rotate", "Turn an ambisonic recording, and focus one of order 1");
     auto options = std::make_shared<rotate_options>();
-    add_input(*command, options->input, "Four-channel recording; - for standard input");
+    add_input(*command, options->input, "Field of order 1 to 4; - for standard input");
     add_output_options(*command, options->output);
     add_input_format(*command, options->layout);
     add_rotation_options(*command, options->rotation);

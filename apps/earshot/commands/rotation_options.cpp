@@ -24,45 +24,22 @@ void add_rotation_options(CLI::App &command, rotation_options &options) {
                "Turn the listener left by -180 to 180 degrees");
     add_number(command, "--pitch", options.pitch, pitch_range, "DEG",
                "Turn the listener up by -90 to 90 degrees");
+    add_number(command, "--roll", options.roll, yaw_range, "DEG",
+               "Then tilt the head, right ear down, by -180 to 180 degrees");
     command
         .add_option_function<std::string>(
             "--focus", [&options](const std::string &text) { options.focus = parse_focus(text); },
-            "Favour one direction of the recording, in degrees")
+            "Favour one direction of a recording of order 1, in degrees")
         ->type_name("YAW,PITCH");
     command
         .add_option("--keyframes", options.keyframes,
-                    "Table of settings over time: seconds,yaw,pitch[,focus yaw,focus pitch]")
+                    "Table of settings over time: seconds,yaw,pitch[,roll] or "
+                    "seconds,yaw,pitch,focus yaw,focus pitch")
         ->type_name("FILE");
-}
-
-bool rotates(const rotation_options &options) {
-    return !options.keyframes.empty() || constant_setting(options) != field_setting{};
-}
-
-field_setting constant_setting(const rotation_options &options) {
-    field_setting setting;
-    setting.yaw = static_cast<s32>(degrees_q16(options.yaw));
-    setting.pitch = static_cast<s32>(degrees_q16(options.pitch));
-    if (options.focus) {
-        setting.focus = true;
-        setting.focus_yaw = options.focus->yaw;
-        setting.focus_pitch = options.focus->pitch;
-    }
-    return setting;
-}
-
-std::vector<keyframe> keyframes_for(const rotation_options &options, const std::string &input,
-                                    const std::string &label) {
-    if (options.keyframes.empty()) return {};
-    if (options.keyframes == "-" && input == "-")
-        throw usage_error("--keyframes and " + label + " cannot both be standard input");
-    return read_keyframes(options.keyframes, options.focus);
-}
-
-void note_unused_rows(const console &out, const std::string &keyframes, std::size_t rows,
-                      const std::string &field) {
-    if (rows > 0)
-        out.note(keyframes + ": " + counted(rows, "row") + " at or after the end of " + field);
+    command
+        .add_option("--track", options.track,
+                    "What a head tracker wrote: time,yaw,pitch,roll or time,w,x,y,z")
+        ->type_name("FILE");
 }
 
 } // namespace earshot_tool

@@ -13,9 +13,6 @@ class keyframe_player {
     // so that the result does not depend on how the frames are cut into blocks.
     void process(s32 *interleaved, std::size_t frames);
 
-    // Rows whose time has not come yet.
-    std::size_t unused() const { return rows_.size() - next_; }
-
   private:
     field_rotator &rotator_;
     std::vector<keyframe> rows_;

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cctype>
 #include <cmath>
+#include <utility>
 
 #include "error.hpp"
 #include "scene_library.hpp"
@@ -40,17 +41,20 @@ void set_focus(field_setting &setting, const focus_direction &focus) {
     setting.focus_pitch = focus.pitch;
 }
 
-keyframe parse_row(std::string_view line, const std::optional<focus_direction> &focus) {
+keyframe parse_row(std::string_view line, const std::optional<focus_direction> &focus, s32 roll) {
     const std::size_t width = pieces_at_commas(line);
-    if (width != 3 && width != 5)
+    if (width < 3 || width > 5)
         throw table_error{"has " + std::to_string(width) + (width == 1 ? " column" : " columns") +
-                          ", needs 3 or 5 (seconds,yaw,pitch[,focus yaw,focus pitch])"};
+                          ", needs 3 to 5 (seconds,yaw,pitch, then nothing, roll, or focus "
+                          "yaw,focus pitch)"};
     const auto columns = split_at_commas(line);
     keyframe row{};
     row.frame = std::llround(column(columns[0], "time", time_range) * frames_per_second);
     row.setting.yaw = angle(columns[1], "yaw", yaw_range);
     row.setting.pitch = angle(columns[2], "pitch", pitch_range);
-    if (columns.size() == 5)
+    row.roll = width == 4 ? angle(columns[3], "roll", yaw_range) : roll;
+    row.own_focus = width == 5;
+    if (row.own_focus)
         set_focus(row.setting, {angle(columns[3], "focus yaw", yaw_range),
                                 angle(columns[4], "focus pitch", pitch_range)});
     else if (focus)
@@ -66,21 +70,46 @@ bool is_heading(std::string_view line) {
     return true;
 }
 
-void check_distance(const std::vector<keyframe> &rows, const keyframe &next) {
-    if (rows.empty()) return;
-    const s64 distance = next.frame - rows.back().frame;
-    if (distance < 0) throw table_error{"is earlier than the row before"};
-    if (distance < HOA_EFFECT_RAMP_FRAMES)
-        throw table_error{"is " + std::to_string(distance) +
-                          " samples after the row before, needs at least " +
-                          std::to_string(HOA_EFFECT_RAMP_FRAMES)};
+class keyframe_rows {
+  public:
+    void add(const keyframe &row) {
+        if (!rows_.empty()) check_distance(row.frame - rows_.back().frame);
+        focuses_ = focuses_ || row.own_focus;
+        check_ramps();
+        rows_.push_back(row);
+    }
+
+    std::vector<keyframe> rows() && { return std::move(rows_); }
+
+  private:
+    // The smallest one is kept: it counts once a row has a focus.
+    void check_distance(s64 distance) {
+        if (distance < 0) throw table_error{"is earlier than the row before"};
+        if (distance == 0) throw table_error{"is at the same sample as the row before"};
+        least_ = std::min(least_, distance);
+    }
+
+    void check_ramps() const {
+        if (focuses_ && least_ < HOA_EFFECT_RAMP_FRAMES)
+            throw table_error{"with a focus in a row, rows need to be at least " +
+                              std::to_string(HOA_EFFECT_RAMP_FRAMES) +
+                              " samples apart, and some are " + std::to_string(least_)};
+    }
+
+    std::vector<keyframe> rows_;
+    bool focuses_ = false;
+    s64 least_ = HOA_EFFECT_RAMP_FRAMES;
+};
+
+constexpr head_angles angles_of(const keyframe &row) {
+    return {row.setting.yaw, row.setting.pitch, row.roll};
 }
 
 } // namespace
 
 std::vector<keyframe> parse_keyframes(std::string_view table, const std::string &name,
-                                      const std::optional<focus_direction> &focus) {
-    std::vector<keyframe> rows;
+                                      const std::optional<focus_direction> &focus, s32 roll) {
+    keyframe_rows rows;
     bool heading_allowed = true;
     if (table.substr(0, 3) == "\xEF\xBB\xBF") table.remove_prefix(3); // byte order mark of UTF-8
     for (s64 number = 1; !table.empty(); ++number) {
@@ -90,20 +119,44 @@ std::vector<keyframe> parse_keyframes(std::string_view table, const std::string 
         heading_allowed = false;
         if (skipped) continue;
         try {
-            const keyframe row = parse_row(line, focus);
-            check_distance(rows, row);
-            rows.push_back(row);
+            rows.add(parse_row(line, focus, roll));
         } catch (const table_error &error) {
             throw processing_error(name + ":" + std::to_string(number) + ": " + error.reason);
         }
     }
-    return rows;
+    return std::move(rows).rows();
 }
 
 std::vector<keyframe> read_keyframes(const std::string &path,
-                                     const std::optional<focus_direction> &focus) {
+                                     const std::optional<focus_direction> &focus, s32 roll) {
     const std::string table = read_text(path, most_bytes, "is larger than 16 MiB");
-    return parse_keyframes(table, text_file_name(path), focus);
+    return parse_keyframes(table, text_file_name(path), focus, roll);
+}
+
+bool leave_room_for_ramps(const std::vector<keyframe> &rows) {
+    for (std::size_t k = 1; k < rows.size(); ++k)
+        if (rows[k].frame - rows[k - 1].frame < HOA_EFFECT_RAMP_FRAMES) return false;
+    return true;
+}
+
+// A ramp that begins at a frame has made its first step there, and its last one at the frame before
+// it is over.
+track<head_angles> way_through(const head_angles &before, const std::vector<keyframe> &rows) {
+    const s64 first = rows.empty() ? 0 : rows[0].frame - 1;
+    track<head_angles> way{{first, before}};
+    for (std::size_t k = 0; k < rows.size(); ++k) {
+        const s64 start = rows[k].frame - 1;
+        if (way.back().time < start) way.push_back({start, way.back().value});
+        s64 end = start + HOA_EFFECT_RAMP_FRAMES;
+        if (k + 1 < rows.size()) end = std::min(end, rows[k + 1].frame - 1);
+        way.push_back({end, angles_of(rows[k])});
+    }
+    return way;
+}
+
+std::vector<keyframe> without_turns(std::vector<keyframe> rows) {
+    for (keyframe &row : rows) row.setting.yaw = row.setting.pitch = 0;
+    return rows;
 }
 
 } // namespace earshot_tool

@@ -2,6 +2,8 @@
 
 #include <utility>
 
+#include "field/spherical_harmonics.hpp"
+
 namespace earshot_tool {
 
 rotated_field::rotated_field(frame_source &source, channel_layout layout, int width)
@@ -13,10 +15,20 @@ void rotated_field::rotate(const field_setting &setting, std::vector<keyframe> r
     player_.emplace(*rotator_, std::move(rows));
 }
 
+void rotated_field::turn(std::shared_ptr<const orientation_track> head) {
+    turner_.emplace(order_of_channels(channels()), std::move(head));
+}
+
+u64 rotated_field::rotation_clipped() const {
+    return (rotator_ ? rotator_->clipped() : 0) + (turner_ ? turner_->clipped() : 0);
+}
+
 std::size_t rotated_field::read(s32 *interleaved, std::size_t frames) {
     const std::size_t got = source_.read(interleaved, frames);
     layout_clipped_ += convert_to_ambix(layout_, interleaved, got, channels(), width_);
     if (player_) player_->process(interleaved, got);
+    if (turner_) turner_->process(interleaved, got);
+    position_ += static_cast<s64>(got);
     return got;
 }
 
