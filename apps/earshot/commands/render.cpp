@@ -1,14 +1,9 @@
 // earshot render: a scene, or sources at directions around the listener, for two ears.
 
-#include <cmath>
-#include <utility>
-
 #include "commands/binaural_plan.hpp"
 #include "commands/commands.hpp"
 #include "commands/engine_choice.hpp"
-#include "commands/orbit.hpp"
-#include "commands/scene_file.hpp"
-#include "commands/source_argument.hpp"
+#include "commands/placed_sources.hpp"
 #include "error.hpp"
 #include "scene/rendering/scene_stream.hpp"
 
@@ -23,12 +18,6 @@ struct render_options : binaural_options, head_options {
     int frame = 0;            // 0: the longest that is possible
 };
 
-// The nearest angle in degrees, Q16, from 0 to 360.
-s32 degrees_of_turn(u32 turn) {
-    constexpr u64 whole_turn = u64{360} << 16;
-    return static_cast<s32>((turn * whole_turn + (u64{1} << 31)) >> 32);
-}
-
 std::size_t frame_length(const render_options &options) {
     const bool moves = options.orbit_seconds != 0;
     if (moves && options.frame == 128)
@@ -37,56 +26,8 @@ std::size_t frame_length(const render_options &options) {
     return moves ? 96 : 128;
 }
 
-void check_sources(const render_options &options) {
-    if (options.sources.size() > most_sources)
-        throw usage_error("-s: " + std::to_string(options.sources.size()) +
-                          " sources, there can be " + std::to_string(most_sources));
-    std::size_t streams = 0;
-    for (const source_argument &source : options.sources) streams += source.file == "-" ? 1 : 0;
-    if (streams > 1) throw usage_error("-s: only one source can be standard input");
-    if (streams > 0 && options.normalize)
-        throw usage_error("--normalize reads the input twice, which standard input cannot");
-}
-
-// The scene that the command line describes.
-scene_file scene_of(const std::vector<source_argument> &arguments) {
-    scene_file scene{"", "as FILE:CHANNEL@AZ,EL", {}, {}};
-    for (const source_argument &argument : arguments) {
-        scene_source source;
-        source.file = argument.file;
-        source.channel = argument.channel;
-        source.place =
-            track<direction>{{0, {degrees_of_turn(argument.azimuth), argument.elevation}}};
-        scene.content.sources.push_back(std::move(source));
-        scene.sounds.push_back(argument.file);
-    }
-    return scene;
-}
-
-// All sources keep their angles to each other and go round together.
-class turning_sources {
-  public:
-    turning_sources(const render_options &options, std::size_t frame_length)
-        : sources_(options.sources), turn_(0, std::llround(options.orbit_seconds * 1e6),
-                                           binaural_rate / static_cast<int>(frame_length)) {}
-
-    void operator()(source_placer &placer, s64) {
-        // To where they are a frame later, if that is what the placer takes.
-        if (!placed_ && placer.placed_at() != 0) turn_.next();
-        placed_ = true;
-        const u32 turn = turn_.next();
-        for (std::size_t k = 0; k < sources_.size(); ++k)
-            placer.place(k, degrees_of_turn(sources_[k].azimuth + turn), sources_[k].elevation);
-    }
-
-  private:
-    std::vector<source_argument> sources_;
-    orbit turn_;
-    bool placed_ = false;
-};
-
 void render_sources(const render_options &options) {
-    check_sources(options);
+    check_sources(options.sources, options.normalize);
     binaural_plan plan(options);
     const scene_file scene = scene_of(options.sources);
     const std::size_t length = frame_length(options);
@@ -96,7 +37,8 @@ void render_sources(const render_options &options) {
     plan.head = engine.text();
     plan.open = [&] {
         binaural_stream::mover move;
-        if (options.orbit_seconds != 0) move = turning_sources(options, length);
+        if (options.orbit_seconds != 0)
+            move = turning_sources(options.sources, options.orbit_seconds, length);
         return open_scene(scene, engine, guard, length, move);
     };
     carry_out(plan);
@@ -136,16 +78,8 @@ void add_render(CLI::App &app, action &chosen) {
     command
         ->add_option("SCENE", options->scene, "Scene to render, a JSON file; - for standard input")
         ->type_name("");
-    command
-        ->add_option_function<std::vector<std::string>>(
-            "-s,--source",
-            [options](const std::vector<std::string> &texts) {
-                for (const std::string &text : texts)
-                    options->sources.push_back(parse_source(text));
-            },
-            "Instead, a source and its direction, once for each; - for standard input")
-        ->allow_extra_args(false)
-        ->type_name("FILE[:CHANNEL]@AZ,EL");
+    add_sources(*command, options->sources,
+                "Instead, a source and its direction, once for each; - for standard input");
     add_orbit(*command, options->orbit_seconds);
     add_choice(*command, "--frame", {96, 128}, options->frame,
                "Samples of a frame: 96, or 128 with sources that stand still");
