@@ -13,6 +13,11 @@ add_library(earshot_objects OBJECT
   fft/tables.cpp
   fft/transform16.cpp
   fft/twiddle_rows.cpp
+  field/harmonics.cpp
+  field/kernels.cpp
+  field/kernels_scalar.cpp
+  field/rotate.cpp
+  field/rotation.cpp
   filters/all_pass.cpp
   filters/biquad.cpp
   filters/dc_block.cpp
@@ -80,7 +85,8 @@ target_link_libraries(earshot_objects PRIVATE $<BUILD_INTERFACE:earshot_options>
 # library runs on any processor of the target. Loops over the channels of a matrix want to be
 # unrolled, or its coefficients live in memory; anything more only makes the code longer.
 function(earshot_add_isa name)
-  foreach(kernels binaural/kernels fft/kernels head/kernels hoa_effect/mix hrtf/kernels spatial/gain)
+  foreach(kernels binaural/kernels fft/kernels field/kernels head/kernels hoa_effect/mix
+      hrtf/kernels spatial/gain)
     target_sources(earshot_objects PRIVATE ${kernels}_${name}.cpp)
     set_source_files_properties(${kernels}_${name}.cpp PROPERTIES COMPILE_OPTIONS
       "${ARGN};-O2;$<$<CXX_COMPILER_ID:GNU>:-fpeel-loops>")

@@ -158,7 +158,25 @@ struct avx2_lanes {
         return _mm256_blendv_epi8(bound, low, fits);
     }
 
+    static s64v wide(s64 x) { return {_mm256_set1_epi64x(x), _mm256_set1_epi64x(x)}; }
+    static s64v mac(s64v sum, s32v a, s32v b) {
+        const s64v p = product(a, b);
+        return {_mm256_add_epi64(sum.even, p.even), _mm256_add_epi64(sum.odd, p.odd)};
+    }
+    // The upper words tell: what is kept fits if all bits from its sign on are the same.
+    template <int n> static s32v narrow_sat(s64v sum) {
+        const s32v low =
+            take_odd(_mm256_srli_epi64(sum.even, n), _mm256_slli_epi64(sum.odd, 32 - n));
+        return saturate_where(beyond<n>(sum), low, high_words(sum));
+    }
+    template <int n> static s32v beyond(s64v sum) {
+        const s32v high = high_words(sum);
+        const s32v sign = _mm256_srai_epi32(high, 31);
+        return differing(splat(-1), _mm256_cmpeq_epi32(_mm256_srai_epi32(high, n - 1), sign));
+    }
+
   protected:
+    static s32v high_words(s64v sum) { return take_odd(_mm256_srli_epi64(sum.even, 32), sum.odd); }
     // Pairs, with the lanes in the order 0 1 4 5 2 3 6 7, which shuffles within halves come to.
     static pair load_mixed_interleaved(const s32 *p) {
         const __m256 low = _mm256_castsi256_ps(load(p));

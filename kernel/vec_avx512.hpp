@@ -173,6 +173,21 @@ struct avx512_lanes {
         return _mm512_mask_shuffle_epi32(even, odd_lanes, odd, _MM_PERM_CCAA);
     }
 
+    static s64v wide(s64 x) { return {_mm512_set1_epi64(x), _mm512_set1_epi64(x)}; }
+    static s64v mac(s64v sum, s32v a, s32v b) {
+        const s64v p = product(a, b);
+        return {_mm512_add_epi64(sum.even, p.even), _mm512_add_epi64(sum.odd, p.odd)};
+    }
+    template <int n> static s32v narrow_sat(s64v sum) {
+        return narrow_sat({_mm512_srai_epi64(sum.even, n), _mm512_srai_epi64(sum.odd, n)});
+    }
+    // Fits if all bits from the sign of what is kept on are the same.
+    template <int n> static s32v beyond(s64v sum) {
+        const __m512i high = _mm512_mask_shuffle_epi32(sum.odd, 0x5555, sum.even, _MM_PERM_DDBB);
+        return _mm512_movm_epi32(
+            _mm512_cmpneq_epi32_mask(_mm512_srai_epi32(high, n - 1), _mm512_srai_epi32(high, 31)));
+    }
+
   protected:
     static constexpr __mmask16 odd_lanes = 0xAAAA;
 

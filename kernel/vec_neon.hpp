@@ -89,6 +89,20 @@ struct vec_neon {
     static s32v narrow_sat(s64v sum) {
         return vcombine_s32(vqmovn_s64(sum.low), vqmovn_s64(sum.high));
     }
+    static s64v wide(s64 x) { return {vdupq_n_s64(x), vdupq_n_s64(x)}; }
+    static s64v mac(s64v sum, s32v a, s32v b) {
+        return {vmlal_s32(sum.low, vget_low_s32(a), vget_low_s32(b)),
+                vmlal_s32(sum.high, vget_high_s32(a), vget_high_s32(b))};
+    }
+    template <int n> static s32v narrow_sat(s64v sum) {
+        return vcombine_s32(vqshrn_n_s64(sum.low, n), vqshrn_n_s64(sum.high, n));
+    }
+    // Fits if all bits from the sign of what is kept on are the same.
+    template <int n> static s32v beyond(s64v sum) {
+        const s32v high = vcombine_s32(vshrn_n_s64(sum.low, 32), vshrn_n_s64(sum.high, 32));
+        const uint32x4_t fits = vceqq_s32(vshrq_n_s32(high, n - 1), vshrq_n_s32(high, 31));
+        return vreinterpretq_s32_u32(vmvnq_u32(fits));
+    }
     static s32v either(s32v a, s32v b) { return vorrq_s32(a, b); }
     static s32v differing(s32v a, s32v b) { return veorq_s32(a, b); }
 

@@ -36,6 +36,10 @@
 //     sum_of<n>              start of a sum of n terms
 //     mac_q31                sum + (a x b >> 31), the products of full width
 //     narrow_sat             sum clamped to s32, once all n terms are in
+//     wide                   the start of a sum of full products: one value in all lanes
+//     mac                    sum + a x b, wrapping
+//     narrow_sat<n>          sum >> n clamped to s32, n from 2 to 31
+//     beyond<n>              -1 in the lanes that narrow_sat<n> clamps, else 0
 //     bins                   width complex words (real word first in memory), in whatever order
 //                            suits the instruction set
 //     load_bins, store_bins
@@ -148,6 +152,14 @@ struct vec_scalar {
     static s64v mac_q31(s64v sum, s32v a, s32v b) { return sum + (s64{a} * b >> 31); }
     static s32v narrow_sat(s64v sum) {
         return static_cast<s32>(clamp(sum, -s64{0x80000000}, 0x7FFFFFFF));
+    }
+    static s64v wide(s64 x) { return x; }
+    static s64v mac(s64v sum, s32v a, s32v b) {
+        return static_cast<s64>(static_cast<u64>(sum) + product(a, b));
+    }
+    template <int n> static s32v narrow_sat(s64v sum) { return narrow_sat(sum >> n); }
+    template <int n> static s32v beyond(s64v sum) {
+        return (sum >> n) == static_cast<s32>(sum >> n) ? 0 : -1;
     }
     static bins load_bins(const s32 *p) { return {p[0], p[1]}; }
     static void store_bins(s32 *p, bins b) {

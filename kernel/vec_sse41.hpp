@@ -134,7 +134,24 @@ struct sse41_lanes {
         return _mm_blendv_epi8(bound_of(high), low, fits);
     }
 
+    static s64v wide(s64 x) { return {_mm_set1_epi64x(x), _mm_set1_epi64x(x)}; }
+    static s64v mac(s64v sum, s32v a, s32v b) {
+        const s64v p = product(a, b);
+        return {_mm_add_epi64(sum.even, p.even), _mm_add_epi64(sum.odd, p.odd)};
+    }
+    // The upper words tell: what is kept fits if all bits from its sign on are the same.
+    template <int n> static s32v narrow_sat(s64v sum) {
+        const s32v low = take_odd(_mm_srli_epi64(sum.even, n), _mm_slli_epi64(sum.odd, 32 - n));
+        return saturate_where(beyond<n>(sum), low, high_words(sum));
+    }
+    template <int n> static s32v beyond(s64v sum) {
+        const s32v high = high_words(sum);
+        const s32v sign = _mm_srai_epi32(high, 31);
+        return differing(splat(-1), _mm_cmpeq_epi32(_mm_srai_epi32(high, n - 1), sign));
+    }
+
   protected:
+    static s32v high_words(s64v sum) { return take_odd(_mm_srli_epi64(sum.even, 32), sum.odd); }
     // The bound of a's sign in the lanes whose mask is negative, v in the others.
     static s32v saturate_where(s32v mask, s32v v, s32v a) {
         return _mm_castps_si128(_mm_blendv_ps(_mm_castsi128_ps(v), _mm_castsi128_ps(bound_of(a)),

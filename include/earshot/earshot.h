@@ -6,6 +6,7 @@
 
 #include <earshot/binaural.h>
 #include <earshot/fft.h>
+#include <earshot/field.h>
 #include <earshot/filters.h>
 #include <earshot/head.h>
 #include <earshot/hoa_effect.h>

@@ -1,15 +1,15 @@
-// Gains that place a source in an ambisonic field: real spherical harmonics in ACN order and SN3D
-// normalisation, orders 1 to 4, in Q30 so that 1.0 is exact.
+// Orders, channels and directions of fields, and the gains that place a source in one (see
+// earshot/field.h).
 #pragma once
 
 #include <array>
 
-#include <earshot/types.h>
+#include <earshot/field.h>
 
 namespace earshot_tool {
 
-inline constexpr int highest_order = 4;
-inline constexpr int most_channels = (highest_order + 1) * (highest_order + 1);
+inline constexpr int highest_order = EARSHOT_FIELD_ORDER;
+inline constexpr int most_channels = EARSHOT_FIELD_CHANNELS;
 
 constexpr int channels_of_order(int order) { return (order + 1) * (order + 1); }
 
@@ -25,10 +25,6 @@ u32 turn_of_degrees(s64 degrees_q16);
 // Any finite number of degrees, without loss for large ones.
 u32 turn_of_azimuth(double degrees);
 
-// Sine and cosine, Q30, exact at multiples of a quarter turn.
-s32 sine(u32 turn);
-s32 cosine(u32 turn);
-
 // The gains of all directions at one elevation.
 class source_gains {
   public:
@@ -39,8 +35,7 @@ class source_gains {
     void at(u32 azimuth, std::array<s32, most_channels> &gains) const;
 
   private:
-    int order_;
-    std::array<s64, most_channels> elevation_part_{}; // Q30, by channel; the same for m and -m
+    earshot_field_circle circle_;
 };
 
 } // namespace earshot_tool
