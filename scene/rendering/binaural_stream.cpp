@@ -22,13 +22,7 @@ binaural_stream::binaural_stream(binaural_engine &engine, const std::vector<fram
 
 std::optional<s64> binaural_stream::frames() const {
     if (duration_) return duration_;
-    std::optional<s64> longest;
-    for (const frame_source *input : inputs_) {
-        if (input->endless()) continue;
-        const auto length = input->frames();
-        if (!length) return std::nullopt;
-        longest = std::max(longest.value_or(0), *length);
-    }
+    const auto longest = longest_of(inputs_);
     if (!longest) return std::nullopt;
     return *longest + tail_frames;
 }

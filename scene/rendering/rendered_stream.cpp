@@ -4,6 +4,17 @@
 
 namespace earshot_scene {
 
+std::optional<s64> longest_of(const std::vector<frame_source *> &sources) {
+    std::optional<s64> longest;
+    for (const frame_source *source : sources) {
+        if (source->endless()) continue;
+        const auto length = source->frames();
+        if (!length) return std::nullopt;
+        longest = std::max(longest.value_or(0), *length);
+    }
+    return longest;
+}
+
 rendered_stream::rendered_stream(int channels, std::size_t frame_length, int lowered)
     : channels_(channels), lowered_(lowered),
       words_(static_cast<std::size_t>(channels) * frame_length) {

@@ -9,6 +9,9 @@
 
 namespace earshot_scene {
 
+// Frames of the longest of several sources, endless ones left aside, where that is known.
+std::optional<s64> longest_of(const std::vector<frame_source *> &sources);
+
 class rendered_stream : public frame_source {
   public:
     // On top of the natural level, and where samples are clipped. Before the first read.

@@ -9,6 +9,7 @@
 #include "commands/orbit.hpp"
 #include "error.hpp"
 #include "field/spherical_harmonics.hpp"
+#include "scene/motion/track.hpp"
 #include "scene_library.hpp"
 
 namespace earshot_tool {
