@@ -1,15 +1,16 @@
-// earshot encode: places a mono recording in an ambisonic field.
+// earshot encode: places a mono recording, or several, in an ambisonic field.
 
 #include <cmath>
 #include <memory>
 
 #include "audio/channel_picker.hpp"
+#include "commands/binaural_plan.hpp"
 #include "commands/commands.hpp"
-#include "commands/delivery.hpp"
-#include "commands/orbit.hpp"
+#include "commands/placed_sources.hpp"
 #include "error.hpp"
 #include "field/spherical_harmonics.hpp"
 #include "scene/motion/track.hpp"
+#include "scene/rendering/field_mixer.hpp"
 #include "scene_library.hpp"
 
 namespace earshot_tool {
@@ -17,7 +18,8 @@ namespace earshot_tool {
 namespace {
 
 struct encode_options {
-    std::string input;
+    std::string input; // or, instead of it and its direction:
+    std::vector<source_argument> sources;
     output_options output;
     int channel = 0; // 0: the only one
     double azimuth = 0;
@@ -78,7 +80,7 @@ field_encoder make_encoder(const encode_options &options, frame_source &mono) {
     return field_encoder(mono, options.order, elevation, path);
 }
 
-void encode(const encode_options &options) {
+void encode_recording(const encode_options &options) {
     const console out(options.talk);
     audio_input in(options.input);
     channel_picker source(in, chosen_channel(in, options.channel, "with --channel"));
@@ -95,12 +97,51 @@ void encode(const encode_options &options) {
     report(out, in, written);
 }
 
+// Converted to one rate where theirs differ; there is no width that all of them have.
+void encode_sources(const encode_options &options) {
+    check_sources(options.sources, false);
+    binaural_options output;
+    const int default_bits = output.output.bits;
+    output.output = options.output;
+    if (output.output.bits == 0) output.output.bits = default_bits;
+    output.talk = options.talk;
+    binaural_plan plan(output, channels_of_order(options.order));
+    const scene_file scene = scene_of(options.sources);
+    plan.open = [&] {
+        return open_field(
+            scene, options.order,
+            orbit_of(options.sources, options.orbit_seconds, field_mixer::frame_length));
+    };
+    carry_out(plan);
+}
+
+void encode(const encode_options &options) {
+    if (options.input.empty() == options.sources.empty())
+        throw usage_error("encode: name either a recording or sources with -s");
+    if (options.sources.empty())
+        encode_recording(options);
+    else
+        encode_sources(options);
+}
+
+// What is said of a source in its own argument.
+void check_placement(const CLI::App &command, const encode_options &options) {
+    if (options.sources.empty()) return;
+    for (const char *name : {"--channel", "--azimuth", "--elevation"})
+        if (command.count(name) != 0)
+            throw usage_error(std::string(name) +
+                              ": a source has its own, as in -s FILE:CHANNEL@AZ,EL");
+}
+
 } // namespace
 
 void add_encode(CLI::App &app, action &chosen) {
-    auto *command = add_command(app, "encode", "Place a mono recording in an ambisonic field");
+    auto *command = add_command(app, "encode", "Place mono recordings in an ambisonic field");
     auto options = std::make_shared<encode_options>();
-    add_input(*command, options->input, "Mono recording; - for standard input");
+    command->add_option("IN", options->input, "Mono recording; - for standard input")
+        ->type_name("");
+    add_sources(*command, options->sources,
+                "Instead, a source and its direction, once for each; the field has 48000 Hz");
     add_output_options(*command, options->output);
     command
         ->add_option_function<std::string>(
@@ -116,7 +157,10 @@ void add_encode(CLI::App &app, action &chosen) {
     add_choice(*command, "--order", {1, 2, 3, 4}, options->order,
                "Ambisonic order, 1 to 4 (default 1)");
     add_verbosity(*command, options->talk);
-    command->callback([options, &chosen] { chosen = [options] { encode(*options); }; });
+    command->callback([command, options, &chosen] {
+        check_placement(*command, *options);
+        chosen = [options] { encode(*options); };
+    });
 }
 
 } // namespace earshot_tool

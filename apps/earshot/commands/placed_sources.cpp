@@ -15,6 +15,29 @@ s32 degrees_of_turn(u32 turn) {
     return static_cast<s32>((turn * whole_turn + (u64{1} << 31)) >> 32);
 }
 
+// All sources keep their angles to each other and go round together.
+class turning_sources {
+  public:
+    turning_sources(const std::vector<source_argument> &sources, double orbit_seconds,
+                    std::size_t frame_length)
+        : sources_(sources), turn_(0, std::llround(orbit_seconds * 1e6),
+                                   binaural_rate / static_cast<int>(frame_length)) {}
+
+    void operator()(source_placer &placer, s64) {
+        // To where they are a frame later, if that is what the placer takes.
+        if (!placed_ && placer.placed_at() != 0) turn_.next();
+        placed_ = true;
+        const u32 turn = turn_.next();
+        for (std::size_t k = 0; k < sources_.size(); ++k)
+            placer.place(k, degrees_of_turn(sources_[k].azimuth + turn), sources_[k].elevation);
+    }
+
+  private:
+    std::vector<source_argument> sources_;
+    orbit turn_;
+    bool placed_ = false;
+};
+
 } // namespace
 
 void add_sources(CLI::App &command, std::vector<source_argument> &sources,
@@ -55,18 +78,10 @@ scene_file scene_of(const std::vector<source_argument> &sources) {
     return scene;
 }
 
-turning_sources::turning_sources(const std::vector<source_argument> &sources, double orbit_seconds,
-                                 std::size_t frame_length)
-    : sources_(sources),
-      turn_(0, std::llround(orbit_seconds * 1e6), binaural_rate / static_cast<int>(frame_length)) {}
-
-void turning_sources::operator()(source_placer &placer, s64) {
-    // To where they are a frame later, if that is what the placer takes.
-    if (!placed_ && placer.placed_at() != 0) turn_.next();
-    placed_ = true;
-    const u32 turn = turn_.next();
-    for (std::size_t k = 0; k < sources_.size(); ++k)
-        placer.place(k, degrees_of_turn(sources_[k].azimuth + turn), sources_[k].elevation);
+binaural_stream::mover orbit_of(const std::vector<source_argument> &sources, double orbit_seconds,
+                                std::size_t frame_length) {
+    if (orbit_seconds == 0) return {};
+    return turning_sources(sources, orbit_seconds, frame_length);
 }
 
 } // namespace earshot_tool

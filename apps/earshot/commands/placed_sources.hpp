@@ -22,18 +22,8 @@ void check_sources(const std::vector<source_argument> &sources, bool normalize);
 // The scene that the command line describes.
 scene_file scene_of(const std::vector<source_argument> &sources);
 
-// All sources keep their angles to each other and go round together.
-class turning_sources {
-  public:
-    turning_sources(const std::vector<source_argument> &sources, double orbit_seconds,
-                    std::size_t frame_length);
-
-    void operator()(source_placer &placer, s64 time);
-
-  private:
-    std::vector<source_argument> sources_;
-    orbit turn_;
-    bool placed_ = false;
-};
+// What turns all of them round the listener once in so many seconds, frame by frame; nothing for 0.
+binaural_stream::mover orbit_of(const std::vector<source_argument> &sources, double orbit_seconds,
+                                std::size_t frame_length);
 
 } // namespace earshot_tool
