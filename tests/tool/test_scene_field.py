@@ -65,6 +65,16 @@ class Encoding(FieldTest):
         self.assertEqual([found[k] for k in ("format", "channels", "order", "rate", "frames")],
                          ["WAV, 24-bit", "16", "3", "48000 Hz", "4800"])
 
+    def test_conversion_keeps_the_end(self):
+        """Also where the last piece of the file is too short to make samples by itself."""
+        for length in 4246, 4396, 4546, 8296, 88200:
+            tone = [round(2 ** 29 * math.sin(math.tau * i / 100)) for i in range(length)]
+            self.write("tone.wav", wav(tone, 1, 32, rate=44100))
+            w = self.field("-s", "tone.wav@0,0", "-q", order=1, command="encode")[0]
+            for i in range(len(w) - 300, len(w) - 60):
+                exact = math.sin(math.tau * i / 100 * 44100 / 48000)
+                self.assertAlmostEqual(w[i] / 2 ** 29, exact, delta=0.01)
+
     def test_sources_circle(self):
         """Counter-clockwise from where they are, as one that is encoded without -s."""
         self.write("in.wav", wav(noise(48000, 24, 5, 0.3), 1, 24))
