@@ -23,6 +23,12 @@ constexpr s64 shorter(s64 turn) {
     return rest > half ? rest - whole_turn : rest < -half ? rest + whole_turn : rest;
 }
 
+// Degrees in Q16 as a fraction of a turn, Q32, to the nearest; it wraps like the angle itself.
+constexpr u32 turn_of_degrees(s64 degrees_q16) {
+    const s64 within = (degrees_q16 % whole_turn + whole_turn) % whole_turn;
+    return static_cast<u32>(((within << 32) + whole_turn / 2) / whole_turn);
+}
+
 // Degrees, Q16, from a the shorter way round to b, or to what is b but for whole turns. Two angles
 // half a turn apart are joined the way their numbers go: from 0 to 180 over 90, back over 90 again.
 s32 between_angles(s32 a, s32 b, const way &way);

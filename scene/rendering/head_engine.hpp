@@ -1,11 +1,12 @@
 // Filters sources with those of a head for exactly the directions that they are in. A source that
 // moves gets new filters in every frame, which fades over to them from its first sample to its
-// last. A source that jumps glides there in five frames (10 ms).
+// last. A source that jumps glides there.
 #pragma once
 
 #include <array>
 
 #include "scene/rendering/following_engine.hpp"
+#include "scene/rendering/gliding_placement.hpp"
 
 namespace earshot_scene {
 
@@ -19,23 +20,15 @@ class head_engine : public following_engine {
     int process(const s32 *const *windows, s32 *ears) override;
 
   private:
-    struct placement {
-        s32 azimuth = 0; // where it is at the end of the last frame
-        s32 elevation = 0;
-        s32 target_azimuth = 0; // where it is going
-        s32 target_elevation = 0;
-        s64 last_turn = 0; // how it has come there
-        s64 last_rise = 0;
-        int frames_left = 0;
-        bool placed = false;
+    struct placed_source {
+        gliding_placement placement;
         int filters = 0; // which of the two the last frame ended with
     };
 
-    void advance(std::size_t source);
     void filter(std::size_t source);
 
     shared_head head_;
-    std::vector<placement> sources_;
+    std::vector<placed_source> sources_;
     // Two for every source: a frame fades from the one to the other. Whole lines of a cache.
     struct alignas(64) aligned_pair : earshot_filter_pair {};
     std::vector<std::array<aligned_pair, 2>> filters_;

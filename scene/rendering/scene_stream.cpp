@@ -17,13 +17,6 @@ int bits_above(s64 value) {
     return bits;
 }
 
-std::vector<frame_source *> addresses(std::deque<source_chain> &chains) {
-    std::vector<frame_source *> all;
-    all.reserve(chains.size());
-    for (source_chain &chain : chains) all.push_back(&chain);
-    return all;
-}
-
 } // namespace
 
 // The engine's sums are bounded in two ways, and the tighter one is taken: by the number of sources
@@ -47,6 +40,7 @@ scene_parts::scene_parts(const scene &scene, const std::vector<frame_source *> &
     : headroom(headroom_for(scene).gain) {
     for (std::size_t k = 0; k < inputs.size(); ++k)
         chains.emplace_back(scene.sources[k], scene.listener, *inputs[k], headroom);
+    for (source_chain &chain : chains) sources.push_back(&chain);
 }
 
 scene_stream::scene_stream(const scene &scene, const std::vector<frame_source *> &inputs,
@@ -55,8 +49,7 @@ scene_stream::scene_stream(const scene &scene, const std::vector<frame_source *>
 
 scene_stream::scene_stream(const scene &scene, const std::vector<frame_source *> &inputs,
                            binaural_engine &engine, mover move)
-    : scene_parts(scene, inputs),
-      binaural_stream(engine, addresses(chains), std::move(move), headroom) {
+    : scene_parts(scene, inputs), binaural_stream(engine, sources, std::move(move), headroom) {
     if (scene.duration) set_duration(*scene.duration);
 }
 

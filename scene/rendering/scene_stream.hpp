@@ -22,12 +22,13 @@ struct scene_headroom {
 
 scene_headroom headroom_for(const scene &scene);
 
-// What a scene_stream is made of, before there is a stream.
+// What a stream of a scene is made of, before there is a stream.
 struct scene_parts {
     scene_parts(const scene &scene, const std::vector<frame_source *> &inputs);
 
     int headroom; // bits
     std::deque<source_chain> chains;
+    std::vector<frame_source *> sources; // the chains
 };
 
 // Frames are mostly 96 samples long: a read of so many pairs renders exactly one, from the first

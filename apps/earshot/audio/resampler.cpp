@@ -38,10 +38,12 @@ u64 resampler::clipped() const { return *soxr_num_clips(engine_); }
 std::size_t resampler::read(s32 *interleaved, std::size_t frames) {
     std::size_t got = 0;
     while (got < frames) {
+        // The last piece of the source may make nothing yet: only after it is the filter emptied.
+        const bool emptying = source_ended_ && block_used_ == block_filled_;
         s32 *next = interleaved + got * static_cast<std::size_t>(channels());
         const std::size_t made = convert(next, frames - got);
         got += made;
-        if (made == 0 && source_ended_) break;
+        if (made == 0 && emptying) break;
     }
     got = complete(interleaved, got, frames);
     produced_ += static_cast<s64>(got);

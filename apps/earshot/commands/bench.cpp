@@ -24,7 +24,7 @@ constexpr double frames_per_second = double{binaural_rate} / scene_stream::frame
 using profiler_handle = std::unique_ptr<native_profiler, decltype(&NpDestroy)>;
 
 // Renders the whole scene, one iteration of the profiler for every frame; returns its samples.
-s64 measure(native_profiler &profiler, binaural_stream &stream, const console &out) {
+s64 measure(native_profiler &profiler, rendered_stream &stream, const console &out) {
     std::vector<s32> pairs(2 * scene_stream::frame_length);
     progress meter(out, binaural_rate, stream.frames());
     s64 samples = 0;
@@ -67,9 +67,7 @@ std::string real_time_text(const native_profiler &profiler, std::size_t sources)
            " x real time with " + std::to_string(sources) + ")";
 }
 
-std::string report_text(const native_profiler &profiler, const binaural_stream &stream,
-                        s64 samples) {
-    const std::size_t sources = stream.engine().sources();
+std::string report_text(const native_profiler &profiler, std::size_t sources, s64 samples) {
     std::string text = line("frames", std::to_string(profiler.iteration_count) + " of " +
                                           std::to_string(scene_stream::frame_length) + " samples");
     text += line("sources", std::to_string(sources));
@@ -94,7 +92,7 @@ void bench(const bench_options &options) {
     const s64 samples = measure(*profiler, *work->stream, out);
     if (samples == 0) throw processing_error(scene.name, "is too short to measure");
     NpReportSummary(profiler.get());
-    print(report_text(*profiler, *work->stream, samples));
+    print(report_text(*profiler, work->engine->sources(), samples));
 }
 
 } // namespace

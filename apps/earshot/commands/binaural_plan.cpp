@@ -1,7 +1,7 @@
 #include "commands/binaural_plan.hpp"
 
-#include "commands/commands.hpp"
 #include "error.hpp"
+#include "field/spherical_harmonics.hpp"
 
 namespace earshot_tool {
 
@@ -16,33 +16,27 @@ sample_range full_scale_of(const output_options &options) {
     return {INT32_MIN + dither, (s64{1} << 31) - step - dither};
 }
 
-output_format format_of(const output_options &options) {
-    const output_format format{choose_container(options.path, options.raw), options.bits, 2,
-                               binaural_rate};
-    check_format(options.path, format);
-    return format;
+std::string bits(int count) { return counted(static_cast<u64>(count), "bit"); }
+
+std::string text_of(const binaural_engine &engine) {
+    const auto guard = engine.guard();
+    return "rendering " + counted(engine.sources(), "source") + " in frames of " +
+           std::to_string(engine.frame_length()) + " with a guard of " +
+           (guard ? bits(*guard) : "as many bits as they need");
 }
 
-// Reads a stream to its end and hands on what it yields.
-template <class Sink> void drain(binaural_stream &stream, const console &out, Sink sink) {
-    std::vector<s32> block(2 * block_frames);
-    progress meter(out, binaural_rate, stream.frames());
-    while (const std::size_t frames = stream.read(block.data(), block_frames)) {
-        sink(block.data(), frames);
-        meter.advance(frames);
-    }
+std::string text_of_field(const rendering &work) {
+    const int channels = work.stream->channels();
+    return "rendering " + counted(work.inputs.size(), "source") + " into a field of order " +
+           std::to_string(order_of_channels(channels)) + ", " +
+           counted(static_cast<u64>(channels), "channel");
 }
 
 void describe(const rendering &work, const binaural_plan &plan) {
     describe_inputs(work, plan.out);
-    const binaural_engine &engine = work.stream->engine();
-    const auto bits = [](int count) { return counted(static_cast<u64>(count), "bit"); };
-    const auto guard = engine.guard();
-    plan.out.detail("rendering " + counted(engine.sources(), "source") + " in frames of " +
-                    std::to_string(engine.frame_length()) + " with a guard of " +
-                    (guard ? bits(*guard) : "as many bits as they need") + ", writing " +
+    plan.out.detail((work.engine ? text_of(*work.engine) : text_of_field(work)) + ", writing " +
                     bits(plan.format.width));
-    plan.out.detail("heard through " + plan.head);
+    if (!plan.head.empty()) plan.out.detail("heard through " + plan.head);
 }
 
 void require_second_reading(const rendering &work) {
@@ -59,7 +53,7 @@ output_level level_reaching_full_scale(rendering &work, const binaural_plan &pla
         plan.out.note("the sound is silent and stays as it is");
         return {};
     }
-    return output_level::reaching(plan.full_scale.high << binaural_stream::peak_fraction, peak);
+    return output_level::reaching(plan.full_scale.high << rendered_stream::peak_fraction, peak);
 }
 
 // Renders once to learn the peak, if that is needed, and brings the level of the work to come to
@@ -76,18 +70,19 @@ void set_level(std::unique_ptr<rendering> &work, const binaural_plan &plan) {
 }
 
 void report_unsafe_frames(const rendering &work, const std::string &name, const console &out) {
-    const u64 frames = work.stream->unsafe_frames();
+    const u64 frames = work.engine ? work.engine->unsafe_frames() : 0;
     if (frames != 0)
         out.note(name + ": sums could have wrapped in " + counted(frames, "frame") + " of " +
-                 std::to_string(work.stream->engine().frame_length()) + " samples; a guard of " +
+                 std::to_string(work.engine->frame_length()) + " samples; a guard of " +
                  std::to_string(work.safe_guard) + " bits is safe");
 }
 
 } // namespace
 
-binaural_plan::binaural_plan(const binaural_options &options)
-    : out(options.talk), output(options.output), format(format_of(output)),
-      full_scale(full_scale_of(output)), normalize(options.normalize) {
+binaural_plan::binaural_plan(const binaural_options &options, int channels)
+    : out(options.talk), output(options.output),
+      format(format_for(output, channels, binaural_rate)), full_scale(full_scale_of(output)),
+      normalize(options.normalize) {
     if (options.gain) gain = output_level::decibels(*options.gain);
 }
 
@@ -96,17 +91,12 @@ void carry_out(const binaural_plan &plan) {
     describe(*work, plan);
     set_level(work, plan);
 
-    // Nothing is written before all that can be checked has been.
-    audio_output output(plan.output, plan.format, work->stream->frames());
-    drain(*work->stream, plan.out,
-          [&](const s32 *pairs, std::size_t frames) { output.write(pairs, frames); });
-    output.finish();
-
+    const delivered written = deliver(*work->stream, plan.output, plan.format, plan.out);
     report_inputs(*work, plan.out);
     work->report(plan.out);
-    plan.out.clipped(output.name(), work->stream->clipped(), "at full scale");
-    report_unsafe_frames(*work, output.name(), plan.out);
-    report(plan.out, output);
+    plan.out.clipped(written.name, work->stream->clipped(), "at full scale");
+    report_unsafe_frames(*work, written.name, plan.out);
+    report(plan.out, written);
 }
 
 } // namespace earshot_tool

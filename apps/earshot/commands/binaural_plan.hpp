@@ -1,18 +1,19 @@
-// What a command that renders for two ears is going to do. A plan is made once from the command
-// line, and making it checks all that can be checked before a sound is opened; carrying it out
-// looks at no option again.
+// What a command that renders for two ears, or into a field, is going to do. A plan is made once
+// from the command line, and making it checks all that can be checked before a sound is opened;
+// carrying it out looks at no option again.
 #pragma once
 
 #include <functional>
 
 #include "commands/binaural_options.hpp"
+#include "commands/delivery.hpp"
 #include "commands/rendering.hpp"
 
 namespace earshot_tool {
 
 struct binaural_plan {
     // Throws usage_error for an output that cannot be written.
-    explicit binaural_plan(const binaural_options &options);
+    explicit binaural_plan(const binaural_options &options, int channels = 2);
 
     console out;
     output_options output;
@@ -21,7 +22,7 @@ struct binaural_plan {
     std::optional<output_level> gain; // on top of the natural level
     bool normalize;
 
-    std::string head; // whose ears they are, in a line
+    std::string head; // whose ears they are, in a line; empty for a field
 
     // Opens the sounds and what renders them: twice, where the peak has to be known first.
     std::function<std::unique_ptr<rendering>()> open;

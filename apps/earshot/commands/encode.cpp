@@ -1,13 +1,16 @@
-// earshot encode: places a mono recording in an ambisonic field.
+// earshot encode: places a mono recording, or several, in an ambisonic field.
 
 #include <cmath>
 #include <memory>
 
 #include "audio/channel_picker.hpp"
+#include "commands/binaural_plan.hpp"
 #include "commands/commands.hpp"
-#include "commands/orbit.hpp"
+#include "commands/placed_sources.hpp"
 #include "error.hpp"
 #include "field/spherical_harmonics.hpp"
+#include "scene/motion/track.hpp"
+#include "scene/rendering/field_mixer.hpp"
 #include "scene_library.hpp"
 
 namespace earshot_tool {
@@ -15,7 +18,8 @@ namespace earshot_tool {
 namespace {
 
 struct encode_options {
-    std::string input;
+    std::string input; // or, instead of it and its direction:
+    std::vector<source_argument> sources;
     output_options output;
     int channel = 0; // 0: the only one
     double azimuth = 0;
@@ -32,27 +36,36 @@ int parse_channel(const std::string &text) {
     return static_cast<int>(*channel);
 }
 
-// Writes the field of one source that moves along a path.
-class field_encoder {
+// The field of one mono source that moves along a path.
+class field_encoder : public frame_source {
   public:
-    field_encoder(int order, u32 elevation, const orbit &path)
-        : channels_(static_cast<std::size_t>(channels_of_order(order))), gains_(order, elevation),
-          path_(path) {
+    field_encoder(frame_source &mono, int order, u32 elevation, const orbit &path)
+        : source_(mono), channels_(static_cast<std::size_t>(channels_of_order(order))),
+          gains_(order, elevation), path_(path) {
         gains_.at(path_.next(), now_);
     }
 
-    void process(const s32 *mono, std::size_t frames, s32 *field) {
-        for (std::size_t i = 0; i < frames; ++i) {
+    int channels() const override { return static_cast<int>(channels_); }
+    int rate() const override { return source_.rate(); }
+    std::optional<s64> frames() const override { return source_.frames(); }
+
+    std::size_t read(s32 *field, std::size_t frames) override {
+        mono_.resize(frames);
+        const std::size_t got = source_.read(mono_.data(), frames);
+        for (std::size_t i = 0; i < got; ++i) {
             for (std::size_t k = 0; k < channels_; ++k)
                 *field++ = static_cast<s32>(
-                    clamp_counted(rounded_shift(s64{mono[i]} * now_[k], 30), 32, clipped_));
+                    clamp_counted(rounded_shift(s64{mono_[i]} * now_[k], 30), 32, clipped_));
             if (path_.moves()) gains_.at(path_.next(), now_);
         }
+        return got;
     }
 
     u64 clipped() const { return clipped_; }
 
   private:
+    frame_source &source_;
+    std::vector<s32> mono_;
     std::size_t channels_;
     source_gains gains_;
     orbit path_;
@@ -60,14 +73,14 @@ class field_encoder {
     u64 clipped_ = 0;
 };
 
-field_encoder make_encoder(const encode_options &options, int rate) {
+field_encoder make_encoder(const encode_options &options, frame_source &mono) {
     const u32 azimuth = turn_of_azimuth(options.azimuth);
     const u32 elevation = turn_of_degrees(degrees_q16(options.elevation));
-    const orbit path(azimuth, std::llround(options.orbit_seconds * 1e6), rate);
-    return field_encoder(options.order, elevation, path);
+    const orbit path(azimuth, std::llround(options.orbit_seconds * 1e6), mono.rate());
+    return field_encoder(mono, options.order, elevation, path);
 }
 
-void encode(const encode_options &options) {
+void encode_recording(const encode_options &options) {
     const console out(options.talk);
     audio_input in(options.input);
     channel_picker source(in, chosen_channel(in, options.channel, "with --channel"));
@@ -78,28 +91,57 @@ void encode(const encode_options &options) {
                counted(static_cast<u64>(channels), "channel") + ", writing " +
                std::to_string(format.width) + " bits");
 
-    field_encoder encoder = make_encoder(options, in.rate());
-    audio_output output(options.output, format, in.frames());
-    std::vector<s32> mono(block_frames);
-    std::vector<s32> field(block_frames * static_cast<std::size_t>(channels));
-    progress meter(out, in.rate(), in.frames());
-    while (const std::size_t frames = source.read(mono.data(), block_frames)) {
-        encoder.process(mono.data(), frames, field.data());
-        output.write(field.data(), frames);
-        meter.advance(frames);
-    }
-    output.finish();
-    meter.clear();
-    out.clipped(output.name(), encoder.clipped(), "at full scale by the encoding");
-    report(out, in, output);
+    field_encoder encoder = make_encoder(options, source);
+    const delivered written = deliver(encoder, options.output, format, out);
+    out.clipped(written.name, encoder.clipped(), "at full scale by the encoding");
+    report(out, in, written);
+}
+
+// Converted to one rate where theirs differ; there is no width that all of them have.
+void encode_sources(const encode_options &options) {
+    check_sources(options.sources, false);
+    binaural_options output;
+    const int default_bits = output.output.bits;
+    output.output = options.output;
+    if (output.output.bits == 0) output.output.bits = default_bits;
+    output.talk = options.talk;
+    binaural_plan plan(output, channels_of_order(options.order));
+    const scene_file scene = scene_of(options.sources);
+    plan.open = [&] {
+        return open_field(
+            scene, options.order,
+            orbit_of(options.sources, options.orbit_seconds, field_mixer::frame_length));
+    };
+    carry_out(plan);
+}
+
+void encode(const encode_options &options) {
+    if (options.input.empty() == options.sources.empty())
+        throw usage_error("encode: name either a recording or sources with -s");
+    if (options.sources.empty())
+        encode_recording(options);
+    else
+        encode_sources(options);
+}
+
+// What is said of a source in its own argument.
+void check_placement(const CLI::App &command, const encode_options &options) {
+    if (options.sources.empty()) return;
+    for (const char *name : {"--channel", "--azimuth", "--elevation"})
+        if (command.count(name) != 0)
+            throw usage_error(std::string(name) +
+                              ": a source has its own, as in -s FILE:CHANNEL@AZ,EL");
 }
 
 } // namespace
 
 void add_encode(CLI::App &app, action &chosen) {
-    auto *command = add_command(app, "encode", "Place a mono recording in an ambisonic field");
+    auto *command = add_command(app, "encode", "Place mono recordings in an ambisonic field");
     auto options = std::make_shared<encode_options>();
-    add_input(*command, options->input, "Mono recording; - for standard input");
+    command->add_option("IN", options->input, "Mono recording; - for standard input")
+        ->type_name("");
+    add_sources(*command, options->sources,
+                "Instead, a source and its direction, once for each; the field has 48000 Hz");
     add_output_options(*command, options->output);
     command
         ->add_option_function<std::string>(
@@ -115,7 +157,10 @@ void add_encode(CLI::App &app, action &chosen) {
     add_choice(*command, "--order", {1, 2, 3, 4}, options->order,
                "Ambisonic order, 1 to 4 (default 1)");
     add_verbosity(*command, options->talk);
-    command->callback([options, &chosen] { chosen = [options] { encode(*options); }; });
+    command->callback([command, options, &chosen] {
+        check_placement(*command, *options);
+        chosen = [options] { encode(*options); };
+    });
 }
 
 } // namespace earshot_tool

@@ -1,15 +1,13 @@
-// earshot render: a scene, or sources at directions around the listener, for two ears.
-
-#include <cmath>
-#include <utility>
+// earshot render: a scene, or sources at directions around the listener, for two ears or into a
+// field.
 
 #include "commands/binaural_plan.hpp"
 #include "commands/commands.hpp"
 #include "commands/engine_choice.hpp"
-#include "commands/orbit.hpp"
-#include "commands/scene_file.hpp"
-#include "commands/source_argument.hpp"
+#include "commands/placed_sources.hpp"
 #include "error.hpp"
+#include "field/spherical_harmonics.hpp"
+#include "scene/rendering/field_stream.hpp"
 #include "scene/rendering/scene_stream.hpp"
 
 namespace earshot_tool {
@@ -21,13 +19,9 @@ struct render_options : binaural_options, head_options {
     std::vector<source_argument> sources;
     double orbit_seconds = 0; // 0: the sources stand still
     int frame = 0;            // 0: the longest that is possible
+    int field_order = 0;      // 0: for two ears
+    bool no_head = false;     // the listener's turns are left out
 };
-
-// The nearest angle in degrees, Q16, from 0 to 360.
-s32 degrees_of_turn(u32 turn) {
-    constexpr u64 whole_turn = u64{360} << 16;
-    return static_cast<s32>((turn * whole_turn + (u64{1} << 31)) >> 32);
-}
 
 std::size_t frame_length(const render_options &options) {
     const bool moves = options.orbit_seconds != 0;
@@ -37,56 +31,8 @@ std::size_t frame_length(const render_options &options) {
     return moves ? 96 : 128;
 }
 
-void check_sources(const render_options &options) {
-    if (options.sources.size() > most_sources)
-        throw usage_error("-s: " + std::to_string(options.sources.size()) +
-                          " sources, there can be " + std::to_string(most_sources));
-    std::size_t streams = 0;
-    for (const source_argument &source : options.sources) streams += source.file == "-" ? 1 : 0;
-    if (streams > 1) throw usage_error("-s: only one source can be standard input");
-    if (streams > 0 && options.normalize)
-        throw usage_error("--normalize reads the input twice, which standard input cannot");
-}
-
-// The scene that the command line describes.
-scene_file scene_of(const std::vector<source_argument> &arguments) {
-    scene_file scene{"", "as FILE:CHANNEL@AZ,EL", {}, {}};
-    for (const source_argument &argument : arguments) {
-        scene_source source;
-        source.file = argument.file;
-        source.channel = argument.channel;
-        source.place =
-            track<direction>{{0, {degrees_of_turn(argument.azimuth), argument.elevation}}};
-        scene.content.sources.push_back(std::move(source));
-        scene.sounds.push_back(argument.file);
-    }
-    return scene;
-}
-
-// All sources keep their angles to each other and go round together.
-class turning_sources {
-  public:
-    turning_sources(const render_options &options, std::size_t frame_length)
-        : sources_(options.sources), turn_(0, std::llround(options.orbit_seconds * 1e6),
-                                           binaural_rate / static_cast<int>(frame_length)) {}
-
-    void operator()(source_placer &placer, s64) {
-        // To where they are a frame later, if that is what the placer takes.
-        if (!placed_ && placer.placed_at() != 0) turn_.next();
-        placed_ = true;
-        const u32 turn = turn_.next();
-        for (std::size_t k = 0; k < sources_.size(); ++k)
-            placer.place(k, degrees_of_turn(sources_[k].azimuth + turn), sources_[k].elevation);
-    }
-
-  private:
-    std::vector<source_argument> sources_;
-    orbit turn_;
-    bool placed_ = false;
-};
-
 void render_sources(const render_options &options) {
-    check_sources(options);
+    check_sources(options.sources, options.normalize);
     binaural_plan plan(options);
     const scene_file scene = scene_of(options.sources);
     const std::size_t length = frame_length(options);
@@ -95,16 +41,19 @@ void render_sources(const render_options &options) {
     const engine_choice engine(options, plan.out);
     plan.head = engine.text();
     plan.open = [&] {
-        binaural_stream::mover move;
-        if (options.orbit_seconds != 0) move = turning_sources(options, length);
-        return open_scene(scene, engine, guard, length, move);
+        return open_scene(scene, engine, guard, length,
+                          orbit_of(options.sources, options.orbit_seconds, length));
     };
     carry_out(plan);
 }
 
-void render_scene(const render_options &options) {
+void check_scene(const render_options &options) {
     if (options.orbit_seconds != 0)
         throw usage_error("--orbit: a scene says itself how its sources move");
+}
+
+void render_scene(const render_options &options) {
+    check_scene(options);
     if (options.frame != 0) throw usage_error("--frame: the frames of a scene have 96 samples");
     binaural_plan plan(options);
     const scene_file scene = read_scene(options.scene);
@@ -118,10 +67,46 @@ void render_scene(const render_options &options) {
     carry_out(plan);
 }
 
+// What belongs to two ears.
+void check_field(const render_options &options) {
+    if (!options.head.empty())
+        throw usage_error("--head: a field is not heard through a head; give it to 'earshot "
+                          "binauralize', which makes two ears of the field");
+    if (options.measured)
+        throw usage_error("--placement: a field has every source exactly where it is; leave it "
+                          "out");
+    if (options.guard) throw usage_error("--guard: no sum of a field can wrap; leave it out");
+    if (options.frame != 0)
+        throw usage_error("--frame: the frames of a field have 96 samples; leave it out");
+}
+
+void render_field(const render_options &options) {
+    check_field(options);
+    if (options.scene.empty())
+        check_sources(options.sources, options.normalize);
+    else
+        check_scene(options);
+    binaural_plan plan(options, channels_of_order(options.field_order));
+    scene_file scene =
+        options.scene.empty() ? scene_of(options.sources) : read_scene(options.scene);
+    if (options.no_head) scene.content.listener.orientation = scene_listener{}.orientation;
+    plan.open = [&] {
+        return open_field(
+            scene, options.field_order,
+            orbit_of(options.sources, options.orbit_seconds, field_mixer::frame_length));
+    };
+    carry_out(plan);
+}
+
 void render(const render_options &options) {
     if (options.scene.empty() == options.sources.empty())
         throw usage_error("render: name either a scene or sources with -s");
-    if (options.scene.empty())
+    if (options.no_head && options.field_order == 0)
+        throw usage_error("--no-head: two ears turn with their head; it is for --field, which a "
+                          "player can turn");
+    if (options.field_order != 0)
+        render_field(options);
+    else if (options.scene.empty())
         render_sources(options);
     else
         render_scene(options);
@@ -131,24 +116,21 @@ void render(const render_options &options) {
 
 void add_render(CLI::App &app, action &chosen) {
     auto *command =
-        add_command(app, "render", "Render a scene, or sources around the listener, for two ears");
+        add_command(app, "render",
+                    "Render a scene, or sources around the listener, for two ears or into a field");
     auto options = std::make_shared<render_options>();
     command
         ->add_option("SCENE", options->scene, "Scene to render, a JSON file; - for standard input")
         ->type_name("");
-    command
-        ->add_option_function<std::vector<std::string>>(
-            "-s,--source",
-            [options](const std::vector<std::string> &texts) {
-                for (const std::string &text : texts)
-                    options->sources.push_back(parse_source(text));
-            },
-            "Instead, a source and its direction, once for each; - for standard input")
-        ->allow_extra_args(false)
-        ->type_name("FILE[:CHANNEL]@AZ,EL");
+    add_sources(*command, options->sources,
+                "Instead, a source and its direction, once for each; - for standard input");
     add_orbit(*command, options->orbit_seconds);
     add_choice(*command, "--frame", {96, 128}, options->frame,
                "Samples of a frame: 96, or 128 with sources that stand still");
+    add_choice(*command, "--field", {1, 2, 3, 4}, options->field_order,
+               "Instead of two ears, make an ambisonic field of order 1 to 4 (AmbiX)");
+    command->add_flag("--no-head", options->no_head,
+                      "With --field: leave the listener's turns to who plays the field");
     add_placement(*command, *options);
     add_binaural_options(*command, *options);
     command->callback([options, &chosen] { chosen = [options] { render(*options); }; });

@@ -1,4 +1,4 @@
-// Everything from the files to the ears, opened and not yet read.
+// Everything from the files to the ears, or to a field, opened and not yet read.
 #pragma once
 
 #include <memory>
@@ -17,9 +17,9 @@ struct rendering {
     virtual void report(const console &) const {}
 
     std::vector<std::unique_ptr<binaural_input>> inputs;
-    std::unique_ptr<binaural_engine> engine;
-    std::unique_ptr<binaural_stream> stream;
-    int safe_guard = 0; // bits with which no sum can wrap
+    std::unique_ptr<binaural_engine> engine; // of two ears; none of a field
+    std::unique_ptr<rendered_stream> stream;
+    int safe_guard = 0; // bits with which no sum of the engine can wrap
 };
 
 // What the inputs are and what is done to them; a file that several of them read is told once.

@@ -4,6 +4,7 @@
 
 #include "audio/resampler.hpp"
 #include "commands/commands.hpp"
+#include "commands/delivery.hpp"
 #include "commands/rotation_plan.hpp"
 #include "field/spherical_harmonics.hpp"
 
@@ -51,23 +52,13 @@ void rotate(const rotate_options &options) {
     rotated_field field(source, options.layout, format.computed_width);
     plan.apply(field, order);
 
-    // Nothing is written before all that can be checked has been.
-    audio_output output(options.output, format, field.frames());
-    std::vector<s32> block(block_frames * static_cast<std::size_t>(channels));
-    progress meter(out, field_rate, field.frames());
-    while (const std::size_t frames = field.read(block.data(), block_frames)) {
-        output.write(block.data(), frames);
-        meter.advance(frames);
-    }
-    output.finish();
-    meter.clear();
-
+    const delivered written = deliver(field, options.output, format, out);
     plan.note_unused_rows(out, field.position(), in.name());
     if (converted)
         out.clipped(in.name(), converted->clipped(), "at full scale by the rate conversion");
     out.clipped(in.name(), field.layout_clipped(), "at full scale by the conversion to AmbiX");
-    out.clipped(output.name(), field.rotation_clipped(), "at full scale by the rotation");
-    report(out, in, output);
+    out.clipped(written.name, field.rotation_clipped(), "at full scale by the rotation");
+    report(out, in, written);
 }
 
 } // namespace

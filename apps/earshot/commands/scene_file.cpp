@@ -6,6 +6,7 @@
 #include "commands/commands.hpp"
 #include "error.hpp"
 #include "scene/description/scene_json.hpp"
+#include "scene/rendering/field_stream.hpp"
 #include "scene/rendering/scene_mover.hpp"
 #include "scene/rendering/scene_stream.hpp"
 #include "text_file.hpp"
@@ -86,6 +87,15 @@ std::unique_ptr<rendering> open_scene(const scene_file &scene, const engine_choi
     work->safe_guard = guard.safe;
     work->engine = engine.for_directions(sounds.size(), frame_length, guard);
     work->stream = std::make_unique<scene_stream>(scene.content, sounds, *work->engine,
+                                                  move ? move : scene_mover(scene.content));
+    return work;
+}
+
+std::unique_ptr<rendering> open_field(const scene_file &scene, int order,
+                                      const binaural_stream::mover &move) {
+    auto work = std::make_unique<rendering>();
+    const std::vector<frame_source *> sounds = open_sounds(scene, *work);
+    work->stream = std::make_unique<field_stream>(scene.content, sounds, order,
                                                   move ? move : scene_mover(scene.content));
     return work;
 }

@@ -31,4 +31,8 @@ std::unique_ptr<rendering> open_scene(const scene_file &scene, const engine_choi
                                       const guard_choice &guard, std::size_t frame_length,
                                       const binaural_stream::mover &move = {});
 
+// All that renders one into a field.
+std::unique_ptr<rendering> open_field(const scene_file &scene, int order,
+                                      const binaural_stream::mover &move = {});
+
 } // namespace earshot_tool

@@ -2,15 +2,10 @@
 
 #include <cmath>
 
+#include "scene/motion/track.hpp"
 #include "scene_library.hpp"
 
 namespace earshot_tool {
-
-u32 turn_of_degrees(s64 degrees_q16) {
-    constexpr s64 turn_q16 = s64{360} << 16;
-    const s64 within = ((degrees_q16 % turn_q16) + turn_q16) % turn_q16;
-    return static_cast<u32>(((within << 32) + turn_q16 / 2) / turn_q16);
-}
 
 // The remainder is exact.
 u32 turn_of_azimuth(double degrees) {

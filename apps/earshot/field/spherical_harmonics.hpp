@@ -20,9 +20,7 @@ constexpr int order_of_channels(int channels) {
     return 0;
 }
 
-// An angle as a fraction of a turn, Q32; it wraps like the angle itself. Degrees are in Q16.
-u32 turn_of_degrees(s64 degrees_q16);
-// Any finite number of degrees, without loss for large ones.
+// Any finite number of degrees as a fraction of a turn, Q32, without loss for large ones.
 u32 turn_of_azimuth(double degrees);
 
 // The gains of all directions at one elevation.

@@ -1,0 +1,56 @@
+#include "scene/rendering/field_stream.hpp"
+
+#include <algorithm>
+#include <utility>
+
+#include "scene/rendering/scene_mover.hpp"
+
+namespace earshot_scene {
+
+namespace {
+
+constexpr std::size_t frame_length = field_mixer::frame_length;
+
+} // namespace
+
+field_stream::field_stream(const scene &scene, const std::vector<frame_source *> &inputs, int order)
+    : field_stream(scene, inputs, order, scene_mover(scene)) {}
+
+field_stream::field_stream(const scene &scene, const std::vector<frame_source *> &inputs, int order,
+                           mover move)
+    : scene_parts(scene, inputs),
+      rendered_stream((order + 1) * (order + 1), frame_length, headroom), duration_(scene.duration),
+      move_(std::move(move)), mixer_(order, inputs.size()), samples_(inputs.size() * frame_length) {
+}
+
+std::optional<s64> field_stream::frames() const {
+    return duration_ ? duration_ : longest_of(sources);
+}
+
+rendered_stream::rendered_frame field_stream::render_frame(s32 *interleaved, s64 time) {
+    const std::size_t sounding = read_sources();
+    const std::size_t length =
+        duration_ ? static_cast<std::size_t>(std::clamp<s64>(*duration_ - time, 0, frame_length))
+                  : sounding;
+    if (length == 0) return {0, 0};
+    move_(mixer_, time + static_cast<s64>(mixer_.placed_at()));
+    return {length, mixer_.process(samples_.data(), interleaved)};
+}
+
+// Returns how much of the frame there is before the last of them ends.
+std::size_t field_stream::read_sources() {
+    std::size_t longest = 0;
+    bool ends = false;
+    s32 *samples = samples_.data();
+    for (frame_source *source : sources) {
+        const std::size_t got = source->read(samples, frame_length);
+        std::fill(samples + got, samples + frame_length, 0);
+        samples += frame_length;
+        if (source->endless()) continue;
+        longest = std::max(longest, got);
+        ends = true;
+    }
+    return ends ? longest : frame_length;
+}
+
+} // namespace earshot_scene
