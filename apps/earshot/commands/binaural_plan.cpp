@@ -1,6 +1,5 @@
 #include "commands/binaural_plan.hpp"
 
-#include "commands/commands.hpp"
 #include "error.hpp"
 
 namespace earshot_tool {
@@ -14,23 +13,6 @@ sample_range full_scale_of(const output_options &options) {
     const s64 step = s64{1} << dropped;
     const s64 dither = dropped > 0 && !options.no_dither ? step : 0;
     return {INT32_MIN + dither, (s64{1} << 31) - step - dither};
-}
-
-output_format format_of(const output_options &options) {
-    const output_format format{choose_container(options.path, options.raw), options.bits, 2,
-                               binaural_rate};
-    check_format(options.path, format);
-    return format;
-}
-
-// Reads a stream to its end and hands on what it yields.
-template <class Sink> void drain(binaural_stream &stream, const console &out, Sink sink) {
-    std::vector<s32> block(2 * block_frames);
-    progress meter(out, binaural_rate, stream.frames());
-    while (const std::size_t frames = stream.read(block.data(), block_frames)) {
-        sink(block.data(), frames);
-        meter.advance(frames);
-    }
 }
 
 void describe(const rendering &work, const binaural_plan &plan) {
@@ -86,7 +68,7 @@ void report_unsafe_frames(const rendering &work, const std::string &name, const 
 } // namespace
 
 binaural_plan::binaural_plan(const binaural_options &options)
-    : out(options.talk), output(options.output), format(format_of(output)),
+    : out(options.talk), output(options.output), format(format_for(output, 2, binaural_rate)),
       full_scale(full_scale_of(output)), normalize(options.normalize) {
     if (options.gain) gain = output_level::decibels(*options.gain);
 }
@@ -96,17 +78,12 @@ void carry_out(const binaural_plan &plan) {
     describe(*work, plan);
     set_level(work, plan);
 
-    // Nothing is written before all that can be checked has been.
-    audio_output output(plan.output, plan.format, work->stream->frames());
-    drain(*work->stream, plan.out,
-          [&](const s32 *pairs, std::size_t frames) { output.write(pairs, frames); });
-    output.finish();
-
+    const delivered written = deliver(*work->stream, plan.output, plan.format, plan.out);
     report_inputs(*work, plan.out);
     work->report(plan.out);
-    plan.out.clipped(output.name(), work->stream->clipped(), "at full scale");
-    report_unsafe_frames(*work, output.name(), plan.out);
-    report(plan.out, output);
+    plan.out.clipped(written.name, work->stream->clipped(), "at full scale");
+    report_unsafe_frames(*work, written.name, plan.out);
+    report(plan.out, written);
 }
 
 } // namespace earshot_tool

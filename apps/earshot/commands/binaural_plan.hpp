@@ -6,6 +6,7 @@
 #include <functional>
 
 #include "commands/binaural_options.hpp"
+#include "commands/delivery.hpp"
 #include "commands/rendering.hpp"
 
 namespace earshot_tool {

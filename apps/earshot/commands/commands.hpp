@@ -15,11 +15,6 @@ void add_head(CLI::App &app, action &chosen);
 void add_bench(CLI::App &app, action &chosen);
 void add_info(CLI::App &app, action &chosen);
 
-// The format of an output made from an input: its width unless the options say otherwise. Throws
-// usage_error for what cannot be written.
-output_format format_for(const output_options &options, const audio_input &in, int channels,
-                         int rate);
-
 // "has 2 channels", the beginning of complaints about them.
 std::string has_channels(const audio_input &in);
 
@@ -30,9 +25,5 @@ void require_channels(const audio_input &in, int channels, const std::string &re
 // processing_error where there is no such channel, or where an input with several says nothing of
 // which is meant; `how` tells how it is named.
 int chosen_channel(const audio_input &in, int channel, const std::string &how);
-
-// "this is what was done" at the end of a command that wrote a file.
-void report(const console &out, const audio_output &written);
-void report(const console &out, const audio_input &in, const audio_output &written);
 
 } // namespace earshot_tool

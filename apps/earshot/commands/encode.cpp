@@ -5,6 +5,7 @@
 
 #include "audio/channel_picker.hpp"
 #include "commands/commands.hpp"
+#include "commands/delivery.hpp"
 #include "commands/orbit.hpp"
 #include "error.hpp"
 #include "field/spherical_harmonics.hpp"
@@ -32,27 +33,36 @@ int parse_channel(const std::string &text) {
     return static_cast<int>(*channel);
 }
 
-// Writes the field of one source that moves along a path.
-class field_encoder {
+// The field of one mono source that moves along a path.
+class field_encoder : public frame_source {
   public:
-    field_encoder(int order, u32 elevation, const orbit &path)
-        : channels_(static_cast<std::size_t>(channels_of_order(order))), gains_(order, elevation),
-          path_(path) {
+    field_encoder(frame_source &mono, int order, u32 elevation, const orbit &path)
+        : source_(mono), channels_(static_cast<std::size_t>(channels_of_order(order))),
+          gains_(order, elevation), path_(path) {
         gains_.at(path_.next(), now_);
     }
 
-    void process(const s32 *mono, std::size_t frames, s32 *field) {
-        for (std::size_t i = 0; i < frames; ++i) {
+    int channels() const override { return static_cast<int>(channels_); }
+    int rate() const override { return source_.rate(); }
+    std::optional<s64> frames() const override { return source_.frames(); }
+
+    std::size_t read(s32 *field, std::size_t frames) override {
+        mono_.resize(frames);
+        const std::size_t got = source_.read(mono_.data(), frames);
+        for (std::size_t i = 0; i < got; ++i) {
             for (std::size_t k = 0; k < channels_; ++k)
                 *field++ = static_cast<s32>(
-                    clamp_counted(rounded_shift(s64{mono[i]} * now_[k], 30), 32, clipped_));
+                    clamp_counted(rounded_shift(s64{mono_[i]} * now_[k], 30), 32, clipped_));
             if (path_.moves()) gains_.at(path_.next(), now_);
         }
+        return got;
     }
 
     u64 clipped() const { return clipped_; }
 
   private:
+    frame_source &source_;
+    std::vector<s32> mono_;
     std::size_t channels_;
     source_gains gains_;
     orbit path_;
@@ -60,11 +70,11 @@ class field_encoder {
     u64 clipped_ = 0;
 };
 
-field_encoder make_encoder(const encode_options &options, int rate) {
+field_encoder make_encoder(const encode_options &options, frame_source &mono) {
     const u32 azimuth = turn_of_azimuth(options.azimuth);
     const u32 elevation = turn_of_degrees(degrees_q16(options.elevation));
-    const orbit path(azimuth, std::llround(options.orbit_seconds * 1e6), rate);
-    return field_encoder(options.order, elevation, path);
+    const orbit path(azimuth, std::llround(options.orbit_seconds * 1e6), mono.rate());
+    return field_encoder(mono, options.order, elevation, path);
 }
 
 void encode(const encode_options &options) {
@@ -78,20 +88,10 @@ void encode(const encode_options &options) {
                counted(static_cast<u64>(channels), "channel") + ", writing " +
                std::to_string(format.width) + " bits");
 
-    field_encoder encoder = make_encoder(options, in.rate());
-    audio_output output(options.output, format, in.frames());
-    std::vector<s32> mono(block_frames);
-    std::vector<s32> field(block_frames * static_cast<std::size_t>(channels));
-    progress meter(out, in.rate(), in.frames());
-    while (const std::size_t frames = source.read(mono.data(), block_frames)) {
-        encoder.process(mono.data(), frames, field.data());
-        output.write(field.data(), frames);
-        meter.advance(frames);
-    }
-    output.finish();
-    meter.clear();
-    out.clipped(output.name(), encoder.clipped(), "at full scale by the encoding");
-    report(out, in, output);
+    field_encoder encoder = make_encoder(options, source);
+    const delivered written = deliver(encoder, options.output, format, out);
+    out.clipped(written.name, encoder.clipped(), "at full scale by the encoding");
+    report(out, in, written);
 }
 
 } // namespace

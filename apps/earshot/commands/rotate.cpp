@@ -4,6 +4,7 @@
 
 #include "audio/resampler.hpp"
 #include "commands/commands.hpp"
+#include "commands/delivery.hpp"
 #include "commands/rotation_options.hpp"
 #include "field/rotated_field.hpp"
 
@@ -49,23 +50,13 @@ void rotate(const rotate_options &options) {
     rotated_field field(source, options.layout, format.computed_width);
     field.rotate(constant_setting(options.rotation), std::move(rows));
 
-    // Nothing is written before all that can be checked has been.
-    audio_output output(options.output, format, field.frames());
-    std::vector<s32> block(block_frames * first_order_channels);
-    progress meter(out, effect_rate, field.frames());
-    while (const std::size_t frames = field.read(block.data(), block_frames)) {
-        output.write(block.data(), frames);
-        meter.advance(frames);
-    }
-    output.finish();
-    meter.clear();
-
+    const delivered written = deliver(field, options.output, format, out);
     note_unused_rows(out, options.rotation.keyframes, field.unused_rows(), in.name());
     if (converted)
         out.clipped(in.name(), converted->clipped(), "at full scale by the rate conversion");
     out.clipped(in.name(), field.layout_clipped(), "at full scale by the conversion to AmbiX");
-    out.clipped(output.name(), field.rotation_clipped(), "at full scale by the rotation");
-    report(out, in, output);
+    out.clipped(written.name, field.rotation_clipped(), "at full scale by the rotation");
+    report(out, in, written);
 }
 
 } // namespace
