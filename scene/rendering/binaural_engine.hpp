@@ -40,6 +40,16 @@ class binaural_engine : public source_placer {
     // times 2^(what is returned) are Q31 at the natural level.
     virtual int process(const s32 *const *windows, s32 *ears) = 0;
 
+    // A frame of which nothing is wanted: all that it changes are the places of the sources. Before
+    // the next one that is wanted, one has to be processed: filters fade from those of the frame
+    // before.
+    virtual void skip_frame() = 0;
+
+    // Before any frame that is processed: forgets all places. And whether those that sources have
+    // had since tell everything, so that it makes no difference where they were before.
+    virtual void forget_places() {}
+    virtual bool knows_enough() const { return true; }
+
     // Bits of headroom, where they are fixed.
     virtual std::optional<int> guard() const = 0;
 

@@ -32,17 +32,26 @@ class binaural_stream : public frame_source {
     std::optional<s64> frames() const override;
     std::size_t read(s32 *interleaved, std::size_t frames) override;
 
+    // The sources go their ways through all frames; filtered are those that are read and the one
+    // before.
+    s64 skip(s64 frames) override;
+
     // Of what has been read, at the natural level and before any clipping; full scale is
     // 2^(31 + peak_fraction).
     static constexpr int peak_fraction = 8;
     s64 peak() const { return peak_; }
     u64 clipped() const { return clipped_; }
     const binaural_engine &engine() const { return engine_; }
-    u64 unsafe_frames() const { return engine_.unsafe_frames(); }
+    u64 unsafe_frames() const { return engine_.unsafe_frames() - unsafe_skipped_; }
 
   private:
     bool render_frame();
+    s64 use(s64 frames);
+    s64 skip_whole(s64 count);
+    void move_until(s64 time);
+    void move_through(s64 from, s64 until);
     void note_peak(s64 peak);
+    std::optional<s64> end() const;
     std::size_t frames_to_come() const;
 
     binaural_engine &engine_;
@@ -62,6 +71,7 @@ class binaural_stream : public frame_source {
     s64 position_ = 0; // frames made before this one
     s64 peak_ = 0;
     u64 clipped_ = 0;
+    u64 unsafe_skipped_ = 0;
 };
 
 } // namespace earshot_scene

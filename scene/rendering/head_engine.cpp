@@ -52,6 +52,9 @@ void head_engine::place(std::size_t source, s32 azimuth, s32 elevation) {
         const bool jumps = is_long(turn, rise, elevation) &&
                            is_long(turn - p.last_turn, rise - p.last_rise, elevation);
         p.frames_left = jumps ? glide_frames : std::max(p.frames_left, 1);
+        // The first long way counts as a jump here, which it is unless it was as fast before.
+        if (jumps) p.calm_frames = 0;
+        p.has_turned = true;
         p.last_turn = turn;
         p.last_rise = rise;
     }
@@ -60,25 +63,41 @@ void head_engine::place(std::size_t source, s32 azimuth, s32 elevation) {
 }
 
 int head_engine::process(const s32 *const *windows, s32 *ears) {
+    advance();
     for (std::size_t k = 0; k < sources_.size(); ++k)
-        if (sources_[k].frames_left > 0) advance(k);
+        if (sources_[k].moved) filter(k);
     return following_engine::process(windows, ears);
 }
 
-void head_engine::advance(std::size_t source) {
-    placement &p = sources_[source];
-    const way step{1, p.frames_left--};
-    const s32 azimuth = between_angles(p.azimuth, p.target_azimuth, step);
-    const s32 elevation = between(p.elevation, p.target_elevation, step);
-    if (p.placed && azimuth == p.azimuth && elevation == p.elevation) return;
-    p.azimuth = azimuth;
-    p.elevation = elevation;
-    p.placed = true;
-    filter(source);
+void head_engine::skip_frame() { advance(); }
+
+void head_engine::forget_places() { std::fill(sources_.begin(), sources_.end(), placement{}); }
+
+// A source that has been calm for as long as a glide takes is where it was placed last, wherever it
+// had come from.
+bool head_engine::knows_enough() const {
+    return std::all_of(sources_.begin(), sources_.end(), [](const placement &p) {
+        return p.stays || (p.has_turned && p.calm_frames == glide_frames);
+    });
+}
+
+void head_engine::advance() {
+    for (placement &p : sources_) {
+        p.calm_frames = std::min(p.calm_frames + 1, glide_frames);
+        if (p.frames_left == 0) continue;
+        const way step{1, p.frames_left--};
+        const s32 azimuth = between_angles(p.azimuth, p.target_azimuth, step);
+        const s32 elevation = between(p.elevation, p.target_elevation, step);
+        p.moved = p.moved || !p.placed || azimuth != p.azimuth || elevation != p.elevation;
+        p.azimuth = azimuth;
+        p.elevation = elevation;
+        p.placed = true;
+    }
 }
 
 void head_engine::filter(std::size_t source) {
     placement &p = sources_[source];
+    p.moved = false;
     p.filters = 1 - p.filters;
     earshot_filter_pair &pair = filters_[source][static_cast<std::size_t>(p.filters)];
     require(earshot_head_filter(head_.get(), p.azimuth, p.elevation, &pair), "earshot_head_filter");

@@ -17,6 +17,10 @@ class head_engine : public following_engine {
 
     void place(std::size_t source, s32 azimuth, s32 elevation) override;
     int process(const s32 *const *windows, s32 *ears) override;
+    void skip_frame() override;
+    void stays(std::size_t source) override { sources_[source].stays = true; }
+    void forget_places() override;
+    bool knows_enough() const override;
 
   private:
     struct placement {
@@ -28,10 +32,14 @@ class head_engine : public following_engine {
         s64 last_rise = 0;
         int frames_left = 0;
         bool placed = false;
-        int filters = 0; // which of the two the last frame ended with
+        bool moved = false; // since its filters were made
+        bool stays = false;
+        bool has_turned = false; // so that last_turn and last_rise are known
+        int calm_frames = 0;     // since the first place or a jump, counted up to a glide's
+        int filters = 0;         // which of the two the last frame ended with
     };
 
-    void advance(std::size_t source);
+    void advance();
     void filter(std::size_t source);
 
     shared_head head_;

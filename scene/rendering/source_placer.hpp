@@ -23,6 +23,9 @@ class source_placer {
     // source needs a place before the first frame.
     virtual void place(std::size_t source, s32 azimuth, s32 elevation) = 0;
 
+    // A source that has just been placed for the first time stays there for good.
+    virtual void stays(std::size_t) {}
+
     // For good: from no direction, both ears hear it as it is.
     virtual void place_everywhere(std::size_t source) = 0;
 };
