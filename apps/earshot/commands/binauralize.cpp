@@ -24,12 +24,13 @@ struct binauralize_options : binaural_options, head_options {
 struct field_rendering : rendering {
     void report(const console &out) const override {
         const std::string &name = inputs[0]->file().name();
-        note_unused_rows(out, keyframes, field->unused_rows(), name);
+        if (to_the_end) note_unused_rows(out, keyframes, field->unused_rows(), name);
         out.clipped(name, field->layout_clipped(), "at full scale by the conversion to AmbiX");
         out.clipped(name, field->rotation_clipped(), "at full scale by the rotation");
     }
 
     std::string keyframes; // the name of their file
+    bool to_the_end = true;
     std::optional<rotated_field> field;
 };
 
@@ -51,6 +52,7 @@ std::unique_ptr<rendering> open_field(const binauralize_options &options,
                                       const std::vector<keyframe> &rows) {
     auto work = std::make_unique<field_rendering>();
     work->keyframes = options.rotation.keyframes;
+    work->to_the_end = !options.output.span.to;
     work->inputs.push_back(std::make_unique<binaural_input>(options.field));
     binaural_input &input = *work->inputs[0];
     check_field(options, input.file());

@@ -51,7 +51,8 @@ void rotate(const rotate_options &options) {
     field.rotate(constant_setting(options.rotation), std::move(rows));
 
     const delivered written = deliver(field, options.output, format, out);
-    note_unused_rows(out, options.rotation.keyframes, field.unused_rows(), in.name());
+    if (!options.output.span.to)
+        note_unused_rows(out, options.rotation.keyframes, field.unused_rows(), in.name());
     if (converted)
         out.clipped(in.name(), converted->clipped(), "at full scale by the rate conversion");
     out.clipped(in.name(), field.layout_clipped(), "at full scale by the conversion to AmbiX");

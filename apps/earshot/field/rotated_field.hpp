@@ -26,6 +26,7 @@ class rotated_field : public frame_source {
     int rate() const override { return source_.rate(); }
     std::optional<s64> frames() const override { return source_.frames(); }
     std::size_t read(s32 *interleaved, std::size_t frames) override;
+    s64 skip(s64 frames) override;
 
     // Keyframes whose time has not come, and samples clipped so far.
     std::size_t unused_rows() const { return player_ ? player_->unused() : 0; }
