@@ -17,18 +17,37 @@ void add_input(CLI::App &command, std::string &path, const std::string &descript
     command.add_option("IN", path, description)->required()->type_name("");
 }
 
-void add_output_options(CLI::App &command, output_options &options) {
+void add_output_file(CLI::App &command, output_options &options) {
     command
         .add_option("-o,--output", options.path,
                     "File to write (.wav .flac .caf .au .w64); - for standard output, as AU")
         ->required()
         ->type_name("OUT");
+    command.add_flag("--raw", options.raw, "Write little-endian samples without a header");
+    command.add_flag("--digest", options.digest, "Print the SHA-256 of the output samples");
+}
+
+void add_output_options(CLI::App &command, output_options &options) {
+    add_output_file(command, options);
     const std::string bits = options.bits == 0 ? ": as IN" : " " + std::to_string(options.bits);
     add_choice(command, "--bits", {16, 24, 32}, options.bits,
                "Bits of an output sample: 16, 24 or 32 (default" + bits + ")");
-    command.add_flag("--raw", options.raw, "Write little-endian samples without a header");
     command.add_flag("--no-dither", options.no_dither, "Round to the output width without dither");
-    command.add_flag("--digest", options.digest, "Print the SHA-256 of the output samples");
+    add_time_span(command, options.span);
+}
+
+void add_time_span(CLI::App &command, time_span &span) {
+    const number_range seconds{0, 1e9};
+    add_number(command, "--from", span.from, seconds, "SECONDS",
+               "Leave out what comes before: the rest is as it is in the whole");
+    command
+        .add_option_function<std::string>(
+            "--to",
+            [&span, seconds](const std::string &text) {
+                span.to = number_in("--to", text, seconds);
+            },
+            "Stop there, or at the end if that comes first")
+        ->type_name("SECONDS");
 }
 
 void add_choice(CLI::App &command, const std::string &name, const std::vector<int> &choices,

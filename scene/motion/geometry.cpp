@@ -84,16 +84,13 @@ steps_turned turned_to_x(s64 x, s64 y) { // x >= 0
                              7334,         3667,         1833,        917,         458};
     s64 angle = 0;
     for (int i = 0; i < 30; ++i) {
-        const s64 dx = y >> i, dy = x >> i;
-        if (y > 0) {
-            x += dx;
-            y -= dy;
-            angle += steps[i];
-        } else {
-            x -= dx;
-            y += dy;
-            angle -= steps[i];
-        }
+        // Which way a step goes cannot be foreseen: a sign costs less than a branch.
+        const s64 signs = y > 0 ? 0 : -1;
+        const auto turned = [signs](s64 value) { return (value ^ signs) - signs; };
+        const s64 dx = turned(y >> i), dy = turned(x >> i);
+        x += dx;
+        y -= dy;
+        angle += turned(steps[i]);
     }
     return {x, angle};
 }

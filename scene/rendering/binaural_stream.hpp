@@ -13,33 +13,34 @@ namespace earshot_scene {
 
 class binaural_stream : public rendered_stream {
   public:
-    // Called before every frame, to place the sources for a time: samples from the first frame on.
-    using mover = std::function<void(source_placer &, s64 time)>;
-
     // The channels of the inputs, in order, are the engine's sources. All are at 48000 Hz.
-    // lowered: bits by which they have been lowered on the way here.
+    // move: called before every frame. lowered: bits by which they have been lowered on the way
+    // here.
     binaural_stream(binaural_engine &engine, const std::vector<frame_source *> &inputs,
-                    mover move = {}, int lowered = 0);
+                    source_mover move = {}, int lowered = 0);
 
     // Ends after so many frames instead. Before the first read.
     void set_duration(s64 frames) { duration_ = frames; }
 
     int rate() const override { return binaural_rate; }
     std::optional<s64> frames() const override;
+    s64 skip(s64 frames) override;
 
     const binaural_engine &engine() const { return engine_; }
-    u64 unsafe_frames() const { return engine_.unsafe_frames(); }
+    u64 unsafe_frames() const override { return engine_.unsafe_frames() - unsafe_skipped_; }
 
   private:
     rendered_frame render_frame(s32 *pairs, s64 time) override;
-    std::size_t frames_to_come(s64 time) const;
+    s64 skip_frames(s64 time, s64 count) override;
+    std::optional<s64> end() const;
 
     binaural_engine &engine_;
     std::vector<frame_source *> inputs_;
-    mover move_;
+    source_mover move_;
     std::optional<s64> duration_;
     std::vector<sliding_window> windows_;
     std::vector<const s32 *> sources_; // their windows
+    u64 unsafe_skipped_ = 0;
 };
 
 } // namespace earshot_scene

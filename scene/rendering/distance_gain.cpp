@@ -58,6 +58,12 @@ void distance_gain::process(s32 *samples, std::size_t count) {
     }
 }
 
+void distance_gain::skip(s64 count) {
+    if (!follows_ || count == 0) return;
+    time_ += count;
+    gain_ = at_time(time_);
+}
+
 // The gain of a sample is what a straight line from the last block's end to this one's has reached
 // behind it, rounded down.
 void distance_gain::ramp(s32 *samples, std::size_t count, u32 target) {

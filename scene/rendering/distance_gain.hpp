@@ -27,6 +27,9 @@ class distance_gain {
     // blocks, but for the last call.
     void process(s32 *samples, std::size_t count);
 
+    // Goes past the next samples: whole blocks, but for the last call.
+    void skip(s64 count);
+
   private:
     u32 at_time(s64 time) const;
     void ramp(s32 *samples, std::size_t count, u32 target);

@@ -49,6 +49,19 @@ void field_mixer::place_everywhere(std::size_t source) {
     sources_[source].end = w;
 }
 
+void field_mixer::skip_frame() {
+    for (placed_source &source : sources_) source.placement.advance();
+}
+
+void field_mixer::forget_places() {
+    for (placed_source &source : sources_) source.placement = {};
+}
+
+bool field_mixer::knows_enough() const {
+    return std::all_of(sources_.begin(), sources_.end(),
+                       [](const placed_source &source) { return source.placement.is_known(); });
+}
+
 int field_mixer::process(const s32 *samples, s32 *field) {
     s64 peaks = 0;
     for (std::size_t k = 0; k < sources_.size(); ++k)
@@ -73,7 +86,8 @@ int field_mixer::process(const s32 *samples, s32 *field) {
 
 void field_mixer::advance(placed_source &source) const {
     source.begin = source.end;
-    if (!source.placement.advance()) return;
+    source.placement.advance();
+    if (!source.placement.take_change()) return;
     const direction &now = source.placement.now();
     require(earshot_field_gains(order_, turn_of_degrees(now.azimuth),
                                 turn_of_degrees(now.elevation), source.end.data()),

@@ -29,8 +29,12 @@ class field_mixer : public source_placer {
     bool is_continuous() const override { return true; }
     std::size_t placed_at() const override { return frame_length; }
     void place(std::size_t source, s32 azimuth, s32 elevation) override;
+    void stays(std::size_t source) override { sources_[source].placement.stay(); }
     // From no direction: of all channels, W alone.
     void place_everywhere(std::size_t source) override;
+    void skip_frame() override;
+    void forget_places() override;
+    bool knows_enough() const override;
 
     // samples: frame_length of every source, Q31, source after source. field: as many interleaved
     // frames of words, which times 2^(what is returned) are Q31. The exponent is never below

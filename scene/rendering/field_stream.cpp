@@ -17,7 +17,7 @@ field_stream::field_stream(const scene &scene, const std::vector<frame_source *>
     : field_stream(scene, inputs, order, scene_mover(scene)) {}
 
 field_stream::field_stream(const scene &scene, const std::vector<frame_source *> &inputs, int order,
-                           mover move)
+                           source_mover move)
     : scene_parts(scene, inputs),
       rendered_stream((order + 1) * (order + 1), frame_length, headroom), duration_(scene.duration),
       move_(std::move(move)), mixer_(order, inputs.size()), samples_(inputs.size() * frame_length) {
@@ -35,6 +35,23 @@ rendered_stream::rendered_frame field_stream::render_frame(s32 *interleaved, s64
     if (length == 0) return {0, 0};
     move_(mixer_, time + static_cast<s64>(mixer_.placed_at()));
     return {length, mixer_.process(samples_.data(), interleaved)};
+}
+
+s64 field_stream::skip_frames(s64 time, s64 count) {
+    s64 wanted = count * static_cast<s64>(frame_length);
+    if (duration_) wanted = std::clamp<s64>(*duration_ - time, 0, wanted);
+    s64 longest = 0;
+    bool ends = duration_.has_value();
+    if (ends) longest = wanted;
+    for (frame_source *source : sources) {
+        const s64 skipped = source->skip(wanted);
+        if (source->endless()) continue;
+        longest = std::max(longest, skipped);
+        ends = true;
+    }
+    const s64 skipped = ends ? longest : wanted;
+    skip_places(mixer_, move_, time, time + skipped, frame_length);
+    return skipped;
 }
 
 // Returns how much of the frame there is before the last of them ends.

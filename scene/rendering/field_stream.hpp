@@ -12,20 +12,20 @@ namespace earshot_scene {
 class field_stream : private scene_parts, public rendered_stream {
   public:
     // Order 1 to 4. inputs and move: as for a scene_stream.
-    using mover = binaural_stream::mover;
     field_stream(const scene &scene, const std::vector<frame_source *> &inputs, int order);
     field_stream(const scene &scene, const std::vector<frame_source *> &inputs, int order,
-                 mover move);
+                 source_mover move);
 
     int rate() const override { return scene_rate; }
     std::optional<s64> frames() const override;
 
   private:
     rendered_frame render_frame(s32 *interleaved, s64 time) override;
+    s64 skip_frames(s64 time, s64 count) override;
     std::size_t read_sources();
 
     std::optional<s64> duration_;
-    mover move_;
+    source_mover move_;
     field_mixer mixer_;
     std::vector<s32> samples_; // of a frame, source after source
 };

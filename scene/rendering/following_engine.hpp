@@ -25,6 +25,7 @@ class following_engine : public binaural_engine {
   public:
     void place_everywhere(std::size_t source) override { use(source, unfiltered()); }
     int process(const s32 *const *windows, s32 *ears) override;
+    void skip_frame() override {}
     std::optional<int> guard() const override { return guard_; }
     u64 unsafe_frames() const override { return earshot_binaural_unsafe_frames(renderer_); }
 

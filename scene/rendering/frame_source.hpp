@@ -23,6 +23,11 @@ class frame_source {
 
     // Up to `frames` interleaved frames of Q31; fewer than asked for only at the end.
     virtual std::size_t read(s32 *interleaved, std::size_t frames) = 0;
+
+    // Goes past so many frames; what is read next is, to the last bit, what it would have been had
+    // they been read. Returns how many there were: fewer only at the end. Reads them, unless a
+    // source knows something better.
+    virtual s64 skip(s64 frames);
 };
 
 // Frames that the commands handle at a time: long enough that calls cost nothing, short enough for

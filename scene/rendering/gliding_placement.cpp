@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <utility>
 
 #include <earshot/math.h>
 
@@ -40,19 +41,28 @@ void gliding_placement::place(const direction &target) {
         const bool jumps = is_long(turn, rise, target.elevation) &&
                            is_long(turn - last_turn_, rise - last_rise_, target.elevation);
         frames_left_ = jumps ? glide_frames : std::max(frames_left_, 1);
+        // The first long way counts as a jump here, which it is unless it was as fast before.
+        if (jumps) calm_frames_ = 0;
+        has_turned_ = true;
         last_turn_ = turn;
         last_rise_ = rise;
     }
     target_ = target;
 }
 
-bool gliding_placement::advance() {
-    if (frames_left_ == 0) return false;
+void gliding_placement::advance() {
+    calm_frames_ = std::min(calm_frames_ + 1, glide_frames);
+    if (frames_left_ == 0) return;
     const direction next = between(now_, target_, {1, frames_left_--});
-    if (placed_ && next == now_) return false;
+    changed_ = changed_ || !placed_ || next != now_;
     now_ = next;
     placed_ = true;
-    return true;
+}
+
+bool gliding_placement::take_change() { return std::exchange(changed_, false); }
+
+bool gliding_placement::is_known() const {
+    return stays_ || (has_turned_ && calm_frames_ == glide_frames);
 }
 
 } // namespace earshot_scene

@@ -1,5 +1,6 @@
 #include "scene/rendering/head_engine.hpp"
 
+#include <algorithm>
 #include <utility>
 
 #include "scene/rendering/library_status.hpp"
@@ -19,9 +20,21 @@ void head_engine::place(std::size_t source, s32 azimuth, s32 elevation) {
 }
 
 int head_engine::process(const s32 *const *windows, s32 *ears) {
+    skip_frame();
     for (std::size_t k = 0; k < sources_.size(); ++k)
-        if (sources_[k].placement.advance()) filter(k);
+        if (sources_[k].placement.take_change()) filter(k);
     return following_engine::process(windows, ears);
+}
+
+void head_engine::skip_frame() {
+    for (placed_source &source : sources_) source.placement.advance();
+}
+
+void head_engine::forget_places() { std::fill(sources_.begin(), sources_.end(), placed_source{}); }
+
+bool head_engine::knows_enough() const {
+    return std::all_of(sources_.begin(), sources_.end(),
+                       [](const placed_source &source) { return source.placement.is_known(); });
 }
 
 void head_engine::filter(std::size_t source) {

@@ -17,7 +17,11 @@ class head_engine : public following_engine {
                 std::optional<int> guard);
 
     void place(std::size_t source, s32 azimuth, s32 elevation) override;
+    void stays(std::size_t source) override { sources_[source].placement.stay(); }
     int process(const s32 *const *windows, s32 *ears) override;
+    void skip_frame() override;
+    void forget_places() override;
+    bool knows_enough() const override;
 
   private:
     struct placed_source {

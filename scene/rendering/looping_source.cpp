@@ -14,4 +14,18 @@ std::size_t looping_source::read(s32 *interleaved, std::size_t frames) {
     return got;
 }
 
+// Once round, the length is known, and so is where the last of the other rounds ends.
+s64 looping_source::skip(s64 frames) {
+    s64 left = frames - source_.skip(frames);
+    if (left == 0) return frames;
+    source_.rewind();
+    const s64 length = source_.skip(left);
+    if (length == 0) return frames - left; // there is nothing to repeat
+    left -= length;
+    if (left == 0) return frames;
+    source_.rewind();
+    source_.skip(left % length);
+    return frames;
+}
+
 } // namespace earshot_scene

@@ -22,6 +22,7 @@ class looping_source : public frame_source {
     std::optional<s64> frames() const override { return std::nullopt; }
     bool endless() const override { return true; }
     std::size_t read(s32 *interleaved, std::size_t frames) override;
+    s64 skip(s64 frames) override;
 
   private:
     rewindable_source &source_;

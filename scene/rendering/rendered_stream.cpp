@@ -16,7 +16,7 @@ std::optional<s64> longest_of(const std::vector<frame_source *> &sources) {
 }
 
 rendered_stream::rendered_stream(int channels, std::size_t frame_length, int lowered)
-    : channels_(channels), lowered_(lowered),
+    : channels_(channels), frame_length_(static_cast<s64>(frame_length)), lowered_(lowered),
       words_(static_cast<std::size_t>(channels) * frame_length) {
     set_level({}, {});
 }
@@ -40,6 +40,28 @@ std::size_t rendered_stream::read(s32 *interleaved, std::size_t frames) {
         got += count;
     }
     return got;
+}
+
+s64 rendered_stream::skip(s64 frames) {
+    s64 done = use(frames);
+    const s64 whole = (frames - done) / frame_length_ - 1;
+    if (whole > 0) {
+        position_ += static_cast<s64>(frame_.length);
+        frame_ = {0, 0};
+        used_ = 0;
+        const s64 skipped = skip_frames(position_, whole);
+        position_ += skipped;
+        done += skipped;
+    }
+    while (done < frames && (used_ < frame_.length || next_frame())) done += use(frames - done);
+    return done;
+}
+
+// Takes what has been made, up to so many samples.
+s64 rendered_stream::use(s64 samples) {
+    const s64 count = std::min(samples, static_cast<s64>(frame_.length - used_));
+    used_ += static_cast<std::size_t>(count);
+    return count;
 }
 
 bool rendered_stream::next_frame() {

@@ -20,11 +20,17 @@ class rendered_stream : public frame_source {
     int channels() const override { return channels_; }
     std::size_t read(s32 *interleaved, std::size_t frames) override;
 
+    // Computed are the frames that are read and the one before.
+    s64 skip(s64 frames) override;
+
     // Of what has been read, at the natural level and before any clipping; full scale is
     // 2^(31 + peak_fraction).
     static constexpr int peak_fraction = 8;
     s64 peak() const { return peak_; }
     u64 clipped() const { return clipped_; }
+
+    // Frames that have been read in which sums could have left the range of their words.
+    virtual u64 unsafe_frames() const { return 0; }
 
   protected:
     // Frames of so many samples of every channel. lowered: bits by which the samples of every frame
@@ -39,11 +45,17 @@ class rendered_stream : public frame_source {
     };
     virtual rendered_frame render_frame(s32 *interleaved, s64 time) = 0;
 
+    // Goes past so many frames, the first of which begins at the time, or to the end. The frame
+    // that is rendered next may come out wrong. Returns the samples.
+    virtual s64 skip_frames(s64 time, s64 count) = 0;
+
   private:
     bool next_frame();
+    s64 use(s64 samples);
     void note_peak(s64 peak);
 
     int channels_;
+    s64 frame_length_;
     int lowered_;
     output_level level_;
     sample_range range_;

@@ -22,6 +22,8 @@ void scene_mover::operator()(source_placer &placer, s64 time) {
     if (!started_ || turns_) head_ = orientation_at(scene_.listener.orientation, time);
     for (std::size_t k = 0; k < placed_.size(); ++k)
         if (!started_ || may_move(scene_.sources[k])) place(placer, k, ear, time);
+    for (std::size_t k = 0; !started_ && k < placed_.size(); ++k)
+        if (!may_move(scene_.sources[k])) placer.stays(k);
     started_ = true;
 }
 

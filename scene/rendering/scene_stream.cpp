@@ -48,7 +48,7 @@ scene_stream::scene_stream(const scene &scene, const std::vector<frame_source *>
     : scene_stream(scene, inputs, engine, scene_mover(scene)) {}
 
 scene_stream::scene_stream(const scene &scene, const std::vector<frame_source *> &inputs,
-                           binaural_engine &engine, mover move)
+                           binaural_engine &engine, source_mover move)
     : scene_parts(scene, inputs), binaural_stream(engine, sources, std::move(move), headroom) {
     if (scene.duration) set_duration(*scene.duration);
 }

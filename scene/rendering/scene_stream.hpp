@@ -48,7 +48,7 @@ class scene_stream : private scene_parts, public binaural_stream {
 
     // The same with sources that are where something else than the scene says.
     scene_stream(const scene &scene, const std::vector<frame_source *> &inputs,
-                 binaural_engine &engine, mover move);
+                 binaural_engine &engine, source_mover move);
 };
 
 } // namespace earshot_scene

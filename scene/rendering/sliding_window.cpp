@@ -19,6 +19,22 @@ void sliding_window::advance() {
     while (start_ + length_ > filled_) refill();
 }
 
+// What lies between the frames that are here and those to come is never read.
+void sliding_window::skip(s64 windows) {
+    const s64 begin = static_cast<s64>(start_) + windows * static_cast<s64>(step_);
+    const s64 gap = begin + static_cast<s64>(step_) - static_cast<s64>(filled_);
+    if (gap <= 0) {
+        start_ = static_cast<std::size_t>(begin);
+        return;
+    }
+    start_ = 0;
+    filled_ = step_; // up to the next window, and not looked at
+    if (source_ended_) return;
+    const s64 got = source_.skip(gap);
+    source_frames_ += got;
+    source_ended_ = got < gap;
+}
+
 std::optional<s64> sliding_window::source_frames() const {
     if (!source_ended_) return std::nullopt;
     return source_frames_;

@@ -19,6 +19,9 @@ class sliding_window {
     // To the first window, or to the next one.
     void advance();
 
+    // Past so many windows: what advance() comes to next is as if it had been to all of them.
+    void skip(s64 windows);
+
     std::size_t channels() const { return channels_; }
     const s32 *channel(std::size_t k) const { return planes_.data() + k * capacity_ + start_; }
 

@@ -47,6 +47,34 @@ std::size_t source_chain::read(s32 *mono, std::size_t frames) {
     return got;
 }
 
+// Blocks stay where they are: the roll-off has its steps at their borders.
+s64 source_chain::skip(s64 frames) {
+    const s64 block = static_cast<s64>(block_.size());
+    s64 done = use(frames);
+    done += skip_blocks((frames - done) / block);
+    while (done < frames && (used_ < made_ || fill())) done += use(frames - done);
+    return done;
+}
+
+// Takes frames that have been made, up to so many.
+s64 source_chain::use(s64 frames) {
+    const s64 count = std::min(frames, static_cast<s64>(made_ - used_));
+    used_ += static_cast<std::size_t>(count);
+    return count;
+}
+
+// Between two blocks. None where there is a blocker, which has to hear all of the sound.
+s64 source_chain::skip_blocks(s64 count) {
+    if (blocker_ || ended_) return 0;
+    const s64 frames = count * static_cast<s64>(block_.size());
+    const s64 waited = std::min(silence_, frames);
+    silence_ -= waited;
+    const s64 done = waited + input_.skip(frames - waited);
+    ended_ = done < frames;
+    if (rolloff_) rolloff_->skip(done);
+    return done;
+}
+
 bool source_chain::fill() {
     used_ = 0;
     made_ = 0;

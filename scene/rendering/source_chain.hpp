@@ -29,9 +29,12 @@ class source_chain : public frame_source {
     bool endless() const override { return source_.loop; }
     std::optional<s64> frames() const override;
     std::size_t read(s32 *mono, std::size_t frames) override;
+    s64 skip(s64 frames) override;
 
   private:
     bool fill();
+    s64 use(s64 frames);
+    s64 skip_blocks(s64 count);
     void wait();
     void condition(s32 *mono, std::size_t frames);
 

@@ -95,4 +95,10 @@ int table_engine::process(const s32 *const *windows, s32 *ears) {
     return guard_;
 }
 
+// The frame that is processed before the next one that is wanted has all places already.
+void table_engine::skip_frame() {
+    changed_ = false;
+    started_ = true;
+}
+
 } // namespace earshot_scene

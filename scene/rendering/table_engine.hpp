@@ -45,6 +45,7 @@ class table_engine : public binaural_engine {
     sample_lowering lowering() const override;
 
     int process(const s32 *const *windows, s32 *ears) override;
+    void skip_frame() override;
 
     std::optional<int> guard() const override { return guard_; }
 

@@ -290,5 +290,54 @@ TEST(SceneRender, FlightsAreContinuous) {
     EXPECT_LT(jumps, -70);
 }
 
+/* Skipped or read: what comes next is the same, wherever in its frame a skip begins and ends, and
+ * however many there are in one stream. Sources move, rest, are as fast as before the rest, jump to
+ * and fro with every frame or every few, wait, loop and remember. */
+TEST(SceneRender, SkippedFramesLeaveNoTrace) {
+    std::string zigzag, hops;
+    for (int k = 0; k < 200; ++k) {
+        const std::string time = (k == 0 ? "[" : ", [") + std::to_string(0.002 * k + 0.0003);
+        zigzag += time + (k % 2 == 0 ? ", 40, 0]" : ", -110, 20]");
+        if (k % 3 == 0) hops += time + ", " + std::to_string(k * k % 350) + ", 0]";
+    }
+    const std::string text = R"({"version": 1, "listener": {"orientation_track":
+        [[0, 0, 0, 0], [0.3, 170, 20, 0], [0.302, -30, 0, 0], [0.5, 60, 0, 0]]}, "sources": [
+        {"file": "a", "start": 0.031, "rolloff": {"model": "linear", "minimum": 1, "maximum": 30},
+         "track": [[0, 9, 1, 0], [0.4, -3, 2, 0], [0.402, 5, -5, 1], [0.6, 1, 1, 0]]},
+        {"file": "b", "loop": true, "gain": 6, "direction": [80, 10]},
+        {"file": "a", "dc_block": true, "track": [
+          [0.55, 10, 0], [0.56, 190, 0], [0.7, 190, 0], [0.71, 370, 0]]},
+        {"file": "b", "track": [)" +
+                             zigzag + R"(]}, {"file": "a", "track": [)" + hops + "]}]}";
+    const std::vector<samples> sounds = {noise(40000, 21), noise(777, 22), noise(40000, 23),
+                                         noise(40000, 24), noise(40000, 25)};
+    for (const placement where : {placement::continuous, placement::measured}) {
+        const samples whole = performance(text, sounds, where).play();
+        const std::size_t length = whole.size() / 2;
+        for (u64 seed = 1; seed <= 60; ++seed) {
+            performance parts(text, sounds, where);
+            const samples steps = noise(100, seed, 0);
+            samples block(2 * 4000);
+            std::size_t at = static_cast<u32>(steps[99]) % length;
+            ASSERT_EQ(static_cast<s64>(at), parts.stream->skip(static_cast<s64>(at)));
+            for (std::size_t i = 0; at < length; ++i) {
+                const u32 step = static_cast<u32>(steps[i % 99]);
+                const std::size_t wanted = (step >> 8) % (step & 1 ? 4000 : 300);
+                const std::size_t left = std::min(wanted, length - at);
+                if (step & 2) {
+                    ASSERT_EQ(left, parts.stream->skip(static_cast<s64>(wanted)));
+                } else {
+                    ASSERT_EQ(left, parts.stream->read(block.data(), wanted));
+                    const s32 *expected = whole.data() + 2 * at;
+                    ASSERT_TRUE(std::equal(expected, expected + 2 * left, block.begin()))
+                        << seed << ": " << at << " to " << at + left;
+                }
+                at += left;
+            }
+            ASSERT_EQ(0, parts.stream->skip(1));
+        }
+    }
+}
+
 } // namespace
 } // namespace earshot_scene::test

@@ -364,6 +364,13 @@ class Sources(ToolTest):
                     peak = max(range(expected), key=lambda i: out[4 * i])
                     self.assertAlmostEqual(peak, at * 48000 / rate, delta=1)
 
+    def test_converted_sound_has_no_gaps(self):
+        """Whatever of it the last block of the file is."""
+        for frames in range(18432, 20480, 256):
+            self.write("in.wav", wav(noise(4 * frames, 16, frames), 4, 16, 44100))
+            w = self.samples("rotate", "in.wav", "-q", "--no-dither", bits=16)[::4]
+            self.assertFalse((0, 0, 0) in zip(w, w[1:], w[2:]), frames)
+
     def test_pipes_and_files_give_the_same(self):
         """Also where the header of a stream does not know its length."""
         field = noise(4 * 30000, 16, 11)

@@ -31,6 +31,20 @@ int mpeg_layer_word(int layer) {
                         : SF_FORMAT_MPEG_LAYER_III;
 }
 
+// FLAC counts as what it holds.
+bool is_pcm(int format) {
+    switch (format & SF_FORMAT_SUBMASK) {
+    case SF_FORMAT_PCM_S8:
+    case SF_FORMAT_PCM_U8:
+    case SF_FORMAT_PCM_16:
+    case SF_FORMAT_PCM_24:
+    case SF_FORMAT_PCM_32:
+        return true;
+    default:
+        return false;
+    }
+}
+
 } // namespace
 
 audio_input::audio_input(const std::string &name)
@@ -155,6 +169,18 @@ bool audio_input::is_float() const {
     }
 }
 
+bool audio_input::is_linear() const {
+    switch (info_.format & SF_FORMAT_SUBMASK) {
+    case SF_FORMAT_ALAC_16:
+    case SF_FORMAT_ALAC_20:
+    case SF_FORMAT_ALAC_24:
+    case SF_FORMAT_ALAC_32:
+        return true;
+    default:
+        return is_pcm(info_.format);
+    }
+}
+
 std::size_t audio_input::read(s32 *interleaved, std::size_t frames) {
     // Behind the samples there may be something else.
     if (length_) frames = std::min(frames, static_cast<std::size_t>(*length_ - position_));
@@ -168,6 +194,38 @@ std::size_t audio_input::read(s32 *interleaved, std::size_t frames) {
     position_ += static_cast<s64>(got);
     check_end(frames, got);
     return got;
+}
+
+s64 audio_input::skip(s64 frames) {
+    if (can_jump()) return jump(std::min(frames, *length_ - position_));
+    const u64 clipped_before = clipped_;
+    const s64 count = frame_source::skip(frames);
+    clipped_ = clipped_before;
+    return count;
+}
+
+s64 audio_input::jump(s64 frames) {
+    const s64 target = position_ + frames;
+    if (sf_seek(file_, target, SEEK_SET) != target)
+        throw processing_error(name_, "damaged: frame " + std::to_string(target) +
+                                          " cannot be found: " + library_cause(file_));
+    position_ = target;
+    return frames;
+}
+
+// Of what is coded, FLAC alone is known to go on with the same samples.
+bool audio_input::can_jump() const {
+    if (!seekable_ || !length_ || (info_.format & SF_FORMAT_TYPEMASK) == SF_FORMAT_OGG)
+        return false;
+    switch (info_.format & SF_FORMAT_SUBMASK) {
+    case SF_FORMAT_FLOAT:
+    case SF_FORMAT_DOUBLE:
+    case SF_FORMAT_ULAW:
+    case SF_FORMAT_ALAW:
+        return true;
+    default:
+        return is_pcm(info_.format);
+    }
 }
 
 void audio_input::rewind() {

@@ -27,6 +27,7 @@ class audio_input : public rewindable_source {
     int rate() const override { return info_.samplerate; }
     std::optional<s64> frames() const override { return length_; }
     std::size_t read(s32 *interleaved, std::size_t frames) override;
+    s64 skip(s64 frames) override;
     void rewind() override; // of a file that is seekable
 
     const std::string &name() const { return name_; }
@@ -34,6 +35,7 @@ class audio_input : public rewindable_source {
     s64 position() const { return position_; }     // frames read since the beginning
     int width() const;                             // bits of a sample; 8-bit formats count as 16
     bool is_float() const;                   // floating point, or a lossy format that decodes so
+    bool is_linear() const;                  // integers, of which nothing has been lost
     u64 clipped() const { return clipped_; } // floating-point samples beyond full scale
 
     std::string format_text() const; // "WAV, 24-bit"
@@ -46,6 +48,8 @@ class audio_input : public rewindable_source {
     void open_mpeg(byte_source &bytes, const sound_header &header);
     void open_coded();
     void reopen();
+    bool can_jump() const; // to any frame
+    s64 jump(s64 frames);
     void check_rate(s64 rate) const;
     std::size_t decode_floating(std::size_t frames);
     std::size_t read_floating(s32 *interleaved, std::size_t frames);

@@ -38,11 +38,12 @@ u64 narrowed(const s32 *in, s32 *out, std::size_t count, int width, Dither &dith
 } // namespace
 
 audio_output::audio_output(const output_options &options, const output_format &format,
-                           std::optional<s64> frames)
+                           std::optional<s64> frames, s64 first)
     : options_(options), format_(format), file_(options.path),
       writer_(make_writer(file_, format, frames)) {
-    if (!options.no_dither && format.width < format.computed_width)
-        dither_.emplace(format.computed_width - format.width);
+    if (options.no_dither || format.width >= format.computed_width) return;
+    dither_.emplace(format.computed_width - format.width);
+    dither_->skip(static_cast<u64>(first) * static_cast<u64>(format.channels));
 }
 
 void audio_output::write(const s32 *interleaved, std::size_t frames) {

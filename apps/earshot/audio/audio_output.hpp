@@ -9,6 +9,7 @@
 
 #include "audio/digest.hpp"
 #include "audio/dither.hpp"
+#include "audio/excerpt.hpp"
 #include "audio/sample_writer.hpp"
 
 namespace earshot_tool {
@@ -20,13 +21,15 @@ struct output_options {
     bool raw = false;
     bool no_dither = false;
     bool digest = false;
+    time_span span;
 };
 
 class audio_output {
   public:
-    // frames: the length, where it is known. The format has been checked.
+    // frames: the length, where it is known. first: the number that the first frame has in the
+    // sound that it is a part of, which dither goes by. The format has been checked.
     audio_output(const output_options &options, const output_format &format,
-                 std::optional<s64> frames);
+                 std::optional<s64> frames, s64 first = 0);
 
     // Any number of interleaved Q31 frames.
     void write(const s32 *interleaved, std::size_t frames);

@@ -28,6 +28,8 @@ class channel_picker : public frame_source {
         return got;
     }
 
+    s64 skip(s64 frames) override { return source_.skip(frames); }
+
   private:
     frame_source &source_;
     std::size_t channel_;

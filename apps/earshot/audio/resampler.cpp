@@ -38,16 +38,23 @@ u64 resampler::clipped() const { return *soxr_num_clips(engine_); }
 std::size_t resampler::read(s32 *interleaved, std::size_t frames) {
     std::size_t got = 0;
     while (got < frames) {
-        // The last piece of the source may make nothing yet: only after it is the filter emptied.
-        const bool emptying = source_ended_ && block_used_ == block_filled_;
         s32 *next = interleaved + got * static_cast<std::size_t>(channels());
+        const bool flushes = is_used_up(); // the last block may as well yield nothing at first
         const std::size_t made = convert(next, frames - got);
         got += made;
-        if (made == 0 && emptying) break;
+        if (made == 0 && flushes) break;
     }
     got = complete(interleaved, got, frames);
     produced_ += static_cast<s64>(got);
     return got;
+}
+
+// The filter has a memory. What is clipped there is heard by nobody.
+s64 resampler::skip(s64 frames) {
+    const std::size_t clipped_before = *soxr_num_clips(engine_);
+    const s64 done = frame_source::skip(frames);
+    *soxr_num_clips(engine_) = clipped_before;
+    return done;
 }
 
 // One call of the engine: frames made, perhaps none while it is filling its filter.
@@ -58,7 +65,7 @@ std::size_t resampler::convert(s32 *interleaved, std::size_t frames) {
         source_frames_ += static_cast<s64>(block_filled_);
         source_ended_ = block_filled_ < block_frames;
     }
-    const bool flush = source_ended_ && block_used_ == block_filled_;
+    const bool flush = is_used_up();
     const s32 *input = block_.data() + block_used_ * static_cast<std::size_t>(channels());
     std::size_t used = 0;
     std::size_t made = 0;

@@ -28,10 +28,12 @@ class resampler : public frame_source {
     std::optional<s64> frames() const override;
     bool endless() const override { return source_.endless(); }
     std::size_t read(s32 *interleaved, std::size_t frames) override;
+    s64 skip(s64 frames) override;
 
     u64 clipped() const;
 
   private:
+    bool is_used_up() const { return source_ended_ && block_used_ == block_filled_; }
     std::size_t convert(s32 *interleaved, std::size_t frames);
     std::size_t complete(s32 *interleaved, std::size_t got, std::size_t frames);
 

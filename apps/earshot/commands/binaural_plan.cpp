@@ -70,7 +70,7 @@ void set_level(std::unique_ptr<rendering> &work, const binaural_plan &plan) {
 }
 
 void report_unsafe_frames(const rendering &work, const std::string &name, const console &out) {
-    const u64 frames = work.engine ? work.engine->unsafe_frames() : 0;
+    const u64 frames = work.stream->unsafe_frames();
     if (frames != 0)
         out.note(name + ": sums could have wrapped in " + counted(frames, "frame") + " of " +
                  std::to_string(work.engine->frame_length()) + " samples; a guard of " +

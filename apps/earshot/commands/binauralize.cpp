@@ -22,12 +22,13 @@ struct binauralize_options : binaural_options, head_options {
 struct field_rendering : rendering {
     void report(const console &out) const override {
         const std::string &name = inputs[0]->file().name();
-        plan->note_unused_rows(out, field->position(), name);
+        if (to_the_end) plan->note_unused_rows(out, field->position(), name);
         out.clipped(name, field->layout_clipped(), "at full scale by the conversion to AmbiX");
         out.clipped(name, field->rotation_clipped(), "at full scale by the rotation");
     }
 
     const rotation_plan *plan = nullptr;
+    bool to_the_end = true;
     std::optional<rotated_field> field;
 };
 
@@ -36,6 +37,7 @@ std::unique_ptr<rendering> open_field(const binauralize_options &options,
                                       const engine_choice &engine, const rotation_plan &plan) {
     auto work = std::make_unique<field_rendering>();
     work->plan = &plan;
+    work->to_the_end = !options.output.span.to;
     work->inputs.push_back(std::make_unique<binaural_input>(options.field));
     binaural_input &input = *work->inputs[0];
     const int order = order_of_field(input.file(), options.layout);

@@ -14,6 +14,7 @@ void add_binauralize(CLI::App &app, action &chosen);
 void add_head(CLI::App &app, action &chosen);
 void add_bench(CLI::App &app, action &chosen);
 void add_info(CLI::App &app, action &chosen);
+void add_join(CLI::App &app, action &chosen);
 
 // "has 2 channels", the beginning of complaints about them.
 std::string has_channels(const audio_input &in);

@@ -9,6 +9,7 @@ namespace {
 output_format checked_format(const output_options &options, int width, int channels, int rate) {
     const output_format format{choose_container(options.path, options.raw), width, channels, rate};
     check_format(options.path, format);
+    check_span(options.span, rate);
     return format;
 }
 
@@ -28,8 +29,12 @@ delivered deliver(frame_source &source, const output_options &options, const out
     std::optional<resampler> converted;
     if (source.rate() != format.rate) converted.emplace(source, format.rate);
     frame_source &last = converted ? static_cast<frame_source &>(*converted) : source;
-    audio_output output(options, format, last.frames());
-    drain(last, out, [&](const s32 *frames, std::size_t count) { output.write(frames, count); });
+    if (converted && options.span.from != 0)
+        out.detail("converting from the beginning on: the rate conversion has a memory");
+    excerpt part(last, options.span, options.path == "-" ? "standard output" : options.path);
+    audio_output output(options, format, part.frames(), part.first());
+    drain(part, out, [&](const s32 *frames, std::size_t count) { output.write(frames, count); });
+    part.require_frames();
     output.finish();
     return {output.name(), output.frames(), output.clipped(), converted ? converted->clipped() : 0};
 }

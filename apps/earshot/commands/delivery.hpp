@@ -1,5 +1,5 @@
-// The last stretch of every command that writes: a source is read to its end, brought to the rate
-// of the output, and written, while a line tells how far that is.
+// The last stretch of every command that writes: a source, or a part of it, is read, brought to
+// the rate of the output, and written, while a line tells how far that is.
 #pragma once
 
 #include <string>
@@ -36,8 +36,9 @@ struct delivered {
     u64 clipped_by_conversion; // of the rate
 };
 
-// The source has the channels of the format, and its samples the format's computed width. The
-// output is opened at once: whatever else can be checked has been by then.
+// The source has the channels of the format, and its samples the format's computed width. What is
+// written is the part that the options say. The output is opened at once: whatever else can be
+// checked has been by then.
 delivered deliver(frame_source &source, const output_options &options, const output_format &format,
                   const console &out);
 

@@ -61,6 +61,14 @@ class field_encoder : public frame_source {
         return got;
     }
 
+    s64 skip(s64 frames) override {
+        const s64 got = source_.skip(frames);
+        if (!path_.moves() || got == 0) return got;
+        for (s64 i = 1; i < got; ++i) path_.next();
+        gains_.at(path_.next(), now_);
+        return got;
+    }
+
     u64 clipped() const { return clipped_; }
 
   private:

@@ -21,21 +21,21 @@ class turning_sources {
     turning_sources(const std::vector<source_argument> &sources, double orbit_seconds,
                     std::size_t frame_length)
         : sources_(sources), turn_(0, std::llround(orbit_seconds * 1e6),
-                                   binaural_rate / static_cast<int>(frame_length)) {}
+                                   binaural_rate / static_cast<int>(frame_length)),
+          frame_length_(static_cast<s64>(frame_length)) {}
 
-    void operator()(source_placer &placer, s64) {
-        // To where they are a frame later, if that is what the placer takes.
-        if (!placed_ && placer.placed_at() != 0) turn_.next();
-        placed_ = true;
-        const u32 turn = turn_.next();
+    void operator()(source_placer &placer, s64 time) {
+        for (; next_ <= time; next_ += frame_length_) now_ = turn_.next();
         for (std::size_t k = 0; k < sources_.size(); ++k)
-            placer.place(k, degrees_of_turn(sources_[k].azimuth + turn), sources_[k].elevation);
+            placer.place(k, degrees_of_turn(sources_[k].azimuth + now_), sources_[k].elevation);
     }
 
   private:
     std::vector<source_argument> sources_;
     orbit turn_;
-    bool placed_ = false;
+    s64 frame_length_;
+    s64 next_ = 0; // time of the next turn
+    u32 now_ = 0;
 };
 
 } // namespace
@@ -78,8 +78,8 @@ scene_file scene_of(const std::vector<source_argument> &sources) {
     return scene;
 }
 
-binaural_stream::mover orbit_of(const std::vector<source_argument> &sources, double orbit_seconds,
-                                std::size_t frame_length) {
+source_mover orbit_of(const std::vector<source_argument> &sources, double orbit_seconds,
+                      std::size_t frame_length) {
     if (orbit_seconds == 0) return {};
     return turning_sources(sources, orbit_seconds, frame_length);
 }

@@ -23,7 +23,7 @@ void check_sources(const std::vector<source_argument> &sources, bool normalize);
 scene_file scene_of(const std::vector<source_argument> &sources);
 
 // What turns all of them round the listener once in so many seconds, frame by frame; nothing for 0.
-binaural_stream::mover orbit_of(const std::vector<source_argument> &sources, double orbit_seconds,
-                                std::size_t frame_length);
+source_mover orbit_of(const std::vector<source_argument> &sources, double orbit_seconds,
+                      std::size_t frame_length);
 
 } // namespace earshot_tool

@@ -53,7 +53,7 @@ void rotate(const rotate_options &options) {
     plan.apply(field, order);
 
     const delivered written = deliver(field, options.output, format, out);
-    plan.note_unused_rows(out, field.position(), in.name());
+    if (!options.output.span.to) plan.note_unused_rows(out, field.position(), in.name());
     if (converted)
         out.clipped(in.name(), converted->clipped(), "at full scale by the rate conversion");
     out.clipped(in.name(), field.layout_clipped(), "at full scale by the conversion to AmbiX");

@@ -81,7 +81,7 @@ std::vector<frame_source *> open_sounds(const scene_file &scene, rendering &work
 
 std::unique_ptr<rendering> open_scene(const scene_file &scene, const engine_choice &engine,
                                       const guard_choice &guard, std::size_t frame_length,
-                                      const binaural_stream::mover &move) {
+                                      const source_mover &move) {
     auto work = std::make_unique<rendering>();
     const std::vector<frame_source *> sounds = open_sounds(scene, *work);
     work->safe_guard = guard.safe;
@@ -92,7 +92,7 @@ std::unique_ptr<rendering> open_scene(const scene_file &scene, const engine_choi
 }
 
 std::unique_ptr<rendering> open_field(const scene_file &scene, int order,
-                                      const binaural_stream::mover &move) {
+                                      const source_mover &move) {
     auto work = std::make_unique<rendering>();
     const std::vector<frame_source *> sounds = open_sounds(scene, *work);
     work->stream = std::make_unique<field_stream>(scene.content, sounds, order,

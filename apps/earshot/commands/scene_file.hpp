@@ -29,10 +29,10 @@ std::vector<frame_source *> open_sounds(const scene_file &scene, rendering &work
 // the sources are, if not where the scene says.
 std::unique_ptr<rendering> open_scene(const scene_file &scene, const engine_choice &engine,
                                       const guard_choice &guard, std::size_t frame_length,
-                                      const binaural_stream::mover &move = {});
+                                      const source_mover &move = {});
 
 // All that renders one into a field.
 std::unique_ptr<rendering> open_field(const scene_file &scene, int order,
-                                      const binaural_stream::mover &move = {});
+                                      const source_mover &move = {});
 
 } // namespace earshot_tool

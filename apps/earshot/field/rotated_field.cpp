@@ -1,5 +1,6 @@
 #include "field/rotated_field.hpp"
 
+#include <algorithm>
 #include <utility>
 
 #include "field/spherical_harmonics.hpp"
@@ -29,6 +30,17 @@ std::size_t rotated_field::read(s32 *interleaved, std::size_t frames) {
     if (player_) player_->process(interleaved, got);
     if (turner_) turner_->process(interleaved, got);
     position_ += static_cast<s64>(got);
+    return got;
+}
+
+// The effect remembers its ramps and no samples: silence takes it as far.
+s64 rotated_field::skip(s64 frames) {
+    const s64 got = source_.skip(frames);
+    if (!player_) return got;
+    std::vector<s32> silence(block_frames * static_cast<std::size_t>(channels()));
+    for (s64 done = 0; done < got; done += static_cast<s64>(block_frames))
+        player_->process(silence.data(), static_cast<std::size_t>(
+                                             std::min(got - done, static_cast<s64>(block_frames))));
     return got;
 }
 

@@ -32,6 +32,7 @@ class rotated_field : public frame_source {
     int rate() const override { return source_.rate(); }
     std::optional<s64> frames() const override { return source_.frames(); }
     std::size_t read(s32 *interleaved, std::size_t frames) override;
+    s64 skip(s64 frames) override;
 
     // Frames read, and samples clipped, so far.
     s64 position() const { return position_; }
