@@ -59,6 +59,15 @@ void head_engine::place(std::size_t source, s32 azimuth, s32 elevation) {
     p.target_elevation = elevation;
 }
 
+void head_engine::place_everywhere(std::size_t source) {
+    if (!everywhere_) {
+        earshot_filter_pair front;
+        require(earshot_head_filter(head_.get(), 0, 0, &front), "earshot_head_filter");
+        everywhere_ = aligned_pair{in_time_with({front.ear[0], front.ear[1]})};
+    }
+    use(source, *everywhere_);
+}
+
 int head_engine::process(const s32 *const *windows, s32 *ears) {
     for (std::size_t k = 0; k < sources_.size(); ++k)
         if (sources_[k].frames_left > 0) advance(k);

@@ -16,6 +16,7 @@ class head_engine : public following_engine {
                 std::optional<int> guard);
 
     void place(std::size_t source, s32 azimuth, s32 elevation) override;
+    void place_everywhere(std::size_t source) override;
     int process(const s32 *const *windows, s32 *ears) override;
 
   private:
@@ -39,6 +40,7 @@ class head_engine : public following_engine {
     // Two for every source: a frame fades from the one to the other. Whole lines of a cache.
     struct alignas(64) aligned_pair : earshot_filter_pair {};
     std::vector<std::array<aligned_pair, 2>> filters_;
+    std::optional<aligned_pair> everywhere_;
 };
 
 } // namespace earshot_scene

@@ -23,7 +23,7 @@ class source_placer {
     // source needs a place before the first frame.
     virtual void place(std::size_t source, s32 azimuth, s32 elevation) = 0;
 
-    // For good: from no direction, both ears hear it as it is.
+    // For good: from no direction, see everywhere.
     virtual void place_everywhere(std::size_t source) = 0;
 };
 
