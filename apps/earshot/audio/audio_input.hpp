@@ -6,6 +6,7 @@
 
 #include <sndfile.h>
 
+#include "audio/channel_speakers.hpp"
 #include "audio/mpeg_stream.hpp"
 #include "audio/shared_file.hpp"
 #include "audio/sound_header.hpp"
@@ -36,6 +37,9 @@ class audio_input : public rewindable_source {
     bool is_float() const;                   // floating point, or a lossy format that decodes so
     u64 clipped() const { return clipped_; } // floating-point samples beyond full scale
 
+    // Which loudspeaker each channel is for; empty where the file does not say.
+    const loudspeakers &speakers() const { return speakers_; }
+
     std::string format_text() const; // "WAV, 24-bit"
     std::string description() const; // the format, channels, rate and length
 
@@ -58,6 +62,7 @@ class audio_input : public rewindable_source {
     bool seekable_ = true;
     std::optional<s64> length_; // frames
     SF_INFO info_{};
+    loudspeakers speakers_;
     SNDFILE *file_ = nullptr; // unless mpeg_ reads it
     std::optional<mpeg_stream> mpeg_;
     std::vector<double> floating_;
