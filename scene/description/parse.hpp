@@ -43,5 +43,6 @@ struct number_range {
 inline constexpr number_range yaw_range{-180, 180};
 inline constexpr number_range pitch_range{-90, 90};
 inline constexpr number_range elevation_range{-90, 90};
+inline constexpr number_range gain_range{-120, 60}; // decibels
 
 } // namespace earshot_scene

@@ -45,7 +45,8 @@ struct direction {
     bool operator==(const direction &) const = default;
 };
 
-// From no direction at all: both ears hear it alike, whichever way the listener turns.
+// From no direction at all: both ears hear it alike, whichever way the listener turns, as late as
+// what comes from the front and as loud as low frequencies from there.
 struct everywhere {};
 
 // The turns that take a listener who looks to the front into an orientation, each about the
@@ -94,9 +95,43 @@ struct scene_rolloff {
     s32 maximum = 0;
 };
 
+// In the order of the bits of WAVE_FORMAT_EXTENSIBLE's mask.
+enum class loudspeaker {
+    front_left,
+    front_right,
+    front_centre,
+    low_frequency,
+    back_left,
+    back_right,
+    front_left_of_centre,
+    front_right_of_centre,
+    back_centre,
+    side_left,
+    side_right,
+    top_centre,
+    top_front_left,
+    top_front_centre,
+    top_front_right,
+    top_back_left,
+    top_back_centre,
+    top_back_right,
+};
+
+using loudspeakers = std::vector<loudspeaker>; // of the channels of a sound, in order
+
+// A sound with a channel for every loudspeaker of a layout.
+struct bed {
+    std::string name; // of the layout
+    loudspeakers speakers;
+};
+
 struct scene_source {
     std::string file;
     int channel = 0; // counted from 1; 0: the only one
+    // Which of the scene's beds it is a channel of. Its channel is that of the layout: a file may
+    // say that it has them in another order.
+    std::optional<std::size_t> bed;
+    std::size_t entry = 0; // of the text that describes the scene: of a bed, all have the same one
     s64 start = 0;
     s32 gain = 0; // thousandths of a decibel, -120000 to 60000
     bool loop = false;
@@ -111,6 +146,7 @@ struct scene {
     std::optional<s64> duration; // nothing: until the last source that does not loop has ended
     scene_listener listener;
     std::vector<scene_source> sources; // 1 to 4096
+    std::vector<bed> beds;             // their sources stand next to each other
 };
 
 } // namespace earshot_scene

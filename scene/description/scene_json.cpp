@@ -4,6 +4,7 @@
 #include <cmath>
 #include <utility>
 
+#include "scene/description/loudspeakers.hpp"
 #include "scene/description/quote.hpp"
 #include "scene/description/scene_table.hpp"
 #include "scene/rendering/binaural_engine.hpp"
@@ -12,7 +13,6 @@ namespace earshot_scene {
 
 namespace {
 
-constexpr number_range gain_range{-120, 60}; // decibels
 constexpr number_range channel_range{1, 1024};
 constexpr double farthest = 32767; // metres
 
@@ -115,9 +115,12 @@ scene_rolloff read_rolloff(const json_place &place) {
     return rolloff;
 }
 
+constexpr std::initializer_list<const char *> place_keys = {"position", "direction", "track",
+                                                            "layout"};
+
 void read_place(const json_place &place, const csv_loader &load, scene_source &source) {
-    const auto key = place.only_one_of({"position", "direction", "track"});
-    if (!key) place.fail("'position', 'direction' or 'track' is missing");
+    const auto key = place.only_one_of(place_keys);
+    if (!key) place.fail("'position', 'direction', 'track' or 'layout' is missing");
     const json_place value = place.at(key->c_str());
     if (key == "position")
         source.place = constant<position>(value);
@@ -133,20 +136,59 @@ void read_place(const json_place &place, const csv_loader &load, scene_source &s
     }
 }
 
-scene_source read_source(const json_place &place, const csv_loader &load) {
+s32 decibels(const json_place &place) {
+    return static_cast<s32>(std::llround(place.number(gain_range) * 1000));
+}
+
+// Nothing: it is off.
+std::optional<s32> read_lfe(const json_place &place) {
+    if (!place.is_text()) return decibels(place);
+    if (place.text() != "off") place.fail(in_quotes(place.text()) + " is not a number or \"off\"");
+    return std::nullopt;
+}
+
+void read_bed(const json_place &place, const scene_source &common, scene &scene) {
+    const json_place name = place.at("layout");
+    const auto layout = layout_called(name.text());
+    if (!layout) name.fail(in_quotes(name.text()) + " is not " + layout_names());
+    if (const auto channel = place.find("channel"))
+        channel->fail("a layout takes all channels of the file; leave one of the two out");
+    if (const auto rolloff = place.find("rolloff"))
+        rolloff->fail("loudspeakers are at directions, which have no distance");
+    std::optional<s32> lfe = standard_lfe_gain;
+    if (const auto key = place.find("lfe")) {
+        lfe = read_lfe(*key);
+        if (!std::count(layout->speakers.begin(), layout->speakers.end(),
+                        loudspeaker::low_frequency))
+            key->fail(layout->name + " has no LFE channel");
+    }
+    try {
+        add_bed(scene, common, *layout, lfe);
+    } catch (const scene_error &error) {
+        place.fail(error.what());
+    }
+}
+
+// One source, or those of a bed.
+void read_source(const json_place &place, const csv_loader &load, std::size_t entry, scene &scene) {
     place.require_keys({"file", "channel", "start", "gain", "loop", "position", "direction",
-                        "track", "rolloff", "dc_block"});
+                        "track", "layout", "lfe", "rolloff", "dc_block"});
     scene_source source;
+    source.entry = entry;
     source.file = file_name(place.at("file"));
     if (const auto channel = place.find("channel"))
         source.channel = channel->whole_number(channel_range);
     if (const auto start = place.find("start")) source.start = samples(*start);
-    if (const auto gain = place.find("gain"))
-        source.gain = static_cast<s32>(std::llround(gain->number(gain_range) * 1000));
+    if (const auto gain = place.find("gain")) source.gain = decibels(*gain);
     if (const auto loop = place.find("loop")) source.loop = loop->boolean();
     if (const auto dc_block = place.find("dc_block")) source.dc_block = dc_block->boolean();
+    if (place.only_one_of(place_keys) == "layout") {
+        read_bed(place, source, scene);
+        return;
+    }
+    if (const auto lfe = place.find("lfe")) lfe->fail("is for sources with a 'layout'");
     read_place(place, load, source);
-    return source;
+    scene.sources.push_back(std::move(source));
 }
 
 // Tables, as long as they do not have too many lines in all.
@@ -188,8 +230,12 @@ scene parse_scene(std::string_view text, const csv_loader &load_table) {
     if (sources.size() > most_sources)
         sources.fail("has " + std::to_string(sources.size()) + " items, there can be " +
                      std::to_string(most_sources));
-    for (std::size_t k = 0; k < sources.size(); ++k)
-        scene.sources.push_back(read_source(sources.item(k), load));
+    for (std::size_t k = 0; k < sources.size(); ++k) {
+        read_source(sources.item(k), load, k, scene);
+        if (scene.sources.size() > most_sources)
+            sources.item(k).fail("brings the channels that are heard to more than " +
+                                 std::to_string(most_sources));
+    }
     check_end(top, scene);
     return scene;
 }

@@ -38,7 +38,8 @@ using csv_loader = std::function<std::string(const std::string &name)>;
  *         "channel": 1, "start": 0.5, "gain": -3, "loop": false, "dc_block": false,   optional
  *         "position": [x, y, z], "direction": [azimuth, elevation], or
  *         "track": [[time, x, y, z], ...] or [[time, azimuth, elevation], ...] or "fly.csv"
- *                                                 (time,x,y,z or time,azimuth,elevation)
+ *                                                 (time,x,y,z or time,azimuth,elevation), or
+ *         "layout": "5.1", "lfe": 10 or "off"     all channels, without "channel"
  *         "rolloff": {"model": "inverse", "linear" or "none", "minimum": 1, "maximum": 50}
  *                                                 optional, not with directions
  *       }]

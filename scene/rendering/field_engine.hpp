@@ -13,6 +13,7 @@ class field_engine : public following_engine {
 
     // Channels have their places.
     void place(std::size_t, s32, s32) override {}
+    void place_everywhere(std::size_t) override {}
 
   private:
     shared_head head_;

@@ -18,12 +18,12 @@ using shared_head = std::shared_ptr<const earshot_head>;
 // The library's own.
 shared_head builtin_head();
 
-// The filters of what is heard as it is.
-const earshot_filter_pair &unfiltered();
+// The filters of what both ears hear as it is, but as loud as low frequencies come out of these
+// filters of a direction, and as late, to the nearest sample. ears: as those of a pair.
+earshot_filter_pair in_time_with(const s32 *const (&ears)[2]);
 
 class following_engine : public binaural_engine {
   public:
-    void place_everywhere(std::size_t source) override { use(source, unfiltered()); }
     int process(const s32 *const *windows, s32 *ears) override;
     void skip_frame() override {}
     std::optional<int> guard() const override { return guard_; }

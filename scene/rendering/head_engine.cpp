@@ -19,6 +19,15 @@ void head_engine::place(std::size_t source, s32 azimuth, s32 elevation) {
     sources_[source].placement.place({azimuth, elevation});
 }
 
+void head_engine::place_everywhere(std::size_t source) {
+    if (!everywhere_) {
+        earshot_filter_pair front;
+        require(earshot_head_filter(head_.get(), 0, 0, &front), "earshot_head_filter");
+        everywhere_ = aligned_pair{in_time_with({front.ear[0], front.ear[1]})};
+    }
+    use(source, *everywhere_);
+}
+
 int head_engine::process(const s32 *const *windows, s32 *ears) {
     skip_frame();
     for (std::size_t k = 0; k < sources_.size(); ++k)

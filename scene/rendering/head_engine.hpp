@@ -18,6 +18,7 @@ class head_engine : public following_engine {
 
     void place(std::size_t source, s32 azimuth, s32 elevation) override;
     void stays(std::size_t source) override { sources_[source].placement.stay(); }
+    void place_everywhere(std::size_t source) override;
     int process(const s32 *const *windows, s32 *ears) override;
     void skip_frame() override;
     void forget_places() override;
@@ -36,6 +37,7 @@ class head_engine : public following_engine {
     // Two for every source: a frame fades from the one to the other. Whole lines of a cache.
     struct alignas(64) aligned_pair : earshot_filter_pair {};
     std::vector<std::array<aligned_pair, 2>> filters_;
+    std::optional<aligned_pair> everywhere_;
 };
 
 } // namespace earshot_scene

@@ -27,7 +27,7 @@ class source_placer {
     // A source that has just been placed for the first time stays there for good.
     virtual void stays(std::size_t) {}
 
-    // For good: from no direction, both ears hear it as it is.
+    // For good: from no direction, see everywhere.
     virtual void place_everywhere(std::size_t source) = 0;
 
     // A frame of which nothing is wanted: all that it changes are the places of the sources. Before

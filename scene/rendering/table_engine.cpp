@@ -59,7 +59,11 @@ void table_engine::place(std::size_t source, s32 azimuth, s32 elevation) {
 }
 
 void table_engine::place_everywhere(std::size_t source) {
-    require(earshot_head_use(front_, static_cast<u32>(source), &unfiltered()), "earshot_head_use");
+    if (!everywhere_) {
+        place(source, 0, 0);
+        everywhere_ = in_time_with(front_->state->sources[source].filter);
+    }
+    require(earshot_head_use(front_, static_cast<u32>(source), &*everywhere_), "earshot_head_use");
 }
 
 sample_lowering table_engine::lowering() const {

@@ -7,8 +7,10 @@
 #pragma once
 
 #include <bit>
+#include <optional>
 #include <vector>
 
+#include <earshot/head.h>
 #include <earshot/hrtf.h>
 
 #include "scene/rendering/binaural_engine.hpp"
@@ -71,6 +73,7 @@ class table_engine : public binaural_engine {
     hrtf_filt_front_instance *front_ = nullptr;
     hrtf_filt_back_instance *back_ = nullptr;
     std::vector<s32> spectra_; // of both ears
+    std::optional<earshot_filter_pair> everywhere_;
 };
 
 } // namespace earshot_scene

@@ -8,6 +8,7 @@
 #include "commands/source_argument.hpp"
 #include "error.hpp"
 #include "field/keyframes.hpp"
+#include "scene/description/loudspeakers.hpp"
 
 #include <cmath>
 #include <cstdlib>
@@ -71,7 +72,10 @@ void parse_pieces(const std::string &text) {
     try {
         const source_argument source = parse_source(text);
         require(!source.file.empty() && source.channel >= 0 && source.channel <= 1024);
-        require(std::abs(source.elevation) <= 90 << 16);
+        require(source.from || (source.on && layout_called(source.on->name)));
+        require(!source.from || std::abs(source.from->elevation) <= 90 << 16);
+        const s32 gain = source.on ? source.on->gain : source.from->gain;
+        require(gain >= -120000 && gain <= 60000);
     } catch (const usage_error &error) {
         require(std::string_view(error.what()).starts_with("-s "));
     }

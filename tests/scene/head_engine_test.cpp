@@ -104,5 +104,34 @@ TEST(HeadEngine, LongFramesSoundLikeShortOnes) {
     }
 }
 
+/* Filters that do nothing but delay and lower are their own; what comes before the sound does not
+ * delay. */
+TEST(HeadEngine, EverywhereIsAsLateAndLoudAsTheFront) {
+    const auto delayed = [](double delay, double gain) {
+        std::vector<s32> all(256);
+        s32 *ear = all.data();
+        for (int k = 0; k < 128; ++k) {
+            const double angle = 2 * M_PI * k * delay / 256;
+            ear[2 * k] = static_cast<s32>(std::lround(gain * std::cos(angle) * 0x1p29));
+            ear[2 * k + 1] = static_cast<s32>(std::lround(-gain * std::sin(angle) * 0x1p29));
+        }
+        ear[1] = static_cast<s32>(std::lround(gain * std::cos(M_PI * delay) * 0x1p29));
+        return all;
+    };
+    const struct {
+        double delay, gain, taken;
+    } cases[] = {{0, 1, 0},       {1, 0.9, 1},   {25.4, 0.5, 25},
+                 {25.6, 1.9, 26}, {100, 1, 100}, {-3, 1, 0}};
+    for (const auto &[delay, gain, taken] : cases) {
+        const std::vector<s32> front = delayed(delay, gain), expected = delayed(taken, gain);
+        const earshot_filter_pair pair = in_time_with({front.data(), front.data()});
+        for (const auto &ear : pair.ear)
+            for (std::size_t i = 0; i < 256; ++i)
+                ASSERT_NEAR(expected[i], ear[i], 200) << delay << " " << i;
+        EXPECT_GE(pair.gain, gain * 65536);
+        EXPECT_LE(pair.gain, gain * 65536 + 4);
+    }
+}
+
 } // namespace
 } // namespace earshot_scene::test

@@ -71,6 +71,32 @@ TEST(SceneJson, EveryKeyIsRead) {
     EXPECT_EQ((position{-q16, 163840, 10 * q16}), d[1].value);
 }
 
+TEST(SceneJson, ALayoutIsASourceForEveryLoudspeaker) {
+    const scene beds = parse(R"({"version": 1, "sources": [
+        {"file": "a", "layout": "7.1.4", "gain": -6, "start": 1, "dc_block": true},
+        {"file": "b", "layout": "5.1", "lfe": "off"}, {"file": "c", "direction": [0, 0]}]})");
+    ASSERT_EQ(12u + 5u + 1u, beds.sources.size());
+    const scene_source &lfe = beds.sources[3], &high = beds.sources[11], &side = beds.sources[15];
+    EXPECT_TRUE(std::holds_alternative<everywhere>(lfe.place));
+    EXPECT_EQ(4000, lfe.gain);
+    EXPECT_EQ((direction{-135 * q16, 30 * q16}), std::get<track<direction>>(high.place)[0].value);
+    EXPECT_TRUE(high.file == "a" && high.gain == -6000 && high.start == 48000 && high.dc_block);
+    EXPECT_EQ((direction{110 * q16, 0}), std::get<track<direction>>(side.place)[0].value);
+    EXPECT_TRUE(side.channel == 5 && side.bed == 1u && side.entry == 1);
+    EXPECT_TRUE(!beds.sources[17].bed && beds.sources[17].entry == 2);
+
+    std::string many;
+    for (int k = 0; k < 342; ++k) many += R"({"file": "a", "layout": "7.1.4"}, )";
+    many.erase(many.size() - 2);
+    try {
+        parse(R"({"version": 1, "sources": [)" + many + "]}");
+        ADD_FAILURE();
+    } catch (const scene_error &error) {
+        EXPECT_STREQ("sources[341]: brings the channels that are heard to more than 4096",
+                     error.what());
+    }
+}
+
 TEST(SceneJson, ListenersHaveTracks) {
     const std::string source = R"("sources": [{"file": "a", "direction": [0, 0]}]})";
     const scene nods = parse(R"({"version": 1, "listener": {"orientation_track": "nod.csv",
@@ -134,7 +160,7 @@ TEST(SceneJson, WrongDocumentsAreRefused) {
 
 TEST(SceneJson, WrongSourcesAreRefused) {
     const wrong_text cases[] = {
-        {R"("gain": 0)", "sources[0]: 'position', 'direction' or 'track' is missing"},
+        {R"("gain": 0)", "sources[0]: 'position', 'direction', 'track' or 'layout' is missing"},
         {R"("position": [0, 0, 0], "track": [])", "sources[0]: has both 'position' and 'track'"},
         {R"("position": [0, 0])", "sources[0].position: has 2 items, needs 3"},
         {R"("position": [0, 0, true])", "sources[0].position: z is a boolean, needs a number"},
@@ -144,7 +170,7 @@ TEST(SceneJson, WrongSourcesAreRefused) {
          "sources[0].direction: elevation -90.5 is outside -90 to 90"},
         {R"("direction": [0, 0], "file2": "b")",
          "sources[0].file2: unknown key; there are file, channel, start, gain, loop, position, "
-         "direction, track, rolloff, dc_block"},
+         "direction, track, layout, lfe, rolloff, dc_block"},
         {R"("direction": [0, 0], "channel": 0)", "sources[0].channel: 0 is outside 1 to 1024"},
         {R"("direction": [0, 0], "channel": 1.5)", "sources[0].channel: 1.5 is not a whole number"},
         {R"("direction": [0, 0], "gain": "loud")", "sources[0].gain: is a string, needs a number"},
@@ -163,6 +189,20 @@ TEST(SceneJson, WrongSourcesAreRefused) {
          "sources[0].rolloff: minimum 3 is above maximum 2.5"},
         {R"("direction": [0, 0], "rolloff": {"model": "none", "minimum": 1, "maximum": 2})",
          "sources[0].rolloff: the source is at a direction, which has no distance"},
+        {R"("layout": 5.1)", "sources[0].layout: is a number, needs a string"},
+        {R"("layout": "6.1")",
+         "sources[0].layout: '6.1' is not stereo, quad, 5.1, 7.1, 5.1.4 or 7.1.4"},
+        {R"("layout": "5.1", "track": [])", "sources[0]: has both 'track' and 'layout'"},
+        {R"("layout": "5.1", "channel": 2)",
+         "sources[0].channel: a layout takes all channels of the file; leave one of the two out"},
+        {R"("layout": "5.1", "rolloff": {"model": "none", "minimum": 1, "maximum": 2})",
+         "sources[0].rolloff: loudspeakers are at directions, which have no distance"},
+        {R"("layout": "5.1", "lfe": "on")", "sources[0].lfe: 'on' is not a number or \"off\""},
+        {R"("layout": "5.1", "lfe": true)", "sources[0].lfe: is a boolean, needs a number"},
+        {R"("layout": "quad", "lfe": 0)", "sources[0].lfe: quad has no LFE channel"},
+        {R"("layout": "5.1", "gain": 51)",
+         "sources[0]: gain of its LFE channel in all: 61 is outside -120 to 60"},
+        {R"("direction": [0, 0], "lfe": 0)", "sources[0].lfe: is for sources with a 'layout'"},
     };
     for (const auto &[text, expected] : cases)
         EXPECT_EQ(expected, complaint(scene_text(text))) << text;

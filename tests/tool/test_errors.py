@@ -79,9 +79,8 @@ class UsageErrors(ToolTest):
 
     def test_a_sound_is_no_scene(self):
         self.write("film.wav", MONO)
-        for command in ["render", "film.wav", "-o", "out.wav"], ["bench", "film.wav"]:
-            self.fails(2, "film.wav: is a sound, not a scene; 'render -s film.wav@0,0' places it in "
-                          "front of the listener", *command)
+        self.fails(2, "film.wav: is a sound, not a scene; 'earshot render film.wav' renders it as it "
+                      "is", "bench", "film.wav")
 
     def test_long_names_lose_their_middle(self):
         """What is wrong stands at the beginning or at the end of a line."""

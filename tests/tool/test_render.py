@@ -275,16 +275,29 @@ class Level(RenderTest):
 class Errors(RenderTest):
     def test_command_line(self):
         self.write("in.wav", wav(noise(100, 16, 1), 1))
-        needed = "; FILE[:CHANNEL]@AZ,EL is needed"
+        needed = "; FILE[:CHANNEL]@AZ,EL[,GAIN] or FILE@LAYOUT[,GAIN] is needed"
+        neither = (" is neither AZ,EL[,GAIN] nor a layout: stereo, quad, 5.1, 7.1, 5.1.4 or "
+                   "7.1.4")
         one = ["-s", "in.wav@0,0"]
         for message, *args in [
                 ("render: name either a scene or sources with -s",),
                 ("-s in.wav: has no direction" + needed, "-s", "in.wav"),
                 ("-s @0,0: has no file" + needed, "-s", "@0,0"),
                 ("-s :1@0,0: has no file" + needed, "-s", ":1@0,0"),
-                ("-s in.wav@30: '30' is not AZ,EL", "-s", "in.wav@30"),
-                ("-s in.wav@1,2,3: '1,2,3' is not AZ,EL", "-s", "in.wav@1,2,3"),
-                ("-s in.wav@nan,0: 'nan,0' is not AZ,EL", "-s", "in.wav@nan,0"),
+                ("-s in.wav@30: '30'" + neither, "-s", "in.wav@30"),
+                ("-s in.wav@1,2,3,4: '1,2,3,4'" + neither, "-s", "in.wav@1,2,3,4"),
+                ("-s in.wav@nan,0: 'nan,0'" + neither, "-s", "in.wav@nan,0"),
+                ("-s in.wav@5.2: '5.2'" + neither, "-s", "in.wav@5.2"),
+                ("-s in.wav@5.1,0,0,0: '5.1,0,0,0'" + neither, "-s", "in.wav@5.1,0,0,0"),
+                ("-s in.wav@1,2,60.1: gain 60.1 is outside -120 to 60", "-s", "in.wav@1,2,60.1"),
+                ("-s in.wav@1,2,x: gain 'x' is not a number of decibels", "-s", "in.wav@1,2,x"),
+                ("-s in.wav:1@quad: a layout takes all channels of a file; leave the :CHANNEL out",
+                 "-s", "in.wav:1@quad"),
+                ("in.wav: gain of its LFE channel in all: 65 is outside -120 to 60",
+                 "-s", "in.wav@7.1.4,55"),
+                ("--lfe: 'on' is not a number of decibels or off", *one, "--lfe=on"),
+                ("--lfe: -121 is outside -120 to 60", *one, "--lfe=-121"),
+                ("--lfe: no source has a layout; -s FILE@5.1 is one that has", *one, "--lfe=off"),
                 ("-s in.wav@0,91: elevation 91 is outside -90 to 90", "-s", "in.wav@0,91"),
                 ("-s in.wav:0@0,0: channel 0 is outside 1 to 1024", "-s", "in.wav:0@0,0"),
                 ("-s: only one source can be standard input", "-s", "-@0,0", "-s", "-:1@9,0"),
@@ -311,7 +324,11 @@ class Errors(RenderTest):
         self.write("field.wav", wav(noise(400, 16, 1), 4))
         for message, source in [
                 ("none.wav: No such file or directory", "none.wav@0,0"),
-                ("in.wav: has 2 channels: name one of them as FILE:CHANNEL@AZ,EL", "in.wav@0,0"),
+                ("in.wav: has 2 channels: name one of them as FILE:CHANNEL@AZ,EL, or take all as "
+                 "FILE@LAYOUT", "in.wav@0,0"),
+                ("in.wav: has 2 channels, 5.1 has 6; the layout for it is stereo", "in.wav@5.1"),
+                ("mono.wav: has 1 channel, quad has 4; name its channels one by one",
+                 "mono.wav@quad"),
                 ("in.wav: has 2 channels, no number 3", "in.wav:3@0,0")]:
             self.fails(2, message, "render", "-s", "mono.wav@0,0", "-s", source, "-o", "out.wav")
         os.mkfifo("pipe.wav")

@@ -277,7 +277,8 @@ class Errors(SceneTest):
                 (place + "file: folder/table.csv: " + NOT_AUDIO,
                  {"file": "table.csv", **at}),
                 (place + "file: folder/-: No such file or directory", {"file": "-", **at}),
-                (place + 'file: folder/pair.wav: has 2 channels: name one of them with "channel"',
+                (place + 'file: folder/pair.wav: has 2 channels: name one of them with "channel", '
+                 'or take all with "layout"',
                  {"file": "pair.wav", **at}),
                 (place + "file: folder/pair.wav: has 2 channels, no number 3",
                  {"file": "pair.wav", "channel": 3, **at}),
@@ -351,20 +352,21 @@ def changed(path, value):
 
 @unittest.skipUnless(jsonschema, "python3-jsonschema is not installed")
 class Schema(SceneTest):
-    FIRST, SECOND, THIRD = ("sources", 0), ("sources", 1), ("sources", 2)
+    FIRST, SECOND, THIRD, BED = (("sources", k) for k in range(4))
     ROLLOFF = {"model": "linear", "minimum": 0.5, "maximum": 100}
     WHOLE = scene_of(
         {"file": "mono.wav", "start": 0.01, "gain": -3.5, "loop": True, "dc_block": True,
          "position": [1, -2, 0.5], "rolloff": ROLLOFF},
         {"file": "mono.wav", "channel": 1, "track": [[0, 720, -90], [0.1, -720.5, 90]]},
         {"file": "mono.wav", "track": [[0, 1, 2, 3], [0.1, -8191, 8191, 0]], "rolloff": ROLLOFF},
+        {"file": "six.wav", "layout": "5.1", "start": 0.001, "lfe": -3},
         duration=0.01,
         listener={"position_track": [[0, 0, 0, 0], [1, 1, 1, 1]],
                   "orientation": {"quaternion": [0.6, 0, 0, -0.8]}})
     GOOD = [
         ((*FIRST, "gain"), 60), ((*FIRST, "loop"), False), ((*SECOND, "channel"), 1.0),
         ((*FIRST, "rolloff", "model"), "none"), (("listener",), {}), (("listener",), None),
-        (("version",), 1.0),
+        (("version",), 1.0), ((*BED, "lfe"), "off"), ((*BED, "lfe"), None),
         (("listener", "orientation"), {}),
         (("listener", "orientation"), {"yaw": 400, "pitch": -30, "roll": 1e1}),
         (("listener",), {"orientation_track": [[0, 1, 0, 0, 0], [1, 0, 1, 0, 0]]}),
@@ -398,6 +400,9 @@ class Schema(SceneTest):
         ((*SECOND, "track"), [[0, 0, 0], [1, 0, 0, 0]]), ((*SECOND, "track"), [[-1, 0, 0]]),
         ((*SECOND, "track"), [[0, 32768, 0]]), ((*SECOND, "track"), 7),
         ((*SECOND, "rolloff"), ROLLOFF), ((*SECOND, "track"), None),
+        ((*BED, "layout"), "6.1"), ((*BED, "layout"), "quad"), ((*BED, "lfe"), "on"),
+        ((*BED, "lfe"), 61), ((*BED, "channel"), 1), ((*BED, "rolloff"), ROLLOFF),
+        ((*BED, "direction"), [0, 0]), ((*SECOND, "lfe"), 0),
         ((*THIRD, "track"), [[0, 0, 0, 8192]]), ((*THIRD, "track"), [[31536001, 0, 0, 0]]),
     ]
     # What a schema cannot say.
@@ -405,12 +410,13 @@ class Schema(SceneTest):
         ((*SECOND, "track"), [[0, 0, 0], [0, 1, 0]]), ((*SECOND, "track"), [[1, 0, 0], [0, 1, 0]]),
         ((*FIRST, "rolloff", "minimum"), 101), ((*FIRST, "file"), "none.wav"),
         (("listener", "orientation", "quaternion"), [0.6, 0, 0, 0.7]),
-        ((*SECOND, "track"), "none.csv"), ((*SECOND, "channel"), 2),
+        ((*SECOND, "track"), "none.csv"), ((*SECOND, "channel"), 2), ((*BED, "layout"), "7.1"),
     ]
 
     def setUp(self):
         super().setUp()
         self.sounds()
+        self.write("six.wav", wav(noise(6 * 500, 16, 2, 0.01), 6))
         with open(SCHEMA) as file:
             self.schema = jsonschema.Draft202012Validator(json.load(file))
 

@@ -83,6 +83,7 @@ void audio_input::open_stream() {
         open_mpeg(bytes, header);
     else
         open_coded();
+    speakers_ = channel_speakers(header, channels());
 }
 
 // The samples lie in the file as they are: libsndfile reads them without the header.

@@ -6,6 +6,7 @@
 
 #include <sndfile.h>
 
+#include "audio/channel_speakers.hpp"
 #include "audio/mpeg_stream.hpp"
 #include "audio/shared_file.hpp"
 #include "audio/sound_header.hpp"
@@ -38,6 +39,9 @@ class audio_input : public rewindable_source {
     bool is_linear() const;                  // integers, of which nothing has been lost
     u64 clipped() const { return clipped_; } // floating-point samples beyond full scale
 
+    // Which loudspeaker each channel is for; empty where the file does not say.
+    const loudspeakers &speakers() const { return speakers_; }
+
     std::string format_text() const; // "WAV, 24-bit"
     std::string description() const; // the format, channels, rate and length
 
@@ -62,6 +66,7 @@ class audio_input : public rewindable_source {
     bool seekable_ = true;
     std::optional<s64> length_; // frames
     SF_INFO info_{};
+    loudspeakers speakers_;
     SNDFILE *file_ = nullptr; // unless mpeg_ reads it
     std::optional<mpeg_stream> mpeg_;
     std::vector<double> floating_;

@@ -17,6 +17,11 @@ frame_source &binaural_input::source() {
     return *converted_;
 }
 
+frame_source &binaural_input::channel(int number) {
+    if (!split_) split_.emplace(source());
+    return split_->channel(number);
+}
+
 void binaural_input::describe(const console &out) const {
     out.detail(file_.name() + ": " + file_.description());
     if (converted_) note_conversion(out, file_.name(), file_.rate(), binaural_rate);

@@ -1,4 +1,4 @@
-// A file, one channel of it or all, at 48000 Hz.
+// A file, one channel of it, some or all, at 48000 Hz.
 #pragma once
 
 #include <optional>
@@ -6,6 +6,7 @@
 
 #include "audio/audio_input.hpp"
 #include "audio/channel_picker.hpp"
+#include "audio/channel_splitter.hpp"
 #include "audio/resampler.hpp"
 
 namespace earshot_tool {
@@ -25,6 +26,10 @@ class binaural_input {
     // At 48000 Hz, from the first call on.
     frame_source &source();
 
+    // Instead of picking one, some of the channels, counted from 1; all of them before the first
+    // read. They are read in step.
+    frame_source &channel(int number);
+
     const audio_input &file() const { return file_; }
 
     void describe(const console &out) const;
@@ -40,6 +45,7 @@ class binaural_input {
     std::optional<looping_source> repeated_;
     std::optional<channel_picker> picked_;
     std::optional<resampler> converted_;
+    std::optional<channel_splitter> split_;
 };
 
 } // namespace earshot_tool

@@ -142,6 +142,11 @@ u64 extensible_tag(const unsigned char *guid, const chunk_layout &layout) {
     return known ? layout.number(guid, 4) : 0;
 }
 
+void set_mask(sound_header &header, u64 mask) {
+    header.mask = static_cast<u32>(mask);
+    header.order = mask == 0 ? channel_order::unknown : channel_order::mask;
+}
+
 // Channels, rate, bytes of a second and of a frame, bits of a sample; then, where there is more,
 // bits that count, loudspeakers, and the encoding.
 void read_wave_format(byte_source &in, const chunk &format, const chunk_layout &layout,
@@ -157,7 +162,10 @@ void read_wave_format(byte_source &in, const chunk &format, const chunk_layout &
         return static_cast<s64>(layout.number(bytes + at, count));
     };
     u64 tag = layout.number(bytes, 2);
-    if (tag == 0xFFFE) tag = extensible_tag(bytes + 24, layout);
+    if (tag == 0xFFFE) {
+        tag = extensible_tag(bytes + 24, layout);
+        set_mask(header, layout.number(bytes + 20, 4));
+    }
     header.channels = static_cast<int>(field(2, 2));
     header.rate = field(4, 4);
     const int bits = static_cast<int>(field(14, 2));
@@ -287,17 +295,26 @@ sound_header read_au(byte_source &in, bool is_big_endian) {
     return header;
 }
 
+// CAF has numbers for whole layouts, on whose order its writers do not agree, and one for a mask.
+void read_caf_layout(byte_source &in, const chunk &found, sound_header &header) {
+    unsigned char bytes[8] = {};
+    constexpr u64 has_mask = 0x10000;
+    if (in.read(found.begin, bytes, sizeof bytes) && big_endian(bytes, 4) == has_mask)
+        set_mask(header, big_endian(bytes + 4, 4));
+}
+
 // Left to libsndfile but for the length of the data, where CAF has -1 for "until the end".
 sound_header read_others(byte_source &in, int container, const chunk_layout &layout,
                          std::string_view data_name) {
+    sound_header header;
+    header.container = container;
     const bool has_data = find_chunk(in, layout, [&](const chunk &found) {
+        if (found.is("chan") && container == SF_FORMAT_CAF) read_caf_layout(in, found, header);
         if (!found.is(data_name)) return false;
         check_length(in, found.begin, found.size);
         return true;
     });
     if (!has_data) fail_without_data(in);
-    sound_header header;
-    header.container = container;
     return header;
 }
 
@@ -309,10 +326,25 @@ sound_header read_aiff(byte_source &in) {
     return read_others(in, SF_FORMAT_AIFF, rifx_chunks, "SSND");
 }
 
-sound_header only_container(int container) {
+sound_header only_container(int container, channel_order order = channel_order::unknown) {
     sound_header header;
     header.container = container;
+    header.order = order;
     return header;
+}
+
+// By the first packet, behind a page's header of 28 bytes. Opus has families of channel orders:
+// 0 and 1 are those of loudspeakers.
+channel_order ogg_channel_order(byte_source &in) {
+    unsigned char packet[19];
+    if (!in.read(28, packet, sizeof packet)) return channel_order::unknown;
+    if (std::memcmp(packet,
+                    "\x7F"
+                    "FLAC",
+                    5) == 0)
+        return channel_order::flac;
+    const bool is_opus = std::memcmp(packet, "OpusHead", 8) == 0;
+    return is_opus && packet[18] > 1 ? channel_order::unknown : channel_order::vorbis;
 }
 
 // Tags in front of MP3 and FLAC: "ID3", version, flags, and a length of four times seven bits.
@@ -340,7 +372,8 @@ sound_header read_tagged(byte_source &in) {
     const s64 begin = skip_tags(in);
     unsigned char head[4] = {};
     if (!in.read(begin, head, sizeof head) && begin > 0) fail_without_data(in);
-    if (std::memcmp(head, "fLaC", 4) == 0) return only_container(SF_FORMAT_FLAC);
+    if (std::memcmp(head, "fLaC", 4) == 0)
+        return only_container(SF_FORMAT_FLAC, channel_order::flac);
     if (begin > 0 || begins_mpeg_frame(head)) {
         sound_header header = only_container(SF_FORMAT_MPEG);
         header.data_begin = begin;
@@ -383,7 +416,7 @@ sound_header read_file(byte_source &in, int container, bool is_swapped) {
         return read_others(in, container, caf_chunks, "data");
     case SF_FORMAT_OGG:
         check_last_ogg_page(in);
-        return only_container(container);
+        return only_container(container, ogg_channel_order(in));
     default:
         return read_tagged(in);
     }

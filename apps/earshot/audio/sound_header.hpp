@@ -11,6 +11,14 @@
 
 namespace earshot_tool {
 
+// What says which loudspeaker a channel is for.
+enum class channel_order {
+    unknown,
+    mask, // of loudspeakers
+    flac, // the format, for every number of channels
+    vorbis,
+};
+
 struct sound_header {
     int container = 0; // one of libsndfile's SF_FORMAT words
     // Encoding and byte order as libsndfile's words, where the samples lie as they are; 0 where
@@ -22,6 +30,8 @@ struct sound_header {
     // Bytes of the data; nothing where the header leaves it open, as programs that write to a pipe
     // have to.
     std::optional<s64> data_bytes;
+    channel_order order = channel_order::unknown;
+    u32 mask = 0; // as in WAVE_FORMAT_EXTENSIBLE
 };
 
 // Throws processing_error for what is none of the known formats, for damage, and for a file that

@@ -17,14 +17,12 @@ namespace earshot_tool {
 
 namespace {
 
-struct encode_options {
-    std::string input; // or, instead of it and its direction:
-    std::vector<source_argument> sources;
+struct encode_options : placed_options {
+    std::string input; // or, instead of it and its direction, sources
     output_options output;
     int channel = 0; // 0: the only one
     double azimuth = 0;
     double elevation = 0;
-    double orbit_seconds = 0; // 0: the source stands still
     int order = 1;
     verbosity talk;
 };
@@ -107,18 +105,17 @@ void encode_recording(const encode_options &options) {
 
 // Converted to one rate where theirs differ; there is no width that all of them have.
 void encode_sources(const encode_options &options) {
-    check_sources(options.sources, false);
+    check_sources(options, false);
     binaural_options output;
     const int default_bits = output.output.bits;
     output.output = options.output;
     if (output.output.bits == 0) output.output.bits = default_bits;
     output.talk = options.talk;
     binaural_plan plan(output, channels_of_order(options.order));
-    const scene_file scene = scene_of(options.sources);
+    const placed_scene scene = scene_of(options);
     plan.open = [&] {
-        return open_field(
-            scene, options.order,
-            orbit_of(options.sources, options.orbit_seconds, field_mixer::frame_length));
+        return open_field(scene.file, options.order,
+                          orbit_of(scene, options.orbit_seconds, field_mixer::frame_length));
     };
     carry_out(plan);
 }
@@ -126,6 +123,8 @@ void encode_sources(const encode_options &options) {
 void encode(const encode_options &options) {
     if (options.input.empty() == options.sources.empty())
         throw usage_error("encode: name either a recording or sources with -s");
+    if (options.sources.empty() && options.lfe_is_set)
+        throw usage_error("--lfe: a mono recording has no LFE channel; -s FILE@5.1 has one");
     if (options.sources.empty())
         encode_recording(options);
     else
@@ -148,8 +147,8 @@ void add_encode(CLI::App &app, action &chosen) {
     auto options = std::make_shared<encode_options>();
     command->add_option("IN", options->input, "Mono recording; - for standard input")
         ->type_name("");
-    add_sources(*command, options->sources,
-                "Instead, a source and its direction, once for each; the field has 48000 Hz");
+    add_placed_sources(*command, *options,
+                       "Instead, for a field at 48000 Hz, a source and its direction,");
     add_output_options(*command, options->output);
     command
         ->add_option_function<std::string>(
@@ -161,7 +160,6 @@ void add_encode(CLI::App &app, action &chosen) {
                "Direction around the listener, counter-clockwise: 0 front, 90 left (default 0)");
     add_number(*command, "--elevation", options->elevation, elevation_range, "DEG",
                "Direction above the listener, -90 to 90 (default 0)");
-    add_orbit(*command, options->orbit_seconds);
     add_choice(*command, "--order", {1, 2, 3, 4}, options->order,
                "Ambisonic order, 1 to 4 (default 1)");
     add_verbosity(*command, options->talk);

@@ -124,10 +124,17 @@ std::string hexadecimal(u32 word) {
     return text;
 }
 
+// With the loudspeakers that they are for, where that says something new.
+std::string channels_text(const audio_input &in) {
+    const std::string count = std::to_string(in.channels());
+    return in.channels() > 2 && !in.speakers().empty() ? count + ": " + names_of(in.speakers())
+                                                       : count;
+}
+
 std::string file_text(const audio_input &in, s64 peak) {
     const int order = order_of_channels(in.channels());
     std::string text = line("format", in.format_text());
-    text += line("channels", std::to_string(in.channels()));
+    text += line("channels", channels_text(in));
     if (order > 0) text += line("order", std::to_string(order));
     text += line("rate", std::to_string(in.rate()) + " Hz");
     // Counted, not announced: the header of a stream may not know.

@@ -1,6 +1,7 @@
-// earshot render: a scene, or sources at directions around the listener, for two ears or into a
-// field.
+// earshot render: a scene, a sound for loudspeakers, or sources at directions around the listener,
+// for two ears or into a field.
 
+#include "audio/sound_header.hpp"
 #include "commands/binaural_plan.hpp"
 #include "commands/commands.hpp"
 #include "commands/engine_choice.hpp"
@@ -14,13 +15,11 @@ namespace earshot_tool {
 
 namespace {
 
-struct render_options : binaural_options, head_options {
-    std::string scene;
-    std::vector<source_argument> sources;
-    double orbit_seconds = 0; // 0: the sources stand still
-    int frame = 0;            // 0: the longest that is possible
-    int field_order = 0;      // 0: for two ears
-    bool no_head = false;     // the listener's turns are left out
+struct render_options : binaural_options, head_options, placed_options {
+    std::string scene;    // or a sound
+    int frame = 0;        // 0: the longest that is possible
+    int field_order = 0;  // 0: for two ears
+    bool no_head = false; // the listener's turns are left out
 };
 
 std::size_t frame_length(const render_options &options) {
@@ -31,18 +30,29 @@ std::size_t frame_length(const render_options &options) {
     return moves ? 96 : 128;
 }
 
-void render_sources(const render_options &options) {
-    check_sources(options.sources, options.normalize);
+// Whether what stands in the place of a scene is a sound.
+bool is_sound(const render_options &options) {
+    return !options.scene.empty() && options.scene != "-" && is_sound_file(options.scene);
+}
+
+placed_scene placed(const render_options &options) {
+    if (is_sound(options)) return scene_of_sound(options.scene, options, console(options.talk));
+    check_sources(options, options.normalize);
+    return scene_of(options);
+}
+
+void render_placed(const render_options &options) {
     binaural_plan plan(options);
-    const scene_file scene = scene_of(options.sources);
+    const placed_scene scene = placed(options);
     const std::size_t length = frame_length(options);
+    const earshot_scene::scene &content = scene.file.content;
     const guard_choice guard =
-        guard_for(options, headroom_for(scene.content).guard, scene.content.sources.size());
+        guard_for(options, headroom_for(content).guard, content.sources.size());
     const engine_choice engine(options, plan.out);
     plan.head = engine.text();
     plan.open = [&] {
-        return open_scene(scene, engine, guard, length,
-                          orbit_of(options.sources, options.orbit_seconds, length));
+        return open_scene(scene.file, engine, guard, length,
+                          orbit_of(scene, options.orbit_seconds, length));
     };
     carry_out(plan);
 }
@@ -50,6 +60,8 @@ void render_sources(const render_options &options) {
 void check_scene(const render_options &options) {
     if (options.orbit_seconds != 0)
         throw usage_error("--orbit: a scene says itself how its sources move");
+    if (options.lfe_is_set)
+        throw usage_error("--lfe: a scene says itself how loud its LFE channels are, with \"lfe\"");
 }
 
 void render_scene(const render_options &options) {
@@ -82,18 +94,18 @@ void check_field(const render_options &options) {
 
 void render_field(const render_options &options) {
     check_field(options);
-    if (options.scene.empty())
-        check_sources(options.sources, options.normalize);
-    else
-        check_scene(options);
+    const bool is_scene = !options.scene.empty() && !is_sound(options);
+    if (is_scene) check_scene(options);
     binaural_plan plan(options, channels_of_order(options.field_order));
-    scene_file scene =
-        options.scene.empty() ? scene_of(options.sources) : read_scene(options.scene);
-    if (options.no_head) scene.content.listener.orientation = scene_listener{}.orientation;
+    placed_scene scene;
+    if (is_scene)
+        scene.file = read_scene(options.scene);
+    else
+        scene = placed(options);
+    if (options.no_head) scene.file.content.listener.orientation = scene_listener{}.orientation;
     plan.open = [&] {
-        return open_field(
-            scene, options.field_order,
-            orbit_of(options.sources, options.orbit_seconds, field_mixer::frame_length));
+        return open_field(scene.file, options.field_order,
+                          orbit_of(scene, options.orbit_seconds, field_mixer::frame_length));
     };
     carry_out(plan);
 }
@@ -106,8 +118,8 @@ void render(const render_options &options) {
                           "player can turn");
     if (options.field_order != 0)
         render_field(options);
-    else if (options.scene.empty())
-        render_sources(options);
+    else if (options.scene.empty() || is_sound(options))
+        render_placed(options);
     else
         render_scene(options);
 }
@@ -117,14 +129,15 @@ void render(const render_options &options) {
 void add_render(CLI::App &app, action &chosen) {
     auto *command =
         add_command(app, "render",
-                    "Render a scene, or sources around the listener, for two ears or into a field");
+                    "Render a scene, a sound, or sources around the listener, for two ears or into "
+                    "a field");
     auto options = std::make_shared<render_options>();
     command
-        ->add_option("SCENE", options->scene, "Scene to render, a JSON file; - for standard input")
+        ->add_option("SCENE", options->scene,
+                     "Scene to render, a JSON file; - for standard input. Or a sound, whose "
+                     "channels are for loudspeakers")
         ->type_name("");
-    add_sources(*command, options->sources,
-                "Instead, a source and its direction, once for each; - for standard input");
-    add_orbit(*command, options->orbit_seconds);
+    add_placed_sources(*command, *options, "Instead, a source and its direction,");
     add_choice(*command, "--frame", {96, 128}, options->frame,
                "Samples of a frame: 96, or 128 with sources that stand still");
     add_choice(*command, "--field", {1, 2, 3, 4}, options->field_order,

@@ -15,6 +15,7 @@ struct clip_counts {
 } // namespace
 
 void describe_inputs(const rendering &work, const console &out) {
+    for (const std::string &note : work.notes) out.note(note);
     std::set<std::string> told;
     for (const auto &input : work.inputs)
         if (told.insert(input->file().name()).second) input->describe(out);

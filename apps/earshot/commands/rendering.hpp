@@ -2,6 +2,7 @@
 #pragma once
 
 #include <memory>
+#include <string>
 #include <vector>
 
 #include "audio/binaural_input.hpp"
@@ -17,6 +18,7 @@ struct rendering {
     virtual void report(const console &) const {}
 
     std::vector<std::unique_ptr<binaural_input>> inputs;
+    std::vector<std::string> notes;          // on how inputs are taken
     std::unique_ptr<binaural_engine> engine; // of two ears; none of a field
     std::unique_ptr<rendered_stream> stream;
     int safe_guard = 0; // bits with which no sum of the engine can wrap

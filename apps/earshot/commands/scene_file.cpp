@@ -3,6 +3,7 @@
 #include <filesystem>
 
 #include "audio/sound_header.hpp"
+#include "commands/bed_file.hpp"
 #include "commands/commands.hpp"
 #include "error.hpp"
 #include "scene/description/scene_json.hpp"
@@ -21,23 +22,41 @@ std::string path_in(const std::string &folder, const std::string &name) {
     return path == "-" ? "./-" : path;
 }
 
-// A scene's sounds, over and over or once, as the engine takes them.
-std::unique_ptr<binaural_input> open_sound(const scene_source &source, const std::string &path,
-                                           const std::string &channel_hint) {
-    auto input = std::make_unique<binaural_input>(path);
-    if (source.loop && !input->file().is_seekable())
-        throw processing_error(input->file().name(), "cannot be read again, as a loop needs");
-    if (source.loop && input->file().frames() == 0)
-        throw processing_error(input->file().name(), "has no frames to loop");
-    if (source.loop) input->repeat();
-    input->pick(chosen_channel(input->file(), source.channel, channel_hint));
+// A scene's sounds, over and over or once.
+binaural_input &open_sound(const scene_source &source, const std::string &path, rendering &work) {
+    work.inputs.push_back(std::make_unique<binaural_input>(path));
+    binaural_input &input = *work.inputs.back();
+    if (source.loop && !input.file().is_seekable())
+        throw processing_error(input.file().name(), "cannot be read again, as a loop needs");
+    if (source.loop && input.file().frames() == 0)
+        throw processing_error(input.file().name(), "has no frames to loop");
+    if (source.loop) input.repeat();
     return input;
+}
+
+// The sources from k on that read one input, as the engine takes them: those of a bed, or one.
+void open_together(const scene_file &scene, rendering &work, std::vector<frame_source *> &sounds) {
+    const std::vector<scene_source> &sources = scene.content.sources;
+    const std::size_t k = sounds.size();
+    binaural_input &input = open_sound(sources[k], scene.sounds[k], work);
+    if (!sources[k].bed) {
+        input.pick(chosen_channel(input.file(), sources[k].channel, scene.channel_hint));
+        sounds.push_back(&input.source());
+        return;
+    }
+    const bed_channels channels =
+        channels_of_bed(input.file(), scene.content.beds[*sources[k].bed]);
+    if (!channels.note.empty()) work.notes.push_back(channels.note);
+    for (std::size_t i = k; i < sources.size() && sources[i].bed == sources[k].bed; ++i) {
+        const auto speaker = static_cast<std::size_t>(sources[i].channel - 1);
+        sounds.push_back(&input.channel(channels.numbers[speaker]));
+    }
 }
 
 } // namespace
 
 scene_file read_scene(const std::string &path) {
-    scene_file file{text_file_name(path), "with \"channel\"", {}, {}};
+    scene_file file{text_file_name(path), "with \"channel\", or take all with \"layout\"", {}, {}};
     const std::string folder =
         path == "-" ? "" : std::filesystem::path(path).parent_path().string();
     std::size_t left = most_table_bytes;
@@ -49,8 +68,8 @@ scene_file read_scene(const std::string &path) {
         return table;
     };
     if (is_sound_file(path))
-        throw processing_error(file.name, "is a sound, not a scene; 'render -s " + path +
-                                              "@0,0' places it in front of the listener");
+        throw processing_error(file.name, "is a sound, not a scene; 'earshot render " + path +
+                                              "' renders it as it is");
     const std::string text =
         read_text(path, most_scene_bytes, "is larger than 16 MiB; long tracks belong into tables");
     try {
@@ -64,17 +83,17 @@ scene_file read_scene(const std::string &path) {
 }
 
 std::vector<frame_source *> open_sounds(const scene_file &scene, rendering &work) {
+    const std::vector<scene_source> &sources = scene.content.sources;
     std::vector<frame_source *> sounds;
-    for (const scene_source &source : scene.content.sources) {
-        const std::size_t k = sounds.size();
+    while (sounds.size() < sources.size()) {
+        const std::size_t entry = sources[sounds.size()].entry;
         try {
-            work.inputs.push_back(open_sound(source, scene.sounds[k], scene.channel_hint));
+            open_together(scene, work, sounds);
         } catch (const processing_error &error) {
             if (scene.name.empty()) throw;
             throw processing_error(scene.name,
-                                   "sources[" + std::to_string(k) + "].file: " + error.what());
+                                   "sources[" + std::to_string(entry) + "].file: " + error.what());
         }
-        sounds.push_back(&work.inputs.back()->source());
     }
     return sounds;
 }
