@@ -1,6 +1,9 @@
 """Files that are written: their formats, width, dither and digest, and what they replace."""
 
+import array
 import contextlib
+import json
+import math
 import os
 import pty
 import stat
@@ -67,6 +70,79 @@ class Formats(ToolTest):
             self.tool("rotate", "-", "-o", "o.au", data=source)
             self.assertEqual(self.read("o.au")[8:12], struct.pack(">I", FRAMES * 16))
             self.assertEqual(self.read("o.au")[24:], out[24:])
+
+
+def decoded(name, rate):
+    """Left and right of a file as ffmpeg decodes it, without any conversion by it."""
+    probe = json.loads(subprocess.check_output(
+        ["ffprobe", "-v", "error", "-show_entries", "stream=codec_name,channels,sample_rate",
+         "-of", "json", name]))["streams"][0]
+    if (probe["channels"], probe["sample_rate"]) != (2, str(rate)):
+        raise AssertionError(probe)
+    data = subprocess.check_output(["ffmpeg", "-v", "error", "-i", name, "-f", "f32le", "-"])
+    return probe["codec_name"], channels_of(array.array("f", data), 2)
+
+
+def power(samples):
+    return sum(s * s for s in samples)
+
+
+class Encoders(ToolTest):
+    """What other programs find in the files; two ears' sound with different ears."""
+
+    def setUp(self):
+        super().setUp()
+        tone = [round(2 ** 29 * math.sin(i * i * 1e-6)) for i in range(60000)]
+        self.write("in.wav", wav(tone, 1, 32))
+
+    def render(self, name, *args):
+        return self.tool("render", "-s", "in.wav@60,0", "-o", name, *args)
+
+    def test_samples_channels_and_delay(self):
+        """The rates ask for a conversion; what is coded is what plain samples of it are."""
+        for rate in 48000, 32000:
+            self.render("plain.wav", "--bits=32", f"--rate={rate}")
+            _, plain = decoded("plain.wav", rate)
+            frames = round(60127 * rate / 48000)
+            self.assertEqual(len(plain[0]), frames)
+            self.assertGreater(power(plain[0]), 2 * power(plain[1]))
+            for name, codec, quality, decibels in [
+                    ("o.flac", "flac", 3, 100), ("o.aiff", "pcm_s24be", None, 100),
+                    ("O.AIF", "pcm_s16be", None, 70), ("o.ogg", "vorbis", 9, 25),
+                    ("o.mp3", "mp3", 9, 25), ("o.opus", "opus", 9, 20)]:
+                if codec == "opus" and rate == 32000:
+                    continue
+                with self.subTest(name=name, rate=rate):
+                    self.render(name, f"--rate={rate}", *[f"--quality={quality}"] * bool(quality),
+                                *["--bits=16"] * (name == "O.AIF"))
+                    found, ears = decoded(name, rate)
+                    self.assertEqual(found, codec)
+                    for ear, exact in zip(ears, plain):
+                        # The decoder of MP3 knows where the sound ends; some versions add to it.
+                        self.assertEqual(len(ear[:frames] if codec == "mp3" else ear), frames)
+                        error = power([a - b for a, b in zip(ear, exact)])
+                        self.assertLess(error, power(exact) * 10 ** (-decibels / 10))
+
+    def test_quality_is_size(self):
+        self.write("in.wav", wav(noise(48000, 24, 5, 0.2), 1, 24))
+        for name in "o.ogg", "o.mp3", "o.opus":
+            sizes = []
+            for quality in ["--quality=0"], [], ["--quality=10"]:
+                self.render(name, *quality)
+                sizes.append(os.stat(name).st_size)
+            self.assertLess(1.5 * sizes[0], sizes[1])
+            self.assertLess(1.2 * sizes[1], sizes[2])
+        digests = set()
+        for quality in "0", "10":
+            digests.add(self.render("o.flac", "--quality", quality, "--digest"))
+            sizes.append(os.stat("o.flac").st_size)
+        self.assertEqual(len(digests), 1)
+        self.assertLess(sizes[-1], sizes[-2])
+
+    def test_no_conversion_where_the_rate_is_there(self):
+        digest = self.render("o.wav", "--digest")
+        self.assertEqual(self.render("o.wav", "--digest", "--rate=48000"), digest)
+        self.assertNotEqual(self.render("o.wav", "--digest", "--rate=44100"), digest)
 
 
 class Dither(ToolTest):

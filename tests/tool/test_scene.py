@@ -257,8 +257,8 @@ class Errors(SceneTest):
                 ("--guard: 4 is more than the safe 3 for 1 source", "scene.json", "--guard=4"),
                 ("The following argument was not expected: b.json", "scene.json", "b.json")]:
             self.fails(1, message, "render", *args, "-o", "out.wav")
-        self.fails(1, "out.mp3: unknown extension; use .wav, .flac, .caf, .au or .w64", "render",
-                   "none.json", "-o", "out.mp3")
+        self.fails(1, "out.wma: unknown extension; use .wav, .flac, .caf, .au, .w64, .aiff, .ogg, "
+                   ".opus or .mp3", "render", "none.json", "-o", "out.wma")
 
     def test_files(self):
         os.mkdir("folder")

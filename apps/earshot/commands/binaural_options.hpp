@@ -8,7 +8,7 @@
 namespace earshot_tool {
 
 struct binaural_options {
-    binaural_options() { output.bits = 24; }
+    binaural_options() { output.default_bits = 24; }
 
     output_options output;
     std::optional<int> guard; // bits; nothing: as many as are safe

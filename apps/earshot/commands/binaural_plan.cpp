@@ -8,8 +8,8 @@ namespace {
 
 // The samples that neither rounding nor dither takes out of the output's range: all of its width,
 // or with dither, which adds less than a step of the width, all but the outermost two.
-sample_range full_scale_of(const output_options &options) {
-    const int dropped = 32 - options.bits;
+sample_range full_scale_of(const output_options &options, const output_format &format) {
+    const int dropped = 32 - format.width;
     const s64 step = s64{1} << dropped;
     const s64 dither = dropped > 0 && !options.no_dither ? step : 0;
     return {INT32_MIN + dither, (s64{1} << 31) - step - dither};
@@ -69,7 +69,7 @@ void report_unsafe_frames(const rendering &work, const std::string &name, const 
 
 binaural_plan::binaural_plan(const binaural_options &options)
     : out(options.talk), output(options.output), format(format_for(output, 2, binaural_rate)),
-      full_scale(full_scale_of(output)), normalize(options.normalize) {
+      full_scale(full_scale_of(output, format)), normalize(options.normalize) {
     if (options.gain) gain = output_level::decibels(*options.gain);
 }
 

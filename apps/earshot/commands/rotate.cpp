@@ -25,7 +25,7 @@ struct rotate_options {
 // 16 bits in and out need no more than 16 bits in between, if nothing else is done to them.
 int arithmetic_width(const audio_input &in, const output_format &format) {
     const bool narrow = !in.is_float() && in.width() == 16 && format.width == 16;
-    return narrow && in.rate() == effect_rate ? 16 : 32;
+    return narrow && in.rate() == effect_rate && format.rate == effect_rate ? 16 : 32;
 }
 
 void describe(const console &out, const audio_input &in, const output_format &format) {
