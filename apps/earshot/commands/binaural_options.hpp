@@ -3,6 +3,7 @@
 
 #include <optional>
 
+#include "commands/level_goal.hpp"
 #include "options.hpp"
 
 namespace earshot_tool {
@@ -13,7 +14,7 @@ struct binaural_options {
     output_options output;
     std::optional<int> guard; // bits; nothing: as many as are safe
     std::optional<s32> gain;  // thousandths of a decibel
-    bool normalize = false;
+    level_goal goal;
     verbosity talk;
 };
 

@@ -23,38 +23,33 @@ void describe(const rendering &work, const binaural_plan &plan) {
     plan.out.detail("rendering " + counted(engine.sources(), "source") + " in frames of " +
                     std::to_string(engine.frame_length()) + " with a guard of " +
                     (guard ? bits(*guard) : "as many bits as they need") + ", writing " +
-                    bits(plan.format.width));
+                    bits(plan.format.width) + " at " + std::to_string(plan.format.rate) + " Hz");
     plan.out.detail("heard through " + plan.head);
 }
 
-void require_second_reading(const rendering &work) {
+void require_second_reading(const rendering &work, const level_goal &goal) {
     for (const auto &input : work.inputs)
         if (!input->file().is_seekable())
             throw processing_error(input->file().name(),
-                                   "cannot be read twice, which --normalize needs");
+                                   "cannot be read twice, which " + goal.option() + " needs");
 }
 
-output_level level_reaching_full_scale(rendering &work, const binaural_plan &plan) {
-    drain(*work.stream, plan.out, [](const s32 *, std::size_t) {});
-    const s64 peak = work.stream->peak();
-    if (peak == 0) {
-        plan.out.note("the sound is silent and stays as it is");
-        return {};
-    }
-    return output_level::reaching(plan.full_scale.high << binaural_stream::peak_fraction, peak);
+void check_length(const rendering &work, const binaural_plan &plan) {
+    if (const auto frames = work.stream->frames())
+        check_length(plan.output.path, plan.format,
+                     frames_at_rate(*frames, binaural_rate, plan.format.rate));
 }
 
-// Renders once to learn the peak, if that is needed, and brings the level of the work to come to
-// what the plan says.
-void set_level(std::unique_ptr<rendering> &work, const binaural_plan &plan) {
+// Renders once to measure, if the level depends on the sound, and opens the work anew.
+output_level level_for(std::unique_ptr<rendering> &work, const binaural_plan &plan) {
     output_level level;
-    if (plan.normalize) {
-        require_second_reading(*work);
-        level = level_reaching_full_scale(*work, plan);
+    if (plan.goal.reads_twice()) {
+        require_second_reading(*work, plan.goal);
+        level =
+            level_reaching(plan.goal, *work->stream, plan.full_scale, plan.format.rate, plan.out);
         work = plan.open();
     }
-    if (plan.gain) level = level * *plan.gain;
-    work->stream->set_level(level, plan.full_scale);
+    return plan.gain ? level * output_level::decibels(*plan.gain) : level;
 }
 
 void report_unsafe_frames(const rendering &work, const std::string &name, const console &out) {
@@ -69,19 +64,22 @@ void report_unsafe_frames(const rendering &work, const std::string &name, const 
 
 binaural_plan::binaural_plan(const binaural_options &options)
     : out(options.talk), output(options.output), format(format_for(output, 2, binaural_rate)),
-      full_scale(full_scale_of(output, format)), normalize(options.normalize) {
-    if (options.gain) gain = output_level::decibels(*options.gain);
+      full_scale(full_scale_of(output, format)), gain(options.gain), goal(options.goal) {
+    check_level_goal(goal, gain.has_value());
 }
 
 void carry_out(const binaural_plan &plan) {
     std::unique_ptr<rendering> work = plan.open();
     describe(*work, plan);
-    set_level(work, plan);
-
-    const delivered written = deliver(*work->stream, plan.output, plan.format, plan.out);
+    check_length(*work, plan);
+    const output_level level = level_for(work, plan);
+    leveled_sound sound(*work->stream, level, plan.full_scale, plan.format.rate);
+    const delivered written = deliver(sound, plan.output, plan.format, plan.out);
     report_inputs(*work, plan.out);
     work->report(plan.out);
-    plan.out.clipped(written.name, work->stream->clipped(), "at full scale");
+    if (sound.clipped() > 0)
+        plan.out.clipped(written.name, sound.clipped(),
+                         clip_text(plan.goal, sound, plan.full_scale, plan.gain));
     report_unsafe_frames(*work, written.name, plan.out);
     report(plan.out, written);
 }

@@ -68,8 +68,9 @@ std::unique_ptr<rendering> open_field(const binauralize_options &options,
 }
 
 void binauralize(const binauralize_options &options) {
-    if (options.normalize && options.field == "-")
-        throw usage_error("--normalize reads the input twice, which standard input cannot");
+    if (options.goal.reads_twice() && options.field == "-")
+        throw usage_error(options.goal.option() +
+                          " reads the input twice, which standard input cannot");
     binaural_plan plan(options);
     const engine_choice engine(options, plan.out);
     engine.check_field();

@@ -52,8 +52,9 @@ void check_sources(const render_options &options) {
     std::size_t streams = 0;
     for (const source_argument &source : options.sources) streams += source.file == "-" ? 1 : 0;
     if (streams > 1) throw usage_error("-s: only one source can be standard input");
-    if (streams > 0 && options.normalize)
-        throw usage_error("--normalize reads the input twice, which standard input cannot");
+    if (streams > 0 && options.goal.reads_twice())
+        throw usage_error(options.goal.option() +
+                          " reads the input twice, which standard input cannot");
 }
 
 source_plan plan_sources(const render_options &options) {
