@@ -61,6 +61,27 @@ class Formats(ToolTest):
         self.assertEqual(kind, bytes.fromhex("0100000000001000800000aa00389b71"))
         self.assertEqual(len(data) - data.index(b"data") - 8, FRAMES * 12)
 
+    def test_two_channels_are_plain_wav(self):
+        """Whether the length is known beforehand or not; chunks are whole, and data is the last."""
+        mono = noise(5000, 16, 3, 0.1)
+        self.write("mono.wav", wav(mono, 1))
+        for data in wav(mono, 1), wav(mono, 1, claimed=0xFFFFFFFF):
+            for bits in 16, 24, 32:
+                self.tool("render", "-s", "-@0,0", "-o", "o.wav", f"--bits={bits}", data=data)
+                data_read = self.read("o.wav")
+                at, chunks = 12, {}
+                while at < len(data_read):
+                    name, size = struct.unpack("<4sI", data_read[at:at + 8])
+                    chunks[name] = data_read[at + 8:at + 8 + size]
+                    at += 8 + size
+                self.assertEqual((at, struct.unpack("<I", data_read[4:8])[0] + 8, name),
+                                 (len(data_read), len(data_read), b"data"))
+                frame = bits // 4
+                self.assertEqual(chunks[b"fmt "], struct.pack("<HHIIHH", 1, 2, 48000,
+                                                              48000 * frame, frame, bits))
+                self.assertEqual(len(chunks[b"data"]), 5127 * frame)
+                self.assertEqual(self.info("o.wav")["format"], f"WAV, {bits}-bit")
+
     def test_au_tells_its_length_where_it_can(self):
         for source, length in (wav(FIELD, 4, 32), FRAMES * 16), \
                               (wav(FIELD, 4, 32, claimed=0xFFFFFFFF), 0xFFFFFFFF):
