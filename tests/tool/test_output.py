@@ -166,6 +166,43 @@ class Encoders(ToolTest):
         self.assertNotEqual(self.render("o.wav", "--digest", "--rate=44100"), digest)
 
 
+class Tags(ToolTest):
+    """Title, artist and comment of files that ffmpeg made, read back with ffprobe."""
+    TEXTS = {"title": "T\u00edtle \u65e5\u672c \U0001f3a7", "artist": "An Artist",
+             "comment": "one\nline " + "\u00e9" * 600}
+
+    def found(self, name):
+        found = json.loads(subprocess.check_output(
+            ["ffprobe", "-v", "error", "-show_entries", "format_tags:stream_tags", "-of", "json",
+             name]))
+        tags = {**found["format"].get("tags", {}), **found["streams"][0].get("tags", {})}
+        tags = {key.lower().replace("author", "artist"): text for key, text in tags.items()}
+        return {key: tags[key] for key in self.TEXTS if key in tags}
+
+    def test_one_input(self):
+        self.write("plain.wav", wav(noise(4800, 16, 2, 0.1), 1))
+        self.write("other.wav", wav(noise(4800, 16, 3, 0.1), 1))
+        options = [part for key, text in self.TEXTS.items()
+                   for part in ("-metadata", f"{key}={text}")]
+        wanted = dict(self.TEXTS, comment="one line " + "\u00e9" * 495)
+        for suffix in "wav", "aiff", "flac", "ogg", "opus", "mp3", "caf":
+            with self.subTest(suffix=suffix):
+                name, out = "in." + suffix, "out." + suffix
+                subprocess.check_call(["ffmpeg", "-v", "error", "-i", "plain.wav", *options, name])
+                here = {key: wanted[key] for key in self.found(name)}  # not every one in AIFF
+                self.assertGreaterEqual(len(here), 2)
+                if suffix == "mp3":  # where ffmpeg puts the comment into a frame of its own kind
+                    del here["comment"]
+                self.tool("encode", name, "-o", "field.wav")
+                self.assertEqual(self.found("field.wav"), here)
+                mask = self.read("field.wav").index(b"fmt ") + 8 + 20
+                self.assertEqual(self.read("field.wav")[mask:mask + 4], bytes(4))
+                self.tool("render", "-s", name + "@9,0", "-s", name + "@-9,0", "-o", out)
+                self.assertEqual(self.found(out), here)
+                self.tool("render", "-s", name + "@9,0", "-s", "other.wav@9,0", "-o", out)
+                self.assertEqual(self.found(out), {})
+
+
 class Dither(ToolTest):
     def errors(self, *args):
         """What a steady level a quarter of a step above a 16-bit value becomes, in steps."""

@@ -36,8 +36,10 @@ class audio_input : public rewindable_source {
     bool is_float() const;                   // floating point, or a lossy format that decodes so
     u64 clipped() const { return clipped_; } // floating-point samples beyond full scale
 
-    std::string format_text() const; // "WAV, 24-bit"
-    std::string description() const; // the format, channels, rate and length
+    int sndfile_format() const { return info_.format; }
+    std::string library_text(int kind) const; // libsndfile's SF_STR_TITLE and so on; or empty
+    std::string format_text() const;          // "WAV, 24-bit"
+    std::string description() const;          // the format, channels, rate and length
 
   private:
     void check_descriptor();

@@ -6,6 +6,8 @@
 
 #include <earshot/types.h>
 
+#include "audio/sound_tags.hpp"
+
 namespace earshot_tool {
 
 enum class container { wav, flac, caf, w64, aiff, au, raw, vorbis, opus, mp3 };
@@ -17,6 +19,7 @@ struct output_format {
     int rate;                // Hz
     int computed_width = 32; // bits that the samples have before they are brought to the width
     std::optional<double> quality{}; // of an encoder: 0 to 10; nothing: its default
+    sound_tags tags{};               // as far as the container has room for them
 };
 
 // The container for an output path, by its extension. Standard output, and devices and pipes whose

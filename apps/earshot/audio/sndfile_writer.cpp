@@ -150,6 +150,7 @@ class sndfile_writer : public sample_writer {
         if (format.kind == container::wav)
             sf_command(sound_, SFC_RF64_AUTO_DOWNGRADE, nullptr, SF_TRUE);
         set_quality();
+        set_tags();
     }
 
     ~sndfile_writer() override {
@@ -178,6 +179,14 @@ class sndfile_writer : public sample_writer {
     [[noreturn]] void fail(const char *library_text) const {
         throw processing_error(file_.name(),
                                bytes_.error != 0 ? system_cause(bytes_.error) : library_text);
+    }
+
+    // Containers without a place for them refuse, which is no error.
+    void set_tags() const {
+        const sound_tags &tags = format_.tags;
+        if (!tags.title.empty()) sf_set_string(sound_, SF_STR_TITLE, tags.title.c_str());
+        if (!tags.artist.empty()) sf_set_string(sound_, SF_STR_ARTIST, tags.artist.c_str());
+        if (!tags.comment.empty()) sf_set_string(sound_, SF_STR_COMMENT, tags.comment.c_str());
     }
 
     void set_quality() const {

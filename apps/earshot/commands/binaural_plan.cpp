@@ -74,7 +74,10 @@ void carry_out(const binaural_plan &plan) {
     check_length(*work, plan);
     const output_level level = level_for(work, plan);
     leveled_sound sound(*work->stream, level, plan.full_scale, plan.format.rate);
-    const delivered written = deliver(sound, plan.output, plan.format, plan.out);
+    output_format format = plan.format;
+    if (!plan.single_input.empty())
+        format.tags = read_tags(plan.single_input, work->inputs[0]->file());
+    const delivered written = deliver(sound, plan.output, format, plan.out);
     report_inputs(*work, plan.out);
     work->report(plan.out);
     if (sound.clipped() > 0)

@@ -22,7 +22,8 @@ struct binaural_plan {
     std::optional<s32> gain; // on top of the natural level; thousandths of a decibel
     level_goal goal;
 
-    std::string head; // whose ears they are, in a line
+    std::string head;         // whose ears they are, in a line
+    std::string single_input; // whose title the output keeps; empty where there are several
 
     // Opens the sounds and what renders them: twice, where the level depends on the sound.
     std::function<std::unique_ptr<rendering>()> open;

@@ -75,6 +75,7 @@ void binauralize(const binauralize_options &options) {
     const engine_choice engine(options, plan.out);
     engine.check_field();
     plan.head = engine.text();
+    plan.single_input = options.field;
     plan.open = [&options, &engine,
                  rows = keyframes_for(options.rotation, options.field, "FIELD")] {
         return open_field(options, engine, rows);

@@ -82,7 +82,8 @@ void encode(const encode_options &options) {
     audio_input in(options.input);
     channel_picker source(in, chosen_channel(in, options.channel, "with --channel"));
     const int channels = channels_of_order(options.order);
-    const output_format format = format_for(options.output, in, channels, in.rate());
+    output_format format = format_for(options.output, in, channels, in.rate());
+    format.tags = read_tags(options.input, in);
     out.detail(in.name() + ": " + in.description());
     out.detail("encoding to order " + std::to_string(options.order) + ", " +
                counted(static_cast<u64>(channels), "channel") + ", writing " +

@@ -1,5 +1,6 @@
 // earshot render: a scene, or sources at directions around the listener, for two ears.
 
+#include <algorithm>
 #include <cmath>
 
 #include "commands/binaural_plan.hpp"
@@ -102,11 +103,21 @@ std::unique_ptr<rendering> open_sources(const source_plan &plan, const engine_ch
     return work;
 }
 
+// The file that all sources are of, or nothing.
+std::string only_file(const std::vector<source_argument> &sources) {
+    const bool is_one =
+        std::all_of(sources.begin(), sources.end(), [&](const source_argument &source) {
+            return source.file == sources.front().file;
+        });
+    return is_one ? sources.front().file : "";
+}
+
 void render_sources(const render_options &options) {
     binaural_plan plan(options);
     const source_plan sources = plan_sources(options);
     const engine_choice engine(options, plan.out);
     plan.head = engine.text();
+    plan.single_input = only_file(options.sources);
     plan.open = [&sources, &engine] { return open_sources(sources, engine); };
     carry_out(plan);
 }

@@ -42,6 +42,7 @@ void rotate(const rotate_options &options) {
     require_channels(in, first_order_channels, "a first-order field");
     output_format format = format_for(options.output, in, first_order_channels, effect_rate);
     format.computed_width = arithmetic_width(in, format);
+    format.tags = read_tags(options.input, in);
     describe(out, in, format);
 
     std::optional<resampler> converted;
