@@ -19,7 +19,7 @@ def measured(name):
 class Levels(ToolTest):
     def setUp(self):
         super().setUp()
-        subprocess.check_call(["sox", "-n", "-r", "48000", "-b", "24", "in.wav", "synth", "6",
+        subprocess.check_call(["sox", "-R", "-n", "-r", "48000", "-b", "24", "in.wav", "synth", "6",
                                "pinknoise", "tremolo", "0.4", "80", "gain", "-18"])
         self.tool("encode", "in.wav", "-o", "field.wav", "--azimuth=70")
 
@@ -62,7 +62,7 @@ class Levels(ToolTest):
                   r"--gain (.*) \(or --normalize\) avoids it\n$")
         for gain, *args in (0, "--bits=16"), (3.217, "--bits=24"), (9, "--rate=44100"):
             with self.subTest(args=args):
-                gain += 18
+                gain += 24
                 excess, cure = map(float, re.match(
                     report, self.run_to(f"--gain={gain}", *args)).groups())
                 self.assertAlmostEqual(cure, gain - excess, delta=0.0151)
@@ -72,6 +72,19 @@ class Levels(ToolTest):
                          r"by up to 2\.00 dB; --normalize without --gain avoids it\n$")
         self.assertRegex(self.run_to("--loudness=-3"), r"; --true-peak -1 avoids it\n$")
         self.assertEqual(self.run_to("--loudness=-3", "--true-peak=-1", "-q"), "")
+
+    def test_info_measures_alike(self):
+        """Channels of different kinds of noise; surround channels count more, the LFE not at all."""
+        for kinds in ["pinknoise"], ["pinknoise", "brownnoise"], \
+                     ["pinknoise", "brownnoise", "pinknoise", "brownnoise"] + ["pinknoise"] * 2:
+            with self.subTest(channels=len(kinds)):
+                subprocess.check_call(["sox", "-R", "-n", "-r", "48000", "-b", "24", "-c",
+                                       str(len(kinds)), "s.wav", "synth", "5", *kinds,
+                                       "tremolo", "0.3", "90", "gain", "-9"])
+                info = self.info("s.wav")
+                for label, value in zip(("loudness", "range", "true peak"), measured("s.wav")):
+                    self.assertAlmostEqual(float(info[label].split()[0]), value, delta=0.11)
+        self.assertNotIn("loudness", self.info("field.wav"))
 
     def test_what_cannot_be_measured(self):
         sound = "earshot: the sound is %s and stays as it is\n"
