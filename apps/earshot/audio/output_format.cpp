@@ -33,17 +33,17 @@ constexpr const char *known_extensions = ".wav, .flac, .caf, .au, .w64, .aiff, .
 // surround sound.
 struct encoder {
     container kind;
-    const char *name;
     int most_channels;
+    const char *name;
     std::vector<int> rates; // ascending; empty: any
 };
 
 const encoder *find_encoder(container kind) {
     static const encoder encoders[] = {
-        {container::flac, "FLAC", 8, {}},
-        {container::vorbis, "Vorbis", 2, {}},
-        {container::opus, "Opus", 2, {8000, 12000, 16000, 24000, 48000}},
-        {container::mp3, "MP3", 2, {8000, 11025, 12000, 16000, 22050, 24000, 32000, 44100, 48000}},
+        {container::flac, 8, "FLAC", {}},
+        {container::vorbis, 2, "Vorbis", {}},
+        {container::opus, 2, "Opus", {8000, 12000, 16000, 24000, 48000}},
+        {container::mp3, 2, "MP3", {8000, 11025, 12000, 16000, 22050, 24000, 32000, 44100, 48000}},
     };
     const auto found = std::find_if(std::begin(encoders), std::end(encoders),
                                     [kind](const encoder &known) { return known.kind == kind; });
