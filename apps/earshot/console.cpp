@@ -26,7 +26,7 @@ void console::detail(const std::string &line) const {
     if (talk_.verbose) note(line);
 }
 
-void console::clipped(const std::string &file, u64 samples, const char *where) const {
+void console::clipped(const std::string &file, u64 samples, const std::string &where) const {
     if (samples != 0) note(file + ": " + counted(samples, "sample") + " clipped " + where);
 }
 

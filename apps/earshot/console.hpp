@@ -20,7 +20,7 @@ class console {
 
     void note(const std::string &line) const;   // unless quiet
     void detail(const std::string &line) const; // only when verbose
-    void clipped(const std::string &file, u64 samples, const char *where) const; // if any
+    void clipped(const std::string &file, u64 samples, const std::string &where) const; // if any
 
     bool shows_progress() const { return progress_; }
 

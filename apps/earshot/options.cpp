@@ -1,5 +1,6 @@
 #include "options.hpp"
 
+#include <cmath>
 #include <map>
 
 #include "error.hpp"
@@ -17,10 +18,40 @@ void add_input(CLI::App &command, std::string &path, const std::string &descript
     command.add_option("IN", path, description)->required()->type_name("");
 }
 
+namespace {
+
+void add_rate(CLI::App &command, int &rate) {
+    const auto store = [&rate](const std::string &text) {
+        const double value = number_in("--rate", text, {8000, 192000});
+        if (value != std::floor(value))
+            throw usage_error("--rate: '" + text + "' is not a whole number of hertz");
+        rate = static_cast<int>(value);
+    };
+    command
+        .add_option_function<std::string>("--rate", store,
+                                          "Sample rate of the output, 8000 to 192000")
+        ->type_name("HZ");
+}
+
+void add_quality(CLI::App &command, std::optional<double> &quality) {
+    const auto store = [&quality](const std::string &text) {
+        quality = number_in("--quality", text, {0, 10});
+    };
+    command
+        .add_option_function<std::string>(
+            "--quality", store,
+            "Of .ogg, .opus and .mp3, from 0 (small) to 10 (good); of .flac, how hard it tries")
+        ->type_name("Q");
+}
+
+} // namespace
+
 void add_output_file(CLI::App &command, output_options &options) {
     command
         .add_option("-o,--output", options.path,
-                    "File to write (.wav .flac .caf .au .w64); - for standard output, as AU")
+                    "File to write (.wav .flac .caf .au .w64 .aiff .ogg .opus .mp3); - for "
+                    "standard output, "
+                    "as AU")
         ->required()
         ->type_name("OUT");
     command.add_flag("--raw", options.raw, "Write little-endian samples without a header");
@@ -29,9 +60,12 @@ void add_output_file(CLI::App &command, output_options &options) {
 
 void add_output_options(CLI::App &command, output_options &options) {
     add_output_file(command, options);
-    const std::string bits = options.bits == 0 ? ": as IN" : " " + std::to_string(options.bits);
+    const std::string bits =
+        options.default_bits == 0 ? ": as IN" : " " + std::to_string(options.default_bits);
     add_choice(command, "--bits", {16, 24, 32}, options.bits,
                "Bits of an output sample: 16, 24 or 32 (default" + bits + ")");
+    add_rate(command, options.rate);
+    add_quality(command, options.quality);
     command.add_flag("--no-dither", options.no_dither, "Round to the output width without dither");
     add_time_span(command, options.span);
 }

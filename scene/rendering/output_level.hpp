@@ -2,6 +2,7 @@
 // machine.
 #pragma once
 
+#include <cmath>
 #include <cstddef>
 #include <cstdint>
 
@@ -32,6 +33,9 @@ class output_level {
 
     // Times 2^bits.
     output_level raised(int bits) const { return {mantissa_, exponent_ + bits}; }
+
+    // For people, who are told what was done.
+    double factor() const { return std::ldexp(mantissa_, exponent_ - 30); }
 
     // Rounded half up and brought into the range; counts what was out of it.
     s32 apply(s32 sample, const sample_range &range, u64 &clipped) const;

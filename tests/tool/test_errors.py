@@ -97,9 +97,9 @@ class UsageErrors(ToolTest):
     def test_formats_that_cannot_hold_the_output(self):
         self.write("in.wav", FIELD)
         self.write("mono.wav", MONO)
-        known = ".wav, .flac, .caf, .au or .w64"
-        self.fails(1, "out.mp3: unknown extension; use " + known, "rotate", "in.wav", "-o",
-                   "out.mp3")
+        known = ".wav, .flac, .caf, .au, .w64, .aiff, .ogg, .opus or .mp3"
+        self.fails(1, "out.wma: unknown extension; use " + known, "rotate", "in.wav", "-o",
+                   "out.wma")
         self.fails(1, "a.wav/out: unknown extension; use " + known, "rotate", "in.wav", "-o",
                    "a.wav/out")
         self.fails(1, "--output: name a file, or - for standard output", "rotate", "in.wav", "-o",
@@ -110,8 +110,32 @@ class UsageErrors(ToolTest):
                        "-o", "folder.wav", *raw)
         self.fails(1, "out.flac: FLAC holds at most 24 bits here; use --bits 24", "rotate",
                    "in.wav", "-o", "out.flac", "--bits", "32")
-        self.fails(1, "out.flac: FLAC holds at most 8 channels, this has 9", "encode", "mono.wav",
-                   "-o", "out.flac", "--order", "2")
+        for message, *args in [
+                ("out.flac: FLAC holds at most 8 channels, this has 9; .wav, .caf and .w64 hold "
+                 "them", "out.flac", "--order", "2"),
+                ("out.opus: Opus holds at most 2 channels, this has 4; .wav, .caf and .w64 hold "
+                 "them", "out.opus"),
+                ("--bits: the samples of out.ogg have no fixed width; leave it out, --quality says "
+                 "how good they are", "out.ogg", "--bits=16"),
+                ("--quality: out.wav is not compressed and has none; .ogg, .opus, .mp3 and .flac "
+                 "have", "out.wav", "--quality=5"),
+                ("--quality: 10.5 is outside 0 to 10", "out.flac", "--quality=10.5"),
+                ("--rate: 7999 is outside 8000 to 192000", "out.wav", "--rate=7999"),
+                ("--rate: '44100.5' is not a whole number of hertz", "out.wav", "--rate=44100.5")]:
+            self.fails(1, message, "encode", "mono.wav", "-o", *args)
+        for name, codec, rates, rate, wanted in [
+                ("out.opus", "Opus", "8000, 12000, 16000, 24000 or 48000", 11025, 12000),
+                ("out.mp3", "MP3", "8000, 11025, 12000, 16000, 22050, 24000, 32000, 44100 or 48000",
+                 96000, 48000)]:
+            self.fails(1, f"{name}: {codec} holds {rates} Hz, this has {rate}; use --rate {wanted}",
+                       "render", "-s", "mono.wav@0,0", "-o", name, "--rate", str(rate))
+        hours = struct.pack("<I", 0x7FFFFF00)  # sparse: AIFF takes half of what this becomes
+        with open("long.wav", "wb") as file:
+            file.write(MONO[:4] + hours + MONO[8:40] + hours)
+            file.truncate(44 + 0x7FFFFF00)
+        self.fails(1, "out.aiff: an AIFF file ends at 4 GiB, which is too short for this; use "
+                   ".wav, .caf or .w64", "render", "-s", "long.wav@0,0", "-o", "out.aiff",
+                   "--normalize")
 
 
 class BadInput(ToolTest):

@@ -10,7 +10,8 @@ class Files(ToolTest):
         self.write("in.wav", wav([0, 16384, -16384, 0] * 12000, 2, rate=24000))
         self.assertEqual(self.info("in.wav"), {
             "format": "WAV, 16-bit", "channels": "2", "rate": "24000 Hz", "frames": "24000",
-            "duration": "1.000 s", "peak": "-6.02 dBFS"})
+            "duration": "1.000 s", "peak": "-6.02 dBFS", "loudness": "-5.63 LUFS",
+            "range": "none, too short or too soft", "true peak": "-6.02 dBTP"})
         silent = self.info("-", data=wav([0] * 400, 4))
         self.assertEqual((silent["peak"], silent["direction"]), ("none, silent", "none, silent"))
 

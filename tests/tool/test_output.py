@@ -1,6 +1,9 @@
 """Files that are written: their formats, width, dither and digest, and what they replace."""
 
+import array
 import contextlib
+import json
+import math
 import os
 import pty
 import stat
@@ -58,6 +61,27 @@ class Formats(ToolTest):
         self.assertEqual(kind, bytes.fromhex("0100000000001000800000aa00389b71"))
         self.assertEqual(len(data) - data.index(b"data") - 8, FRAMES * 12)
 
+    def test_two_channels_are_plain_wav(self):
+        """Whether the length is known beforehand or not; chunks are whole, and data is the last."""
+        mono = noise(5000, 16, 3, 0.1)
+        self.write("mono.wav", wav(mono, 1))
+        for data in wav(mono, 1), wav(mono, 1, claimed=0xFFFFFFFF):
+            for bits in 16, 24, 32:
+                self.tool("render", "-s", "-@0,0", "-o", "o.wav", f"--bits={bits}", data=data)
+                data_read = self.read("o.wav")
+                at, chunks = 12, {}
+                while at < len(data_read):
+                    name, size = struct.unpack("<4sI", data_read[at:at + 8])
+                    chunks[name] = data_read[at + 8:at + 8 + size]
+                    at += 8 + size
+                self.assertEqual((at, struct.unpack("<I", data_read[4:8])[0] + 8, name),
+                                 (len(data_read), len(data_read), b"data"))
+                frame = bits // 4
+                self.assertEqual(chunks[b"fmt "], struct.pack("<HHIIHH", 1, 2, 48000,
+                                                              48000 * frame, frame, bits))
+                self.assertEqual(len(chunks[b"data"]), 5127 * frame)
+                self.assertEqual(self.info("o.wav")["format"], f"WAV, {bits}-bit")
+
     def test_au_tells_its_length_where_it_can(self):
         for source, length in (wav(FIELD, 4, 32), FRAMES * 16), \
                               (wav(FIELD, 4, 32, claimed=0xFFFFFFFF), 0xFFFFFFFF):
@@ -67,6 +91,116 @@ class Formats(ToolTest):
             self.tool("rotate", "-", "-o", "o.au", data=source)
             self.assertEqual(self.read("o.au")[8:12], struct.pack(">I", FRAMES * 16))
             self.assertEqual(self.read("o.au")[24:], out[24:])
+
+
+def decoded(name, rate):
+    """Left and right of a file as ffmpeg decodes it, without any conversion by it."""
+    probe = json.loads(subprocess.check_output(
+        ["ffprobe", "-v", "error", "-show_entries", "stream=codec_name,channels,sample_rate",
+         "-of", "json", name]))["streams"][0]
+    if (probe["channels"], probe["sample_rate"]) != (2, str(rate)):
+        raise AssertionError(probe)
+    data = subprocess.check_output(["ffmpeg", "-v", "error", "-i", name, "-f", "f32le", "-"])
+    return probe["codec_name"], channels_of(array.array("f", data), 2)
+
+
+def power(samples):
+    return sum(s * s for s in samples)
+
+
+class Encoders(ToolTest):
+    """What other programs find in the files; two ears' sound with different ears."""
+
+    def setUp(self):
+        super().setUp()
+        tone = [round(2 ** 29 * math.sin(i * i * 1e-6)) for i in range(60000)]
+        self.write("in.wav", wav(tone, 1, 32))
+
+    def render(self, name, *args):
+        return self.tool("render", "-s", "in.wav@60,0", "-o", name, *args)
+
+    def test_samples_channels_and_delay(self):
+        """The rates ask for a conversion; what is coded is what plain samples of it are."""
+        for rate in 48000, 32000:
+            self.render("plain.wav", "--bits=32", f"--rate={rate}")
+            _, plain = decoded("plain.wav", rate)
+            frames = round(60127 * rate / 48000)
+            self.assertEqual(len(plain[0]), frames)
+            self.assertGreater(power(plain[0]), 2 * power(plain[1]))
+            for name, codec, quality, decibels in [
+                    ("o.flac", "flac", 3, 100), ("o.aiff", "pcm_s24be", None, 100),
+                    ("O.AIF", "pcm_s16be", None, 70), ("o.ogg", "vorbis", 9, 25),
+                    ("o.mp3", "mp3", 9, 25), ("o.opus", "opus", 9, 20)]:
+                if codec == "opus" and rate == 32000:
+                    continue
+                with self.subTest(name=name, rate=rate):
+                    self.render(name, f"--rate={rate}", *[f"--quality={quality}"] * bool(quality),
+                                *["--bits=16"] * (name == "O.AIF"))
+                    found, ears = decoded(name, rate)
+                    self.assertEqual(found, codec)
+                    for ear, exact in zip(ears, plain):
+                        # The decoder of MP3 knows where the sound ends; some versions add to it.
+                        self.assertEqual(len(ear[:frames] if codec == "mp3" else ear), frames)
+                        error = power([a - b for a, b in zip(ear, exact)])
+                        self.assertLess(error, power(exact) * 10 ** (-decibels / 10))
+
+    def test_quality_is_size(self):
+        self.write("in.wav", wav(noise(48000, 24, 5, 0.2), 1, 24))
+        for name in "o.ogg", "o.mp3", "o.opus":
+            sizes = []
+            for quality in ["--quality=0"], [], ["--quality=10"]:
+                self.render(name, *quality)
+                sizes.append(os.stat(name).st_size)
+            self.assertLess(1.5 * sizes[0], sizes[1])
+            self.assertLess(1.2 * sizes[1], sizes[2])
+        digests = set()
+        for quality in "0", "10":
+            digests.add(self.render("o.flac", "--quality", quality, "--digest"))
+            sizes.append(os.stat("o.flac").st_size)
+        self.assertEqual(len(digests), 1)
+        self.assertLess(sizes[-1], sizes[-2])
+
+    def test_no_conversion_where_the_rate_is_there(self):
+        digest = self.render("o.wav", "--digest")
+        self.assertEqual(self.render("o.wav", "--digest", "--rate=48000"), digest)
+        self.assertNotEqual(self.render("o.wav", "--digest", "--rate=44100"), digest)
+
+
+class Tags(ToolTest):
+    """Title, artist and comment of files that ffmpeg made, read back with ffprobe."""
+    TEXTS = {"title": "T\u00edtle \u65e5\u672c \U0001f3a7", "artist": "An Artist",
+             "comment": "one\nline " + "\u00e9" * 600}
+
+    def found(self, name):
+        found = json.loads(subprocess.check_output(
+            ["ffprobe", "-v", "error", "-show_entries", "format_tags:stream_tags", "-of", "json",
+             name]))
+        tags = {**found["format"].get("tags", {}), **found["streams"][0].get("tags", {})}
+        tags = {key.lower().replace("author", "artist"): text for key, text in tags.items()}
+        return {key: tags[key] for key in self.TEXTS if key in tags}
+
+    def test_one_input(self):
+        self.write("plain.wav", wav(noise(4800, 16, 2, 0.1), 1))
+        self.write("other.wav", wav(noise(4800, 16, 3, 0.1), 1))
+        options = [part for key, text in self.TEXTS.items()
+                   for part in ("-metadata", f"{key}={text}")]
+        wanted = dict(self.TEXTS, comment="one line " + "\u00e9" * 495)
+        for suffix in "wav", "aiff", "flac", "ogg", "opus", "mp3", "caf":
+            with self.subTest(suffix=suffix):
+                name, out = "in." + suffix, "out." + suffix
+                subprocess.check_call(["ffmpeg", "-v", "error", "-i", "plain.wav", *options, name])
+                here = {key: wanted[key] for key in self.found(name)}  # not every one in AIFF
+                self.assertGreaterEqual(len(here), 2)
+                if suffix == "mp3":  # where ffmpeg puts the comment into a frame of its own kind
+                    del here["comment"]
+                self.tool("encode", name, "-o", "field.wav")
+                self.assertEqual(self.found("field.wav"), here)
+                mask = self.read("field.wav").index(b"fmt ") + 8 + 20
+                self.assertEqual(self.read("field.wav")[mask:mask + 4], bytes(4))
+                self.tool("render", "-s", name + "@9,0", "-s", name + "@-9,0", "-o", out)
+                self.assertEqual(self.found(out), here)
+                self.tool("render", "-s", name + "@9,0", "-s", "other.wav@9,0", "-o", out)
+                self.assertEqual(self.found(out), {})
 
 
 class Dither(ToolTest):

@@ -258,8 +258,8 @@ class Errors(SceneTest):
                 ("b.json: is one word too many; 'earshot render --help' lists the options",
                  "scene.json", "b.json")]:
             self.fails(1, message, "render", *args, "-o", "out.wav")
-        self.fails(1, "out.mp3: unknown extension; use .wav, .flac, .caf, .au or .w64", "render",
-                   "none.json", "-o", "out.mp3")
+        self.fails(1, "out.wma: unknown extension; use .wav, .flac, .caf, .au, .w64, .aiff, .ogg, "
+                   ".opus or .mp3", "render", "none.json", "-o", "out.wma")
 
     def test_files(self):
         os.mkdir("folder")

@@ -304,6 +304,11 @@ void audio_input::check_end(std::size_t wanted, std::size_t got) const {
                                       counted(static_cast<u64>(*length_), "frame"));
 }
 
+std::string audio_input::library_text(int kind) const {
+    const char *text = file_ != nullptr ? sf_get_string(file_, kind) : nullptr;
+    return text != nullptr ? text : "";
+}
+
 std::string audio_input::format_text() const {
     return container_name(info_.format) + ", " + encoding_name(info_.format);
 }

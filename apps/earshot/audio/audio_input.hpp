@@ -42,8 +42,10 @@ class audio_input : public rewindable_source {
     // Which loudspeaker each channel is for; empty where the file does not say.
     const loudspeakers &speakers() const { return speakers_; }
 
-    std::string format_text() const; // "WAV, 24-bit"
-    std::string description() const; // the format, channels, rate and length
+    int sndfile_format() const { return info_.format; }
+    std::string library_text(int kind) const; // libsndfile's SF_STR_TITLE and so on; or empty
+    std::string format_text() const;          // "WAV, 24-bit"
+    std::string description() const;          // the format, channels, rate and length
 
   private:
     void check_descriptor();

@@ -14,7 +14,7 @@ std::unique_ptr<sample_writer> make_writer(output_file &file, const output_forma
                                            std::optional<s64> frames) {
     if (format.kind == container::au || format.kind == container::raw)
         return make_stream_writer(file, format, frames);
-    return make_sndfile_writer(file, format);
+    return make_sndfile_writer(file, format, frames);
 }
 
 // Dither, round half up, clip; returns how many were clipped.

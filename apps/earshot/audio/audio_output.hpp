@@ -17,7 +17,10 @@ namespace earshot_tool {
 // What the command line says about the output.
 struct output_options {
     std::string path;
-    int bits = 0; // 0: as the input
+    int bits = 0;                  // 0: not given
+    int default_bits = 0;          // 0: as the input
+    int rate = 0;                  // Hz; 0: not given
+    std::optional<double> quality; // 0 to 10
     bool raw = false;
     bool no_dither = false;
     bool digest = false;

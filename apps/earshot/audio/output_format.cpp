@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <cctype>
+#include <cstdint>
+#include <vector>
 
 #include <sndfile.h>
 #include <sys/stat.h>
@@ -17,13 +19,59 @@ struct extension {
     container kind;
 };
 
-// AIFF is not among them: its lengths end at 4 GiB, 93 minutes of first order in 32 bits.
 constexpr extension extensions[] = {
-    {".wav", container::wav}, {".flac", container::flac}, {".caf", container::caf},
-    {".au", container::au},   {".w64", container::w64},
+    {".wav", container::wav},  {".flac", container::flac},  {".caf", container::caf},
+    {".au", container::au},    {".w64", container::w64},    {".aiff", container::aiff},
+    {".aif", container::aiff}, {".ogg", container::vorbis}, {".opus", container::opus},
+    {".mp3", container::mp3},
 };
 
-constexpr const char *known_extensions = ".wav, .flac, .caf, .au or .w64";
+constexpr const char *known_extensions = ".wav, .flac, .caf, .au, .w64, .aiff, .ogg, .opus or .mp3";
+
+// What an encoder takes. The lossy ones code pairs of loudspeakers: of the channels of a field they
+// would drop what ears do not miss between two of them, and players would take more than two for
+// surround sound.
+struct encoder {
+    container kind;
+    int most_channels;
+    const char *name;
+    std::vector<int> rates; // ascending; empty: any
+};
+
+const encoder *find_encoder(container kind) {
+    static const encoder encoders[] = {
+        {container::flac, 8, "FLAC", {}},
+        {container::vorbis, 2, "Vorbis", {}},
+        {container::opus, 2, "Opus", {8000, 12000, 16000, 24000, 48000}},
+        {container::mp3, 2, "MP3", {8000, 11025, 12000, 16000, 22050, 24000, 32000, 44100, 48000}},
+    };
+    const auto found = std::find_if(std::begin(encoders), std::end(encoders),
+                                    [kind](const encoder &known) { return known.kind == kind; });
+    return found == std::end(encoders) ? nullptr : found;
+}
+
+// "8000, 12000 or 16000".
+std::string listed(const std::vector<int> &numbers) {
+    std::string text;
+    for (std::size_t k = 0; k < numbers.size(); ++k) {
+        if (k > 0) text += k + 1 == numbers.size() ? " or " : ", ";
+        text += std::to_string(numbers[k]);
+    }
+    return text;
+}
+
+void check_encoder(const std::string &path, const encoder &encoder, const output_format &format) {
+    if (format.channels > encoder.most_channels)
+        throw usage_error(path + ": " + encoder.name + " holds at most " +
+                          std::to_string(encoder.most_channels) + " channels, this has " +
+                          std::to_string(format.channels) + "; .wav, .caf and .w64 hold them");
+    const auto &rates = encoder.rates;
+    if (rates.empty() || std::binary_search(rates.begin(), rates.end(), format.rate)) return;
+    const auto next = std::upper_bound(rates.begin(), rates.end(), format.rate);
+    const int nearest = next == rates.end() ? rates.back() : *next;
+    throw usage_error(path + ": " + encoder.name + " holds " + listed(rates) + " Hz, this has " +
+                      std::to_string(format.rate) + "; use --rate " + std::to_string(nearest));
+}
 
 struct format_name {
     int value;
@@ -82,13 +130,28 @@ container choose_container(const std::string &path, bool raw) {
 }
 
 void check_format(const std::string &path, const output_format &format) {
-    constexpr int flac_channels = 8;
-    if (format.kind != container::flac) return;
-    if (format.width > 24)
+    const encoder *encoder = find_encoder(format.kind);
+    if (format.quality && encoder == nullptr)
+        throw usage_error("--quality: " + path +
+                          " is not compressed and has none; .ogg, .opus, "
+                          ".mp3 and .flac have");
+    if (format.kind == container::flac && format.width > 24)
         throw usage_error(path + ": FLAC holds at most 24 bits here; use --bits 24");
-    if (format.channels > flac_channels)
-        throw usage_error(path + ": FLAC holds at most 8 channels, this has " +
-                          std::to_string(format.channels));
+    if (encoder != nullptr) check_encoder(path, *encoder, format);
+}
+
+// The lengths in an AIFF file are words of 32 bits. Some room is for the header and texts.
+void check_length(const std::string &path, const output_format &format, s64 frames) {
+    constexpr s64 most_bytes = s64{UINT32_MAX} - 8192;
+    if (format.kind == container::aiff && frames > most_bytes / frame_bytes(format))
+        throw usage_error(path + ": an AIFF file ends at 4 GiB, which is too short for this; use "
+                                 ".wav, .caf or .w64");
+}
+
+s64 frame_bytes(const output_format &format) { return s64{format.channels} * (format.width / 8); }
+
+bool is_lossy(container kind) {
+    return kind == container::vorbis || kind == container::opus || kind == container::mp3;
 }
 
 std::string container_name(int sndfile_format) {

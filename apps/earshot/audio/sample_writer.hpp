@@ -23,8 +23,10 @@ class sample_writer {
     virtual void finish() = 0;
 };
 
-// Containers that libsndfile writes: all that need a file in which it can seek.
-std::unique_ptr<sample_writer> make_sndfile_writer(output_file &file, const output_format &format);
+// Containers that libsndfile writes: all that need a file in which it can seek. The number of
+// frames tells whether a WAV file is long enough to be RF64.
+std::unique_ptr<sample_writer> make_sndfile_writer(output_file &file, const output_format &format,
+                                                   std::optional<s64> frames);
 
 // AU and headerless samples, which are written strictly from start to end. The number of frames
 // goes into the header of AU where it is known.

@@ -38,8 +38,7 @@ void add_binaural_options(CLI::App &command, binaural_options &options) {
             },
             "Change the output level by -120 to 60 decibels")
         ->type_name("DB");
-    command.add_flag("--normalize", options.normalize,
-                     "Bring the peak to full scale, before --gain; reads the input twice");
+    add_level_goal(command, options.goal);
     add_verbosity(command, options.talk);
 }
 

@@ -3,17 +3,18 @@
 
 #include <optional>
 
+#include "commands/level_goal.hpp"
 #include "options.hpp"
 
 namespace earshot_tool {
 
 struct binaural_options {
-    binaural_options() { output.bits = 24; }
+    binaural_options() { output.default_bits = 24; }
 
     output_options output;
     std::optional<int> guard; // bits; nothing: as many as are safe
     std::optional<s32> gain;  // thousandths of a decibel
-    bool normalize = false;
+    level_goal goal;
     verbosity talk;
 };
 

@@ -9,8 +9,8 @@ namespace {
 
 // The samples that neither rounding nor dither takes out of the output's range: all of its width,
 // or with dither, which adds less than a step of the width, all but the outermost two.
-sample_range full_scale_of(const output_options &options) {
-    const int dropped = 32 - options.bits;
+sample_range full_scale_of(const output_options &options, const output_format &format) {
+    const int dropped = 32 - format.width;
     const s64 step = s64{1} << dropped;
     const s64 dither = dropped > 0 && !options.no_dither ? step : 0;
     return {INT32_MIN + dither, (s64{1} << 31) - step - dither};
@@ -35,38 +35,36 @@ std::string text_of_field(const rendering &work) {
 void describe(const rendering &work, const binaural_plan &plan) {
     describe_inputs(work, plan.out);
     plan.out.detail((work.engine ? text_of(*work.engine) : text_of_field(work)) + ", writing " +
-                    bits(plan.format.width));
+                    bits(plan.format.width) + " at " + std::to_string(plan.format.rate) + " Hz");
+    if (plan.format.rate != binaural_rate && plan.output.span.from != 0)
+        plan.out.detail("rendering from the beginning on: the rate conversion has a memory");
     if (!plan.head.empty()) plan.out.detail("heard through " + plan.head);
 }
 
-void require_second_reading(const rendering &work) {
+void require_second_reading(const rendering &work, const level_goal &goal) {
     for (const auto &input : work.inputs)
         if (!input->file().is_seekable())
             throw processing_error(input->file().name(),
-                                   "cannot be read twice, which --normalize needs");
+                                   "cannot be read twice, which " + goal.option() + " needs");
 }
 
-output_level level_reaching_full_scale(rendering &work, const binaural_plan &plan) {
-    drain(*work.stream, plan.out, [](const s32 *, std::size_t) {});
-    const s64 peak = work.stream->peak();
-    if (peak == 0) {
-        plan.out.note("the sound is silent and stays as it is");
-        return {};
-    }
-    return output_level::reaching(plan.full_scale.high << rendered_stream::peak_fraction, peak);
+void check_length(const rendering &work, const binaural_plan &plan) {
+    const auto frames = work.stream->frames();
+    if (frames && !plan.output.span.to)
+        check_length(plan.output.path, plan.format,
+                     frames_at_rate(*frames, binaural_rate, plan.format.rate));
 }
 
-// Renders once to learn the peak, if that is needed, and brings the level of the work to come to
-// what the plan says.
-void set_level(std::unique_ptr<rendering> &work, const binaural_plan &plan) {
+// Renders once to measure, if the level depends on the sound, and opens the work anew.
+output_level level_for(std::unique_ptr<rendering> &work, const binaural_plan &plan) {
     output_level level;
-    if (plan.normalize) {
-        require_second_reading(*work);
-        level = level_reaching_full_scale(*work, plan);
+    if (plan.goal.reads_twice()) {
+        require_second_reading(*work, plan.goal);
+        level =
+            level_reaching(plan.goal, *work->stream, plan.full_scale, plan.format.rate, plan.out);
         work = plan.open();
     }
-    if (plan.gain) level = level * *plan.gain;
-    work->stream->set_level(level, plan.full_scale);
+    return plan.gain ? level * output_level::decibels(*plan.gain) : level;
 }
 
 void report_unsafe_frames(const rendering &work, const std::string &name, const console &out) {
@@ -81,20 +79,26 @@ void report_unsafe_frames(const rendering &work, const std::string &name, const 
 
 binaural_plan::binaural_plan(const binaural_options &options, int channels)
     : out(options.talk), output(options.output),
-      format(format_for(output, channels, binaural_rate)), full_scale(full_scale_of(output)),
-      normalize(options.normalize) {
-    if (options.gain) gain = output_level::decibels(*options.gain);
+      format(format_for(output, channels, binaural_rate)),
+      full_scale(full_scale_of(output, format)), gain(options.gain), goal(options.goal) {
+    check_level_goal(goal, gain.has_value());
 }
 
 void carry_out(const binaural_plan &plan) {
     std::unique_ptr<rendering> work = plan.open();
     describe(*work, plan);
-    set_level(work, plan);
-
-    const delivered written = deliver(*work->stream, plan.output, plan.format, plan.out);
+    check_length(*work, plan);
+    const output_level level = level_for(work, plan);
+    leveled_sound sound(*work->stream, level, plan.full_scale, plan.format.rate);
+    output_format format = plan.format;
+    if (!plan.single_input.empty())
+        format.tags = read_tags(plan.single_input, work->inputs[0]->file());
+    const delivered written = deliver(sound, plan.output, format, plan.out);
     report_inputs(*work, plan.out);
     work->report(plan.out);
-    plan.out.clipped(written.name, work->stream->clipped(), "at full scale");
+    if (sound.clipped() > 0)
+        plan.out.clipped(written.name, sound.clipped(),
+                         clip_text(plan.goal, sound, plan.full_scale, plan.gain));
     report_unsafe_frames(*work, written.name, plan.out);
     report(plan.out, written);
 }

@@ -18,13 +18,14 @@ struct binaural_plan {
     console out;
     output_options output;
     output_format format;
-    sample_range full_scale;          // of samples that the output holds unclipped
-    std::optional<output_level> gain; // on top of the natural level
-    bool normalize;
+    sample_range full_scale; // of samples that the output holds unclipped
+    std::optional<s32> gain; // on top of the natural level; thousandths of a decibel
+    level_goal goal;
 
-    std::string head; // whose ears they are, in a line; empty for a field
+    std::string head;         // whose ears they are, in a line; empty for a field
+    std::string single_input; // whose title the output keeps; empty where there are several
 
-    // Opens the sounds and what renders them: twice, where the peak has to be known first.
+    // Opens the sounds and what renders them: twice, where the level depends on the sound.
     std::function<std::unique_ptr<rendering>()> open;
 };
 

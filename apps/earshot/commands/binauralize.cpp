@@ -56,12 +56,14 @@ std::unique_ptr<rendering> open_field(const binauralize_options &options,
 }
 
 void binauralize(const binauralize_options &options) {
-    if (options.normalize && options.field == "-")
-        throw usage_error("--normalize reads the input twice, which standard input cannot");
+    if (options.goal.reads_twice() && options.field == "-")
+        throw usage_error(options.goal.option() +
+                          " reads the input twice, which standard input cannot");
     binaural_plan plan(options);
     const engine_choice engine(options, plan.out);
     engine.check_field();
     plan.head = engine.text();
+    plan.single_input = options.field;
     const rotation_plan rotation(options.rotation, options.field, "FIELD");
     plan.open = [&] { return open_field(options, engine, rotation); };
     carry_out(plan);

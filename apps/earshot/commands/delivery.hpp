@@ -11,11 +11,11 @@
 
 namespace earshot_tool {
 
-// The format of an output that no input has a say in. Throws usage_error for what cannot be
-// written.
+// The format of an output: with the rate unless the options say another one, and with the options'
+// default width. Throws usage_error for what cannot be written.
 output_format format_for(const output_options &options, int channels, int rate);
 
-// Of one made from an input: its width unless the options say otherwise.
+// Of one made from an input: with its width instead.
 output_format format_for(const output_options &options, const audio_input &in, int channels,
                          int rate);
 

@@ -91,7 +91,8 @@ void encode_recording(const encode_options &options) {
     audio_input in(options.input);
     channel_picker source(in, chosen_channel(in, options.channel, "with --channel"));
     const int channels = channels_of_order(options.order);
-    const output_format format = format_for(options.output, in, channels, in.rate());
+    output_format format = format_for(options.output, in, channels, in.rate());
+    format.tags = read_tags(options.input, in);
     out.detail(in.name() + ": " + in.description());
     out.detail("encoding to order " + std::to_string(options.order) + ", " +
                counted(static_cast<u64>(channels), "channel") + ", writing " +
@@ -105,14 +106,15 @@ void encode_recording(const encode_options &options) {
 
 // Converted to one rate where theirs differ; there is no width that all of them have.
 void encode_sources(const encode_options &options) {
-    check_sources(options, false);
+    check_sources(options, "");
     binaural_options output;
-    const int default_bits = output.output.bits;
+    const int default_bits = output.output.default_bits;
     output.output = options.output;
-    if (output.output.bits == 0) output.output.bits = default_bits;
+    output.output.default_bits = default_bits;
     output.talk = options.talk;
     binaural_plan plan(output, channels_of_order(options.order));
     const placed_scene scene = scene_of(options);
+    plan.single_input = only_file(scene.file);
     plan.open = [&] {
         return open_field(scene.file, options.order,
                           orbit_of(scene, options.orbit_seconds, field_mixer::frame_length));

@@ -5,7 +5,9 @@
 #include <cstdio>
 #include <memory>
 
+#include "audio/loudness.hpp"
 #include "commands/commands.hpp"
+#include "commands/delivery.hpp"
 #include "commands/ear_differences.hpp"
 #include "commands/library_info.hpp"
 #include "error.hpp"
@@ -143,16 +145,32 @@ std::string file_text(const audio_input &in, s64 peak) {
     return text + line("peak", peak_text(peak));
 }
 
+std::string measured(const std::optional<double> &value, const char *unit, const char *without) {
+    return value ? fixed(*value, 2) + unit : std::string("none, ") + without;
+}
+
+std::string loudness_text(const loudness_meter &meter) {
+    return line("loudness", measured(meter.integrated(), " LUFS", "too short or too soft")) +
+           line("range", measured(meter.range(), " LU", "too short or too soft")) +
+           line("true peak", measured(meter.true_peak(), " dBTP", "silent"));
+}
+
 void print_summary(audio_input &in, const info_options &options, const console &out) {
     const bool is_field = order_of_channels(in.channels()) > 0;
     const auto channels = static_cast<std::size_t>(in.channels());
     s64 peak = 0;
     sound_direction sound(options.layout);
-    for_each_frame(in, out, [&](const s32 *frame) {
-        for (std::size_t k = 0; k < channels; ++k) peak = std::max(peak, std::abs(s64{frame[k]}));
-        if (is_field) sound.add(frame);
+    std::optional<loudness_meter> meter;
+    if (loudness_meter::can_measure(in.channels()))
+        meter.emplace(in.channels(), in.rate(), 0x1p-31);
+    drain(in, out, [&](const s32 *block, std::size_t frames) {
+        peak = std::max(peak, extremes_of(block, frames * channels).peak());
+        if (meter) meter->add(block, frames);
+        if (is_field)
+            for (std::size_t i = 0; i < frames; ++i) sound.add(block + i * channels);
     });
     std::string text = file_text(in, peak);
+    if (meter) text += loudness_text(*meter);
     if (is_field) text += line("direction", direction_text(sound));
     if (is_field && !sound.is_silent()) text += line("directivity", fixed(sound.directivity(), 3));
     print(text);

@@ -90,6 +90,10 @@ void join(const join_options &options) {
     auto pieces = open_pieces(options.pieces, out);
     const audio_input &first = *pieces[0];
     output_format format = format_for(options.output, first, first.channels(), first.rate());
+    if (is_lossy(format.kind))
+        throw usage_error(options.output.path +
+                          ": this format does not keep samples as they are; join to .wav or .flac, "
+                          "and make another file of that");
     format.computed_width = format.width;
     joined_pieces whole(std::move(pieces));
     report(out, deliver(whole, options.output, format, out));

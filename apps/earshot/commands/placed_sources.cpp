@@ -1,5 +1,6 @@
 #include "commands/placed_sources.hpp"
 
+#include <algorithm>
 #include <cmath>
 #include <filesystem>
 #include <utility>
@@ -121,12 +122,12 @@ void add_placed_sources(CLI::App &command, placed_options &options,
     add_orbit(command, options.orbit_seconds);
 }
 
-void check_sources(const placed_options &options, bool reads_twice) {
+void check_sources(const placed_options &options, const std::string &reading_twice) {
     std::size_t streams = 0;
     for (const source_argument &source : options.sources) streams += source.file == "-" ? 1 : 0;
     if (streams > 1) throw usage_error("-s: only one source can be standard input");
-    if (streams > 0 && reads_twice)
-        throw usage_error("--normalize reads the input twice, which standard input cannot");
+    if (streams > 0 && !reading_twice.empty())
+        throw usage_error(reading_twice + " reads the input twice, which standard input cannot");
 }
 
 placed_scene scene_of(const placed_options &options) {
@@ -156,6 +157,14 @@ placed_scene scene_of_sound(const std::string &path, const placed_options &optio
     if (scene.file.content.sources.empty())
         throw usage_error("--lfe: off leaves no channel of " + path);
     return scene;
+}
+
+std::string only_file(const scene_file &scene) {
+    const std::vector<std::string> &sounds = scene.sounds;
+    const bool is_one = std::all_of(sounds.begin(), sounds.end(), [&](const std::string &sound) {
+        return sound == sounds.front();
+    });
+    return is_one ? sounds.front() : "";
 }
 
 source_mover orbit_of(const placed_scene &scene, double seconds, std::size_t frame_length) {

@@ -22,8 +22,9 @@ struct placed_options {
 // "--source", "--lfe" and "--orbit".
 void add_placed_sources(CLI::App &command, placed_options &options, const std::string &description);
 
-// Throws usage_error where standard input would have to be read twice.
-void check_sources(const placed_options &options, bool reads_twice);
+// Throws usage_error where standard input would have to be read twice: by itself, or by an option,
+// which is named.
+void check_sources(const placed_options &options, const std::string &reading_twice);
 
 // The scene that the command line describes, and the azimuths of its sources as fractions of a
 // turn, Q32, which are finer than those of the scene.
@@ -38,6 +39,9 @@ placed_scene scene_of(const placed_options &options);
 // A sound alone, every channel at its loudspeaker; a note says which layout that is.
 placed_scene scene_of_sound(const std::string &path, const placed_options &options,
                             const console &out);
+
+// The file that all sources of a scene are of, or nothing.
+std::string only_file(const scene_file &scene);
 
 // What turns all of them round the listener once in so many seconds, frame by frame; nothing for 0.
 // The scene outlives it.

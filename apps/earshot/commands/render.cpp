@@ -37,7 +37,7 @@ bool is_sound(const render_options &options) {
 
 placed_scene placed(const render_options &options) {
     if (is_sound(options)) return scene_of_sound(options.scene, options, console(options.talk));
-    check_sources(options, options.normalize);
+    check_sources(options, options.goal.reads_twice() ? options.goal.option() : "");
     return scene_of(options);
 }
 
@@ -50,6 +50,7 @@ void render_placed(const render_options &options) {
         guard_for(options, headroom_for(content).guard, content.sources.size());
     const engine_choice engine(options, plan.out);
     plan.head = engine.text();
+    plan.single_input = only_file(scene.file);
     plan.open = [&] {
         return open_scene(scene.file, engine, guard, length,
                           orbit_of(scene, options.orbit_seconds, length));
@@ -87,6 +88,10 @@ void check_field(const render_options &options) {
     if (options.measured)
         throw usage_error("--placement: a field has every source exactly where it is; leave it "
                           "out");
+    if (options.goal.measures_loudness())
+        throw usage_error(options.goal.option() +
+                          ": how loud a field is depends on who plays it; --normalize brings its "
+                          "peak to full scale");
     if (options.guard) throw usage_error("--guard: no sum of a field can wrap; leave it out");
     if (options.frame != 0)
         throw usage_error("--frame: the frames of a field have 96 samples; leave it out");

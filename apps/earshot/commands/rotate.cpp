@@ -25,7 +25,7 @@ struct rotate_options {
 // 16 bits in and out need no more than 16 bits in the effect, if nothing else is done to them.
 int arithmetic_width(const audio_input &in, const output_format &format) {
     const bool narrow = !in.is_float() && in.width() == 16 && format.width == 16;
-    return narrow && in.rate() == field_rate ? 16 : 32;
+    return narrow && in.rate() == field_rate && format.rate == field_rate ? 16 : 32;
 }
 
 void describe(const console &out, const audio_input &in, const output_format &format) {
@@ -44,6 +44,7 @@ void rotate(const rotate_options &options) {
     const int channels = channels_of_order(order);
     output_format format = format_for(options.output, in, channels, field_rate);
     format.computed_width = plan.is_for_effect(order) ? arithmetic_width(in, format) : 32;
+    format.tags = read_tags(options.input, in);
     describe(out, in, format);
 
     std::optional<resampler> converted;

@@ -1,0 +1,66 @@
+// How loud a sound is: loudness and true peak as EBU R 128 defines them, by libebur128.
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <vector>
+
+#include <ebur128.h>
+
+#include "scene_library.hpp"
+
+namespace earshot_tool {
+
+using meter_state = std::unique_ptr<ebur128_state, void (*)(ebur128_state *)>;
+
+// The highest sample of a sound and of what a converter makes between its samples. Interpolation
+// takes most of the time of a measurement, so it is left out where no peak can be: it raises
+// samples by no more than the sum of its taps' magnitudes.
+class true_peak_meter {
+  public:
+    true_peak_meter(int channels, int rate);
+
+    void add(const double *interleaved, std::size_t frames);
+
+    // Of what has been added; full scale is 1.
+    double peak() const { return peak_; }
+
+  private:
+    // What the interpolator looks back at, at most.
+    static constexpr std::size_t reach = 32;
+
+    void interpolate(std::size_t begin, std::size_t frames);
+
+    std::size_t channels_;
+    double most_; // times that the interpolator can raise the samples
+    meter_state state_;
+    std::vector<double> block_;    // `reach` frames from before, then the new ones
+    std::size_t interpolated_ = 0; // up to this frame of the block
+    double peak_ = 0;
+};
+
+class loudness_meter {
+  public:
+    // Channels are left and right, or the loudspeakers of 5.1 or 7.1 in the order of WAV files.
+    // unit: of a sample; full scale is 1.
+    loudness_meter(int channels, int rate, double unit);
+
+    static bool can_measure(int channels);
+
+    void add(const s32 *interleaved, std::size_t frames);
+
+    std::optional<double> integrated() const; // LUFS; nothing where no 0.4 s are above -70
+    std::optional<double> range() const;      // LU; nothing of less than 3 s
+    std::optional<double> true_peak() const;  // dBTP; nothing of silence
+
+  private:
+    int channels_;
+    int rate_;
+    double unit_;
+    s64 frames_ = 0;
+    meter_state state_;
+    true_peak_meter peak_;
+    std::vector<double> block_;
+};
+
+} // namespace earshot_tool
