@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdlib>
 #include <stdexcept>
 
 namespace earshot_tool {
@@ -21,9 +22,15 @@ void add_frames(const meter_state &state, const double *samples, std::size_t fra
         throw std::runtime_error("the loudness meter has no memory left");
 }
 
-// Of 7.1: of the surround loudspeakers only those at the sides count as louder.
-constexpr int wave_loudspeakers[] = {EBUR128_Mp030, EBUR128_Mm030, EBUR128_Mp000, EBUR128_UNUSED,
-                                     EBUR128_Mp135, EBUR128_Mm135, EBUR128_Mp090, EBUR128_Mm090};
+// One of the places that count alike: what comes from the side, at the height of the ears, counts
+// as louder (ITU-R BS.1770, table 4), and low frequencies do not count.
+int counted_as(loudspeaker one, const loudspeakers &all) {
+    if (one == loudspeaker::low_frequency) return EBUR128_UNUSED;
+    const direction from = direction_of(one, all);
+    const s32 azimuth = std::abs(from.azimuth) >> 16;
+    const bool is_side = azimuth >= 60 && azimuth <= 120 && from.elevation >> 16 < 30;
+    return is_side ? EBUR128_Mp090 : EBUR128_Mp000;
+}
 
 } // namespace
 
@@ -60,19 +67,16 @@ void true_peak_meter::interpolate(std::size_t begin, std::size_t frames) {
     }
 }
 
-loudness_meter::loudness_meter(int channels, int rate, double unit)
-    : channels_(channels), rate_(rate), unit_(unit),
-      state_(make_state(channels, rate, EBUR128_MODE_I | EBUR128_MODE_LRA)), peak_(channels, rate) {
-    if (channels != 8) return;
-    for (unsigned k = 0; k < 8; ++k) ebur128_set_channel(state_.get(), k, wave_loudspeakers[k]);
-}
-
-bool loudness_meter::can_measure(int channels) {
-    return channels == 1 || channels == 2 || channels == 6 || channels == 8;
+loudness_meter::loudness_meter(const loudspeakers &channels, int rate, double unit)
+    : channels_(channels.size()), rate_(rate), unit_(unit),
+      state_(make_state(static_cast<int>(channels_), rate, EBUR128_MODE_I | EBUR128_MODE_LRA)),
+      peak_(static_cast<int>(channels_), rate) {
+    for (unsigned k = 0; k < channels_; ++k)
+        ebur128_set_channel(state_.get(), k, counted_as(channels[k], channels));
 }
 
 void loudness_meter::add(const s32 *interleaved, std::size_t frames) {
-    const std::size_t count = frames * static_cast<std::size_t>(channels_);
+    const std::size_t count = frames * channels_;
     block_.resize(count);
     for (std::size_t i = 0; i < count; ++i) block_[i] = interleaved[i] * unit_;
     add_frames(state_, block_.data(), frames);

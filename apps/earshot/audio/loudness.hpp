@@ -7,6 +7,7 @@
 
 #include <ebur128.h>
 
+#include "scene/description/loudspeakers.hpp"
 #include "scene_library.hpp"
 
 namespace earshot_tool {
@@ -41,11 +42,8 @@ class true_peak_meter {
 
 class loudness_meter {
   public:
-    // Channels are left and right, or the loudspeakers of 5.1 or 7.1 in the order of WAV files.
-    // unit: of a sample; full scale is 1.
-    loudness_meter(int channels, int rate, double unit);
-
-    static bool can_measure(int channels);
+    // Which loudspeakers the channels are for. unit: of a sample; full scale is 1.
+    loudness_meter(const loudspeakers &channels, int rate, double unit);
 
     void add(const s32 *interleaved, std::size_t frames);
 
@@ -54,7 +52,7 @@ class loudness_meter {
     std::optional<double> true_peak() const;  // dBTP; nothing of silence
 
   private:
-    int channels_;
+    std::size_t channels_;
     int rate_;
     double unit_;
     s64 frames_ = 0;

@@ -155,14 +155,24 @@ std::string loudness_text(const loudness_meter &meter) {
            line("true peak", measured(meter.true_peak(), " dBTP", "silent"));
 }
 
+// For whose channels a loudness is defined: where the file says so, or there is no doubt. Four or
+// more are rather those of a field.
+loudspeakers loudspeakers_of(const audio_input &in) {
+    if (!in.speakers().empty()) return in.speakers();
+    if (in.channels() == 1) return {loudspeaker::front_centre};
+    if (in.channels() == 4) return {};
+    const auto layout = layout_of_channels(static_cast<std::size_t>(in.channels()));
+    return layout ? layout->speakers : loudspeakers{};
+}
+
 void print_summary(audio_input &in, const info_options &options, const console &out) {
     const bool is_field = order_of_channels(in.channels()) > 0;
     const auto channels = static_cast<std::size_t>(in.channels());
     s64 peak = 0;
     sound_direction sound(options.layout);
     std::optional<loudness_meter> meter;
-    if (loudness_meter::can_measure(in.channels()))
-        meter.emplace(in.channels(), in.rate(), 0x1p-31);
+    const loudspeakers heard_from = loudspeakers_of(in);
+    if (!heard_from.empty()) meter.emplace(heard_from, in.rate(), 0x1p-31);
     drain(in, out, [&](const s32 *block, std::size_t frames) {
         peak = std::max(peak, extremes_of(block, frames * channels).peak());
         if (meter) meter->add(block, frames);

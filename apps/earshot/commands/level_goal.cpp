@@ -93,7 +93,8 @@ std::optional<s32> gain_for(const level_goal &goal, const loudness_meter &meter,
 
 output_level reaching_loudness(const level_goal &goal, rendered_stream &stream, int rate,
                                const console &out) {
-    loudness_meter meter(stream.channels(), rate, std::ldexp(1.0, lowered_bits - 31));
+    const loudspeakers ears = {loudspeaker::front_left, loudspeaker::front_right};
+    loudness_meter meter(ears, rate, std::ldexp(1.0, lowered_bits - 31));
     measure(stream, rate, out,
             [&](const s32 *pairs, std::size_t frames) { meter.add(pairs, frames); });
     const auto gain = gain_for(goal, meter, out);
