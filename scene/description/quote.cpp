@@ -58,10 +58,10 @@ std::string printable(std::string_view text) {
 
 } // namespace
 
+// A NUL would end the message that quotes it.
 std::string shortened(std::string_view text) {
-    std::string part(beginning(text, most_quoted));
-    if (part.size() < text.size()) part += ellipsis;
-    return part;
+    const std::string_view part = beginning(text, most_quoted);
+    return printable(part) + std::string(part.size() < text.size() ? ellipsis : "");
 }
 
 std::string in_quotes(std::string_view text) {

@@ -150,6 +150,8 @@ class BadInput(ToolTest):
             ("in.wav: is empty", b""),
             ("in.wav: has 1 channel" + ORDERS + "; 'earshot encode' makes one of a sound", MONO),
             ("in.wav: has 5 channels" + ORDERS, wav([0] * 50, 5)),
+            ("in.wav: has 6 channels" + ORDERS + "; 'earshot render' takes channels for "
+             "loudspeakers", wav([0] * 60, 6)),
             ("in.wav: has 36 channels" + ORDERS + "; the first 25 of these are one",
              wav([0] * 36, 36)),
             ("in.wav: " + TRUNCATED, FIELD[:544]),

@@ -290,6 +290,8 @@ class Turns(ToolTest):
                "channels are"
         tracks = [(b"time,yaw,pitch\n", 1, "the heading 'time,yaw,pitch' is not "
                    "time,yaw,pitch,roll or time,w,x,y,z"),
+                  (b"RIFF\0", 1, "the heading 'RIFF?' is not "
+                   "time,yaw,pitch,roll or time,w,x,y,z"),
                   (b"0,1,2\n", 1, "has 3 numbers, needs 4 (time,yaw,pitch,roll) or 5 "
                    "(time,w,x,y,z)"),
                   (b"0,1,2,3\n0.1,1,0,0,0\n", 2, "has 5 numbers, needs 4 (time,yaw,pitch,roll)"),

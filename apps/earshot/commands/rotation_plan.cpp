@@ -6,6 +6,7 @@
 #include "error.hpp"
 #include "field/spherical_harmonics.hpp"
 #include "scene/description/head_track.hpp"
+#include "scene/description/loudspeakers.hpp"
 #include "scene/description/scene_json.hpp"
 #include "text_file.hpp"
 
@@ -117,9 +118,11 @@ int order_of_field(const audio_input &file, channel_layout layout) {
     const int order = order_of_channels(channels);
     const std::string has = has_channels(file);
     if (order < 1 || order > highest_order) {
+        const bool is_bed = layout_of_channels(static_cast<std::size_t>(channels)).has_value();
         const char *cure = order > highest_order ? "; the first 25 of these are one"
-                           : channels < 4        ? "; 'earshot encode' makes one of a sound"
-                                                 : "";
+                           : channels == 1       ? "; 'earshot encode' makes one of a sound"
+                           : is_bed ? "; 'earshot render' takes channels for loudspeakers"
+                                    : "";
         throw processing_error(file.name(),
                                has + ", a field of order 1 to 4 has 4, 9, 16 or 25" + cure);
     }
