@@ -33,9 +33,12 @@ std::size_t rotated_field::read(s32 *interleaved, std::size_t frames) {
     return got;
 }
 
-// The effect remembers its ramps and no samples: silence takes it as far.
+// The effect remembers its ramps and no samples: silence takes it as far. A turn belongs to its
+// frame.
 s64 rotated_field::skip(s64 frames) {
     const s64 got = source_.skip(frames);
+    position_ += got;
+    if (turner_) turner_->seek(position_);
     if (!player_) return got;
     std::vector<s32> silence(block_frames * static_cast<std::size_t>(channels()));
     for (s64 done = 0; done < got; done += static_cast<s64>(block_frames))
