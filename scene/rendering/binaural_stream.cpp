@@ -47,11 +47,17 @@ s64 binaural_stream::skip(s64 frames) {
 }
 
 s64 binaural_stream::skip_frames(s64 time, s64 count) {
-    for (sliding_window &window : windows_) window.skip(count);
+    skip_windows(count);
     const s64 target = time + count * static_cast<s64>(engine_.frame_length());
     const s64 until = std::min(target, end().value_or(INT64_MAX));
     skip_places(engine_, move_, time, until, engine_.frame_length());
     return until - time;
+}
+
+void binaural_stream::skip_windows(s64 count) {
+    const s64 most = longest_lead / static_cast<s64>(engine_.frame_length());
+    for (; count > 0; count -= most)
+        for (sliding_window &window : windows_) window.skip(std::min(count, most));
 }
 
 // Where the stream ends, as soon as the windows have come that far. A window reaches past its

@@ -32,6 +32,7 @@ class binaural_stream : public rendered_stream {
   private:
     rendered_frame render_frame(s32 *pairs, s64 time) override;
     s64 skip_frames(s64 time, s64 count) override;
+    void skip_windows(s64 count);
     std::optional<s64> end() const;
 
     binaural_engine &engine_;

@@ -40,18 +40,25 @@ rendered_stream::rendered_frame field_stream::render_frame(s32 *interleaved, s64
 s64 field_stream::skip_frames(s64 time, s64 count) {
     s64 wanted = count * static_cast<s64>(frame_length);
     if (duration_) wanted = std::clamp<s64>(*duration_ - time, 0, wanted);
+    s64 sounding = 0;
+    for (s64 left = wanted; left > 0; left -= longest_lead)
+        sounding += skip_sources(std::min(left, longest_lead));
+    const s64 skipped = duration_ ? wanted : sounding;
+    skip_places(mixer_, move_, time, time + skipped, frame_length);
+    return skipped;
+}
+
+// Returns how many of the frames there are before the last of them ends.
+s64 field_stream::skip_sources(s64 frames) {
     s64 longest = 0;
-    bool ends = duration_.has_value();
-    if (ends) longest = wanted;
+    bool ends = false;
     for (frame_source *source : sources) {
-        const s64 skipped = source->skip(wanted);
+        const s64 skipped = source->skip(frames);
         if (source->endless()) continue;
         longest = std::max(longest, skipped);
         ends = true;
     }
-    const s64 skipped = ends ? longest : wanted;
-    skip_places(mixer_, move_, time, time + skipped, frame_length);
-    return skipped;
+    return ends ? longest : frames;
 }
 
 // Returns how much of the frame there is before the last of them ends.

@@ -22,6 +22,7 @@ class field_stream : private scene_parts, public rendered_stream {
   private:
     rendered_frame render_frame(s32 *interleaved, s64 time) override;
     s64 skip_frames(s64 time, s64 count) override;
+    s64 skip_sources(s64 frames);
     std::size_t read_sources();
 
     std::optional<s64> duration_;

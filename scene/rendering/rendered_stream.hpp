@@ -49,6 +49,10 @@ class rendered_stream : public frame_source {
     // that is rendered next may come out wrong. Returns the samples.
     virtual s64 skip_frames(s64 time, s64 count) = 0;
 
+    // Samples that an input goes past before the others follow: where several share a reading, what
+    // one of them has left behind is kept for the rest.
+    static constexpr s64 longest_lead = 48000;
+
   private:
     bool next_frame();
     s64 use(s64 samples);

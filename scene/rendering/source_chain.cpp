@@ -1,6 +1,7 @@
 #include "scene/rendering/source_chain.hpp"
 
 #include <algorithm>
+#include <cstdint>
 
 namespace earshot_scene {
 
@@ -47,11 +48,18 @@ std::size_t source_chain::read(s32 *mono, std::size_t frames) {
     return got;
 }
 
-// Blocks stay where they are: the roll-off has its steps at their borders.
+// Blocks stay where they are: the roll-off has its steps at their borders. The one in which the way
+// ends waits for the next read where it can: what shares a reading with others had better not read
+// before they have come as far.
 s64 source_chain::skip(s64 frames) {
     const s64 block = static_cast<s64>(block_.size());
-    s64 done = use(frames);
+    s64 done = use(frames) - owed_;
+    owed_ = 0;
     done += skip_blocks((frames - done) / block);
+    if (const auto rest = left()) {
+        owed_ = std::min(frames - done, *rest);
+        return done + owed_;
+    }
     while (done < frames && (used_ < made_ || fill())) done += use(frames - done);
     return done;
 }
@@ -71,8 +79,19 @@ s64 source_chain::skip_blocks(s64 count) {
     silence_ -= waited;
     const s64 done = waited + input_.skip(frames - waited);
     ended_ = done < frames;
+    position_ += done;
     if (rolloff_) rolloff_->skip(done);
     return done;
+}
+
+// How much there is after the block, where that is known and a block can be left out.
+std::optional<s64> source_chain::left() const {
+    if (blocker_ || used_ < made_) return std::nullopt;
+    if (ended_) return 0;
+    if (endless()) return INT64_MAX;
+    const auto length = frames();
+    if (!length) return std::nullopt;
+    return *length - position_;
 }
 
 bool source_chain::fill() {
@@ -83,8 +102,11 @@ bool source_chain::fill() {
     const std::size_t sounding = input_.read(block_.data() + made_, block_.size() - made_);
     condition(block_.data() + made_, sounding);
     made_ += sounding;
+    position_ += static_cast<s64>(made_);
     ended_ = made_ < block_.size();
     if (rolloff_) rolloff_->process(block_.data(), made_);
+    used_ = std::min(static_cast<std::size_t>(owed_), made_);
+    owed_ = 0;
     return made_ > 0;
 }
 

@@ -35,6 +35,7 @@ class source_chain : public frame_source {
     bool fill();
     s64 use(s64 frames);
     s64 skip_blocks(s64 count);
+    std::optional<s64> left() const;
     void wait();
     void condition(s32 *mono, std::size_t frames);
 
@@ -47,6 +48,8 @@ class source_chain : public frame_source {
     std::vector<s32> block_; // what is handed out, and how much of it has been
     std::size_t used_ = 0;
     std::size_t made_ = 0;
+    s64 position_ = 0; // of the end of the block
+    s64 owed_ = 0;     // frames of the next block that have been skipped
     bool ended_ = false;
 };
 

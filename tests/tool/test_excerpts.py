@@ -78,7 +78,8 @@ class Excerpts(ExcerptTest):
         self.write("1n.wav", wav(noise(4 * 20000, 16, 3, 0.2), 4, 16, 44100))
         self.write("3.wav", wav(noise(16 * 9000, 16, 4, 0.1), 16))
         self.write("k.csv", b"0.05,30,10\n0.11,-60,0,20,0\n0.3,90,5\n")
-        self.write("t.csv", b"time,yaw,pitch,roll\n0,0,0,0\n0.1,70,20,30\n0.15,-90,0,0\n")
+        self.write("t.csv", b"".join(b"%.4f,%d,%d,%d\n" % (k * 0.0071, k * 33 % 360 - 180, k, -k)
+                                     for k in range(60)))
         keyframes = "--keyframes", "k.csv", "--focus", "90,0"
         track = "--track", "t.csv"
         for channels, bits, *args in ((4, 16, "rotate", "1.wav", *keyframes),
@@ -86,11 +87,15 @@ class Excerpts(ExcerptTest):
                                       (4, 24, "rotate", "1.wav", "--input-format", "fuma"),
                                       (2, 16, "binauralize", "1.wav", *keyframes),
                                       (4, 16, "rotate", "1.wav", "--focus", "90,0", *track),
-                                      (16, 16, "rotate", "3.wav", *track),
                                       (2, 24, "binauralize", "3.wav", *track),
                                       (2, 24, "binauralize", "3.wav", "--guard", "1"),
+                                      (4, 16, "rotate", "1n.wav", *keyframes, "--roll=-50"),
+                                      (16, 16, "rotate", "3.wav", *track),
+                                      (2, 16, "binauralize", "3.wav", "--keyframes", "t.csv"),
                                       (25, 16, "encode", "a.wav", "--order=4", "--orbit=0.1")):
             self.holds(channels, bits, *args)
+        # Rows that lie after the beginning of a part are used.
+        self.tool("rotate", "1.wav", "--keyframes", "k.csv", "--from", "0.2", "-o", "o.wav")
 
     def test_formats(self):
         """Files of any program, at any place, by the sample."""

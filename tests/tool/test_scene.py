@@ -181,6 +181,26 @@ class Memory(SceneTest):
             scene = scene_of(*sources)
             self.assertLess(self.peak(scene, long) - self.peak(scene, short), 8 << 10)
 
+    def test_parts_of_wide_sounds(self):
+        """What lies before a part, 63 MiB of 12 channels, is kept for none of them."""
+        bytes_of_sound = 24 * 30 * 48000
+        for name, claimed in ("bed.wav", bytes_of_sound), ("stream.wav", 0xFFFFFFFF):
+            self.write(name, wav([], 12, claimed=claimed))
+            os.truncate(name, 44 + bytes_of_sound)
+        for name, dc_block in ("scene.json", False), ("blocked.json", True):
+            self.write(name, text(scene_of({"file": "bed.wav", "layout": "7.1.4", "start": 0.01,
+                                            "dc_block": dc_block})))
+
+        def peak(*args):
+            with subprocess.Popen(["cat", "stream.wav"], stdout=subprocess.PIPE) as pipe:
+                code, message, peak = self.run_measured(
+                    "render", *args, "-q", "-o", "/dev/null", stdin=pipe.stdout)
+                pipe.stdout.close()
+            self.assertEqual((code, message), (0, ""), args)
+            return peak
+
+        for args in (["bed.wav"], ["scene.json", "--field=1"], ["blocked.json"], ["-s", "-@7.1.4"]):
+            self.assertLess(peak(*args, "--from=29.9") - peak(*args, "--to=0.1"), 8 << 10, args)
 
     def test_texts_of_any_size(self):
         """They are not read further than to their bound, nor do they become anything."""

@@ -33,7 +33,8 @@ std::size_t rotated_field::read(s32 *interleaved, std::size_t frames) {
     return got;
 }
 
-// The effect remembers its ramps and no samples: silence takes it as far.
+// The effect remembers its ramps and no samples: silence takes it as far. A turn belongs to its
+// frame.
 s64 rotated_field::skip(s64 frames) {
     const s64 got = source_.skip(frames);
     position_ += got;

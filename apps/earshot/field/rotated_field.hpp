@@ -34,7 +34,7 @@ class rotated_field : public frame_source {
     std::size_t read(s32 *interleaved, std::size_t frames) override;
     s64 skip(s64 frames) override;
 
-    // Frames read, and samples clipped, so far.
+    // Frames read or skipped, and samples clipped, so far.
     s64 position() const { return position_; }
     u64 layout_clipped() const { return layout_clipped_; }
     u64 rotation_clipped() const;
