@@ -2,9 +2,9 @@
 
 #include <utility>
 
-#include "commands/binaural_plan.hpp"
 #include "commands/commands.hpp"
 #include "commands/engine_choice.hpp"
+#include "commands/rendering_plan.hpp"
 #include "commands/rotation_plan.hpp"
 #include "error.hpp"
 #include "scene/rendering/table_engine.hpp"
@@ -13,7 +13,7 @@ namespace earshot_tool {
 
 namespace {
 
-struct binauralize_options : binaural_options, head_options {
+struct binauralize_options : rendering_options, head_options {
     std::string field;
     channel_layout layout = channel_layout::ambix;
     rotation_options rotation;
@@ -59,7 +59,7 @@ void binauralize(const binauralize_options &options) {
     if (options.goal.reads_twice() && options.field == "-")
         throw usage_error(options.goal.option() +
                           " reads the input twice, which standard input cannot");
-    binaural_plan plan(options);
+    rendering_plan plan(options);
     const engine_choice engine(options, plan.out);
     engine.check_field();
     plan.head = engine.text();
@@ -80,7 +80,7 @@ void add_binauralize(CLI::App &app, action &chosen) {
     add_input_format(*command, options->layout);
     add_rotation_options(*command, options->rotation);
     add_head(*command, *options);
-    add_binaural_options(*command, *options);
+    add_rendering_options(*command, *options);
     command->callback([options, &chosen] { chosen = [options] { binauralize(*options); }; });
 }
 

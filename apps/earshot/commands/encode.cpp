@@ -4,9 +4,9 @@
 #include <memory>
 
 #include "audio/channel_picker.hpp"
-#include "commands/binaural_plan.hpp"
 #include "commands/commands.hpp"
 #include "commands/placed_sources.hpp"
+#include "commands/rendering_plan.hpp"
 #include "error.hpp"
 #include "field/spherical_harmonics.hpp"
 #include "scene/motion/track.hpp"
@@ -107,12 +107,12 @@ void encode_recording(const encode_options &options) {
 // Converted to one rate where theirs differ; there is no width that all of them have.
 void encode_sources(const encode_options &options) {
     check_sources(options, "");
-    binaural_options output;
+    rendering_options output;
     const int default_bits = output.output.default_bits;
     output.output = options.output;
     output.output.default_bits = default_bits;
     output.talk = options.talk;
-    binaural_plan plan(output, channels_of_order(options.order));
+    rendering_plan plan(output, channels_of_order(options.order));
     const placed_scene scene = scene_of(options);
     plan.single_input = only_file(scene.file);
     plan.open = [&] {

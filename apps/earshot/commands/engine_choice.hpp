@@ -3,7 +3,7 @@
 
 #include <memory>
 
-#include "commands/binaural_options.hpp"
+#include "commands/rendering_options.hpp"
 #include "heads/listening_head.hpp"
 #include "scene/rendering/binaural_engine.hpp"
 

@@ -2,10 +2,10 @@
 // for two ears or into a field.
 
 #include "audio/sound_header.hpp"
-#include "commands/binaural_plan.hpp"
 #include "commands/commands.hpp"
 #include "commands/engine_choice.hpp"
 #include "commands/placed_sources.hpp"
+#include "commands/rendering_plan.hpp"
 #include "error.hpp"
 #include "field/spherical_harmonics.hpp"
 #include "scene/rendering/field_stream.hpp"
@@ -15,7 +15,7 @@ namespace earshot_tool {
 
 namespace {
 
-struct render_options : binaural_options, head_options, placed_options {
+struct render_options : rendering_options, head_options, placed_options {
     std::string scene;    // or a sound
     int frame = 0;        // 0: the longest that is possible
     int field_order = 0;  // 0: for two ears
@@ -42,7 +42,7 @@ placed_scene placed(const render_options &options) {
 }
 
 void render_placed(const render_options &options) {
-    binaural_plan plan(options);
+    rendering_plan plan(options);
     const placed_scene scene = placed(options);
     const std::size_t length = frame_length(options);
     const earshot_scene::scene &content = scene.file.content;
@@ -68,7 +68,7 @@ void check_scene(const render_options &options) {
 void render_scene(const render_options &options) {
     check_scene(options);
     if (options.frame != 0) throw usage_error("--frame: the frames of a scene have 96 samples");
-    binaural_plan plan(options);
+    rendering_plan plan(options);
     const scene_file scene = read_scene(options.scene);
     const guard_choice guard =
         guard_for(options, headroom_for(scene.content).guard, scene.content.sources.size());
@@ -101,7 +101,7 @@ void render_field(const render_options &options) {
     check_field(options);
     const bool is_scene = !options.scene.empty() && !is_sound(options);
     if (is_scene) check_scene(options);
-    binaural_plan plan(options, channels_of_order(options.field_order));
+    rendering_plan plan(options, channels_of_order(options.field_order));
     placed_scene scene;
     if (is_scene)
         scene.file = read_scene(options.scene);
@@ -150,7 +150,7 @@ void add_render(CLI::App &app, action &chosen) {
     command->add_flag("--no-head", options->no_head,
                       "With --field: leave the listener's turns to who plays the field");
     add_placement(*command, *options);
-    add_binaural_options(*command, *options);
+    add_rendering_options(*command, *options);
     command->callback([options, &chosen] { chosen = [options] { render(*options); }; });
 }
 

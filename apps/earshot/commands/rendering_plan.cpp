@@ -1,4 +1,4 @@
-#include "commands/binaural_plan.hpp"
+#include "commands/rendering_plan.hpp"
 
 #include "error.hpp"
 #include "field/spherical_harmonics.hpp"
@@ -32,7 +32,7 @@ std::string text_of_field(const rendering &work) {
            counted(static_cast<u64>(channels), "channel");
 }
 
-void describe(const rendering &work, const binaural_plan &plan) {
+void describe(const rendering &work, const rendering_plan &plan) {
     describe_inputs(work, plan.out);
     plan.out.detail((work.engine ? text_of(*work.engine) : text_of_field(work)) + ", writing " +
                     bits(plan.format.width) + " at " + std::to_string(plan.format.rate) + " Hz");
@@ -48,7 +48,7 @@ void require_second_reading(const rendering &work, const level_goal &goal) {
                                    "cannot be read twice, which " + goal.option() + " needs");
 }
 
-void check_length(const rendering &work, const binaural_plan &plan) {
+void check_length(const rendering &work, const rendering_plan &plan) {
     const auto frames = work.stream->frames();
     if (frames && !plan.output.span.to)
         check_length(plan.output.path, plan.format,
@@ -56,7 +56,7 @@ void check_length(const rendering &work, const binaural_plan &plan) {
 }
 
 // Renders once to measure, if the level depends on the sound, and opens the work anew.
-output_level level_for(std::unique_ptr<rendering> &work, const binaural_plan &plan) {
+output_level level_for(std::unique_ptr<rendering> &work, const rendering_plan &plan) {
     output_level level;
     if (plan.goal.reads_twice()) {
         require_second_reading(*work, plan.goal);
@@ -77,14 +77,14 @@ void report_unsafe_frames(const rendering &work, const std::string &name, const 
 
 } // namespace
 
-binaural_plan::binaural_plan(const binaural_options &options, int channels)
+rendering_plan::rendering_plan(const rendering_options &options, int channels)
     : out(options.talk), output(options.output),
       format(format_for(output, channels, binaural_rate)),
       full_scale(full_scale_of(output, format)), gain(options.gain), goal(options.goal) {
     check_level_goal(goal, gain.has_value());
 }
 
-void carry_out(const binaural_plan &plan) {
+void carry_out(const rendering_plan &plan) {
     std::unique_ptr<rendering> work = plan.open();
     describe(*work, plan);
     check_length(*work, plan);

@@ -1,4 +1,4 @@
-#include "commands/binaural_options.hpp"
+#include "commands/rendering_options.hpp"
 
 #include <cmath>
 
@@ -22,7 +22,7 @@ int parse_guard(const std::string &text) {
 
 } // namespace
 
-void add_binaural_options(CLI::App &command, binaural_options &options) {
+void add_rendering_options(CLI::App &command, rendering_options &options) {
     add_output_options(command, options.output);
     command
         .add_option_function<std::string>(
@@ -42,7 +42,7 @@ void add_binaural_options(CLI::App &command, binaural_options &options) {
     add_verbosity(command, options.talk);
 }
 
-guard_choice guard_for(const binaural_options &options, int safe, std::size_t sources) {
+guard_choice guard_for(const rendering_options &options, int safe, std::size_t sources) {
     if (options.guard && *options.guard > safe)
         throw usage_error("--guard: " + std::to_string(*options.guard) + " is more than the safe " +
                           std::to_string(safe) + " for " + counted(sources, "source"));

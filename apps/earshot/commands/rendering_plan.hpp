@@ -5,15 +5,15 @@
 
 #include <functional>
 
-#include "commands/binaural_options.hpp"
 #include "commands/delivery.hpp"
 #include "commands/rendering.hpp"
+#include "commands/rendering_options.hpp"
 
 namespace earshot_tool {
 
-struct binaural_plan {
+struct rendering_plan {
     // Throws usage_error for an output that cannot be written.
-    explicit binaural_plan(const binaural_options &options, int channels = 2);
+    explicit rendering_plan(const rendering_options &options, int channels = 2);
 
     console out;
     output_options output;
@@ -30,6 +30,6 @@ struct binaural_plan {
 };
 
 // Renders to the plan's output.
-void carry_out(const binaural_plan &plan);
+void carry_out(const rendering_plan &plan);
 
 } // namespace earshot_tool

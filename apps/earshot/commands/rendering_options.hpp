@@ -1,4 +1,5 @@
-// What the command line can say to every command that renders for two ears.
+// What the command line can say to every command that renders sources, for two ears or into a
+// field.
 #pragma once
 
 #include <optional>
@@ -8,8 +9,8 @@
 
 namespace earshot_tool {
 
-struct binaural_options {
-    binaural_options() { output.default_bits = 24; }
+struct rendering_options {
+    rendering_options() { output.default_bits = 24; }
 
     output_options output;
     std::optional<int> guard; // bits; nothing: as many as are safe
@@ -18,7 +19,7 @@ struct binaural_options {
     verbosity talk;
 };
 
-void add_binaural_options(CLI::App &command, binaural_options &options);
+void add_rendering_options(CLI::App &command, rendering_options &options);
 
 // Bits of headroom inside.
 struct guard_choice {
@@ -27,6 +28,6 @@ struct guard_choice {
 };
 
 // The guard for so many sources. Throws usage_error where the options ask for more than is safe.
-guard_choice guard_for(const binaural_options &options, int safe, std::size_t sources);
+guard_choice guard_for(const rendering_options &options, int safe, std::size_t sources);
 
 } // namespace earshot_tool
