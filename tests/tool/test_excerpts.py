@@ -196,6 +196,9 @@ class Join(ExcerptTest):
                 ("a.mp3: is MPEG-1/2 Audio, MPEG Layer III" + whole_numbers, "a.mp3"),
                 ("o.wav: No such file or directory", "a.wav", "o.wav")):
             self.fails(2, message, "join", *pieces, "-o", "o.wav")
+        for name in "o.mp3", "o.opus", "o.ogg":
+            self.fails(1, name + ": this format does not keep samples as they are; join to .wav or "
+                       ".flac, and make another file of that", "join", "r.wav", "-o", name)
         self.fails(2, "c.wav: is also an input and is not replaced; name another output",
                    "join", "c.wav", "-o", "c.wav")
         self.fails(1, "join: only one piece can be standard input", "join", "-", "-", "-o", "o.wav",
