@@ -73,6 +73,17 @@ class Excerpts(ExcerptTest):
                             (16, "--no-dither", "--gain", "12"), (24, "--normalize")):
             self.holds(2, bits, "render", "s.json", *args, cuts=6)
 
+    def test_beds(self):
+        """Several channels of one reading, converted, measured, turned, and as a field."""
+        self.write("bed.wav", wav(noise(6 * 9000, 16, 9, 0.1), 6, 16, 44100))
+        subprocess.run(["sox", "bed.wav", "bed.ogg"], check=True)
+        loudness = "--rate", "44100", "--loudness=-20"
+        for channels, bits, rate, *args in (
+                (2, 16, 44100, "render", "-s", "bed.ogg@5.1", *loudness),
+                (2, 24, RATE, "render", "-s", "bed.wav@5.1,-6dB", "-s", "a.wav@0,0", "--orbit=0.3"),
+                (9, 24, RATE, "render", "bed.wav", "--field=2", "--normalize")):
+            self.holds(channels, bits, *args, rate=rate, cuts=4)
+
     def test_fields(self):
         self.write("1.wav", wav(noise(4 * 20000, 24, 3, 0.2), 4, 24))
         self.write("1n.wav", wav(noise(4 * 20000, 16, 3, 0.2), 4, 16, 44100))
