@@ -1,8 +1,9 @@
 /*
  * Sound files of any bytes: an error of the tool's, or samples that are the same when they are read
- * once more.
+ * once more, and texts that fit into any other file.
  */
 #include "audio/audio_input.hpp"
+#include "audio/sound_tags.hpp"
 #include "error.hpp"
 
 #include <algorithm>
@@ -38,10 +39,20 @@ std::vector<s32> read_some(audio_input &in) {
     return sound;
 }
 
+void check_text(const std::string &text) {
+    require(text.size() <= 1000);
+    require(std::none_of(text.begin(), text.end(),
+                         [](unsigned char byte) { return byte < 0x20 || byte == 0x7F; }));
+}
+
 void read_twice(const std::string &name) {
     audio_input in(name);
     require(in.channels() > 0 && in.rate() > 0 && in.frames().value_or(0) >= 0);
     require(!in.description().empty() && in.width() >= 16 && in.width() <= 32);
+    const std::size_t speakers = in.speakers().size();
+    require(speakers == 0 || speakers == static_cast<std::size_t>(in.channels()));
+    const sound_tags tags = read_tags(name, in);
+    for (const std::string &text : {tags.title, tags.artist, tags.comment}) check_text(text);
     const std::vector<s32> once = read_some(in);
     in.rewind();
     const std::vector<s32> again = read_some(in);

@@ -284,6 +284,11 @@ class OutputFailures(ToolTest):
         self.fails(2, "none/out.wav: its folder is not there; make it first", "rotate", "in.wav", "-o",
                    "none/out.wav")
         self.fails(2, "/dev/full: No space left on device", "rotate", "in.wav", "-o", "/dev/full")
+        for name in "full.ogg", "full.opus", "full.mp3", "full.flac":
+            os.symlink("/dev/full", name)
+            result = self.fails(2, name + ": No space left on device", "render", "-s",
+                                "in.wav:1@0,0", "-o", name)
+            self.assertEqual(result.stdout, b"")
         os.mkfifo("pipe.wav")
         reader = subprocess.Popen(["cat", "pipe.wav"], stdout=subprocess.PIPE)
         self.fails(1, "pipe.wav: only AU (.au) and --raw can be written to a pipe", "rotate",

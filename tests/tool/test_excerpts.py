@@ -73,6 +73,17 @@ class Excerpts(ExcerptTest):
                             (16, "--no-dither", "--gain", "12"), (24, "--normalize")):
             self.holds(2, bits, "render", "s.json", *args, cuts=6)
 
+    def test_beds(self):
+        """Several channels of one reading, converted, measured, turned, and as a field."""
+        self.write("bed.wav", wav(noise(6 * 9000, 16, 9, 0.1), 6, 16, 44100))
+        subprocess.run(["sox", "bed.wav", "bed.ogg"], check=True)
+        loudness = "--rate", "44100", "--loudness=-20"
+        for channels, bits, rate, *args in (
+                (2, 16, 44100, "render", "-s", "bed.ogg@5.1", *loudness),
+                (2, 24, RATE, "render", "-s", "bed.wav@5.1,-6dB", "-s", "a.wav@0,0", "--orbit=0.3"),
+                (9, 24, RATE, "render", "bed.wav", "--field=2", "--normalize")):
+            self.holds(channels, bits, *args, rate=rate, cuts=4)
+
     def test_fields(self):
         self.write("1.wav", wav(noise(4 * 20000, 24, 3, 0.2), 4, 24))
         self.write("1n.wav", wav(noise(4 * 20000, 16, 3, 0.2), 4, 16, 44100))
@@ -197,6 +208,9 @@ class Join(ExcerptTest):
                 ("a.mp3: is MPEG-1/2 Audio, MPEG Layer III" + whole_numbers, "a.mp3"),
                 ("o.wav: No such file or directory", "a.wav", "o.wav")):
             self.fails(2, message, "join", *pieces, "-o", "o.wav")
+        for name in "o.mp3", "o.opus", "o.ogg":
+            self.fails(1, name + ": this format does not keep samples as they are; join to .wav or "
+                       ".flac, and make another file of that", "join", "r.wav", "-o", name)
         self.fails(2, "c.wav: is also an input and is not replaced; name another output",
                    "join", "c.wav", "-o", "c.wav")
         self.fails(1, "join: only one piece can be standard input", "join", "-", "-", "-o", "o.wav",

@@ -366,6 +366,19 @@ class Sources(ToolTest):
                     peak = max(range(expected), key=lambda i: out[4 * i])
                     self.assertAlmostEqual(peak, at * 48000 / rate, delta=1)
 
+    def test_converted_sound_keeps_its_end(self):
+        """A constant stays one, of the right length, but for the filter's own at either end."""
+        draw = random.Random(5)
+        for _ in range(24):
+            rate = draw.choice([8000, 44100, 96000, draw.randrange(4000, 200000)])
+            frames = draw.randrange(1, 8000)
+            data = wav([2 ** 22] * 4 * frames, 4, 24, rate)
+            w = self.samples("rotate", data, "-q", bits=32)[::4]
+            self.assertEqual(len(w), (2 * frames * 48000 + rate) // (2 * rate), (rate, frames))
+            edge = 200 * max(48000, rate) // rate
+            for sample in w[edge:-edge]:
+                self.assertAlmostEqual(sample / 2 ** 30, 1, delta=1e-3, msg=(rate, frames))
+
     def test_converted_sound_has_no_gaps(self):
         """Whatever of it the last block of the file is."""
         for frames in range(18432, 20480, 256):

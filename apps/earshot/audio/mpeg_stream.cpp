@@ -63,20 +63,27 @@ mpeg_stream::mpeg_stream(file_reader &reader, byte_source &in, s64 begin) : name
     int status = MPG123_OK;
     handle_.reset(mpg123_new(nullptr, &status));
     require(status);
-    // The samples as they are decoded, without the padding that an encoder put around them.
-    constexpr long flags =
-        MPG123_QUIET | MPG123_FORCE_FLOAT | MPG123_GAPLESS | MPG123_NO_FRANKENSTEIN;
+    constexpr long flags = MPG123_QUIET | MPG123_FORCE_FLOAT | MPG123_NO_FRANKENSTEIN;
     require(mpg123_param(handle_.get(), MPG123_ADD_FLAGS, flags, 0));
-    require(mpg123_param(handle_.get(), MPG123_REMOVE_FLAGS, MPG123_AUTO_RESAMPLE, 0));
+    require(
+        mpg123_param(handle_.get(), MPG123_REMOVE_FLAGS, MPG123_AUTO_RESAMPLE | MPG123_GAPLESS, 0));
     require(mpg123_replace_reader_handle(handle_.get(), read_bytes, seek_bytes, nullptr));
-    reader.seek(in.begin(), SEEK_SET);
-    require(mpg123_open_handle(handle_.get(), &reader));
+    open(reader, in.begin());
     check_frames(in, begin);
+    // The samples as they are decoded, without the padding that an encoder put around them. Frames
+    // of nothing else are not seen then, and would not have been counted.
+    require(mpg123_param(handle_.get(), MPG123_ADD_FLAGS, MPG123_GAPLESS, 0));
+    open(reader, in.begin());
     require(mpg123_scan(handle_.get()));
     rewind();
     frames_ = mpg123_length(handle_.get());
     if (frames_ < 0)
         throw damaged_file(name_, "damaged header: it announces more padding than samples");
+}
+
+void mpeg_stream::open(file_reader &reader, s64 begin) {
+    reader.seek(begin, SEEK_SET);
+    require(mpg123_open_handle(handle_.get(), &reader));
 }
 
 // Goes through all frames once: the last has to be whole, and there have to be as many as

@@ -33,6 +33,7 @@ class mpeg_stream {
         void operator()(mpg123_handle *handle) const { mpg123_delete(handle); }
     };
 
+    void open(file_reader &reader, s64 begin);
     void check_frames(byte_source &in, s64 begin);
     void require(int status) const;
 

@@ -109,6 +109,11 @@ double default_quality(container kind) {
     }
 }
 
+// libsndfile has no text for what encoders return below 0, and prints that to standard output.
+const char *text_of(int error) {
+    return error < 0 ? "its encoder has failed" : sf_error_number(error);
+}
+
 constexpr std::size_t wave_head_bytes = 256;
 
 u32 little_endian(const unsigned char *bytes) {
@@ -162,7 +167,7 @@ class sndfile_writer : public sample_writer {
     void write(const s32 *interleaved, std::size_t frames) override {
         const auto count = static_cast<sf_count_t>(frames);
         if (sf_writef_int(sound_, interleaved, count) != count || bytes_.error != 0)
-            fail(sf_strerror(sound_));
+            fail(text_of(sf_error(sound_)));
         frames_ += count;
         check_length(file_.name(), format_, frames_);
     }
@@ -171,7 +176,7 @@ class sndfile_writer : public sample_writer {
         SNDFILE *sound = sound_;
         sound_ = nullptr;
         const int status = sf_close(sound);
-        if (status != 0 || bytes_.error != 0) fail(sf_error_number(status));
+        if (status != 0 || bytes_.error != 0) fail(text_of(status));
         if (format_.kind == container::wav) mend_wave_format();
     }
 

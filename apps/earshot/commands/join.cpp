@@ -85,15 +85,19 @@ std::vector<std::unique_ptr<audio_input>> open_pieces(const std::vector<std::str
     return pieces;
 }
 
+void check_output(const output_options &output) {
+    if (is_lossy(choose_container(output.path, output.raw)))
+        throw usage_error(output.path +
+                          ": this format does not keep samples as they are; join to .wav or .flac, "
+                          "and make another file of that");
+}
+
 void join(const join_options &options) {
     const console out(options.talk);
+    check_output(options.output);
     auto pieces = open_pieces(options.pieces, out);
     const audio_input &first = *pieces[0];
     output_format format = format_for(options.output, first, first.channels(), first.rate());
-    if (is_lossy(format.kind))
-        throw usage_error(options.output.path +
-                          ": this format does not keep samples as they are; join to .wav or .flac, "
-                          "and make another file of that");
     format.computed_width = format.width;
     joined_pieces whole(std::move(pieces));
     report(out, deliver(whole, options.output, format, out));
