@@ -83,7 +83,7 @@ void audio_input::open_stream() {
         open_mpeg(bytes, header);
     else
         open_coded();
-    speakers_ = channel_speakers(header, channels());
+    speakers_ = channel_speakers(header, info_.channels);
 }
 
 // The samples lie in the file as they are: libsndfile reads them without the header.
