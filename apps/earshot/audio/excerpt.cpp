@@ -54,7 +54,7 @@ void excerpt::require_frames() const {
 }
 
 void excerpt::fail_at_end(s64 frames) const {
-    const double seconds = static_cast<double>(frames) / rate();
+    const double seconds = static_cast<double>(frames) / whole_.rate();
     throw processing_error(name_, "there is nothing after --from " + number_text(span_.from) +
                                       ": the whole has " +
                                       number_text(std::round(seconds * 1e6) / 1e6) + " seconds, " +
