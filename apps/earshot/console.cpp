@@ -66,6 +66,15 @@ void print(const std::string &text) {
         throw processing_error("standard output", system_cause(errno));
 }
 
+std::string fixed(double value, int decimals) {
+    char text[64];
+    std::snprintf(text, sizeof text, "%.*f", decimals, value);
+    const std::string result = text;
+    return result.find_first_of("123456789") == std::string::npos && result[0] == '-'
+               ? result.substr(1)
+               : result;
+}
+
 std::string clock_time(s64 seconds) {
     char text[40];
     std::snprintf(text, sizeof text, "%lld:%02d:%02d", static_cast<long long>(seconds / 3600),

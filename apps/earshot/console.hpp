@@ -60,6 +60,9 @@ class progress {
 // Prints a result on standard output; a failure, as on a full disk, is an error like any other.
 void print(const std::string &text);
 
+// With so many decimals, and without a minus before what prints as zero.
+std::string fixed(double value, int decimals);
+
 // "h:mm:ss" for short spans of time as well as long ones.
 std::string clock_time(s64 seconds);
 

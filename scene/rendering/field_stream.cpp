@@ -3,8 +3,6 @@
 #include <algorithm>
 #include <utility>
 
-#include "scene/rendering/scene_mover.hpp"
-
 namespace earshot_scene {
 
 namespace {
@@ -13,15 +11,11 @@ constexpr std::size_t frame_length = field_mixer::frame_length;
 
 } // namespace
 
-field_stream::field_stream(const scene &scene, const std::vector<frame_source *> &inputs, int order)
-    : field_stream(scene, inputs, order, scene_mover(scene)) {}
-
 field_stream::field_stream(const scene &scene, const std::vector<frame_source *> &inputs, int order,
                            source_mover move)
-    : scene_parts(scene, inputs),
+    : scene_parts(scene, inputs, std::move(move)),
       rendered_stream((order + 1) * (order + 1), frame_length, headroom), duration_(scene.duration),
-      move_(std::move(move)), mixer_(order, inputs.size()), samples_(inputs.size() * frame_length) {
-}
+      mixer_(order, inputs.size()), samples_(inputs.size() * frame_length) {}
 
 std::optional<s64> field_stream::frames() const {
     return duration_ ? duration_ : longest_of(sources);
@@ -33,7 +27,7 @@ rendered_stream::rendered_frame field_stream::render_frame(s32 *interleaved, s64
         duration_ ? static_cast<std::size_t>(std::clamp<s64>(*duration_ - time, 0, frame_length))
                   : sounding;
     if (length == 0) return {0, 0};
-    move_(mixer_, time + static_cast<s64>(mixer_.placed_at()));
+    mover(mixer_, time + static_cast<s64>(mixer_.placed_at()));
     return {length, mixer_.process(samples_.data(), interleaved)};
 }
 
@@ -44,7 +38,7 @@ s64 field_stream::skip_frames(s64 time, s64 count) {
     for (s64 left = wanted; left > 0; left -= longest_lead)
         sounding += skip_sources(std::min(left, longest_lead));
     const s64 skipped = duration_ ? wanted : sounding;
-    skip_places(mixer_, move_, time, time + skipped, frame_length);
+    skip_places(mixer_, mover, time, time + skipped, frame_length);
     return skipped;
 }
 

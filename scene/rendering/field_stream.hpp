@@ -12,9 +12,8 @@ namespace earshot_scene {
 class field_stream : private scene_parts, public rendered_stream {
   public:
     // Order 1 to 4. inputs and move: as for a scene_stream.
-    field_stream(const scene &scene, const std::vector<frame_source *> &inputs, int order);
     field_stream(const scene &scene, const std::vector<frame_source *> &inputs, int order,
-                 source_mover move);
+                 source_mover move = {});
 
     int rate() const override { return scene_rate; }
     std::optional<s64> frames() const override;
@@ -26,7 +25,6 @@ class field_stream : private scene_parts, public rendered_stream {
     std::size_t read_sources();
 
     std::optional<s64> duration_;
-    source_mover move_;
     field_mixer mixer_;
     std::vector<s32> samples_; // of a frame, source after source
 };

@@ -36,20 +36,19 @@ scene_headroom headroom_for(const scene &scene) {
     return {gain, std::min(by_sum, safe_guard(filter_tables::directions, scene.sources.size()))};
 }
 
-scene_parts::scene_parts(const scene &scene, const std::vector<frame_source *> &inputs)
-    : headroom(headroom_for(scene).gain) {
+scene_parts::scene_parts(const scene &scene, const std::vector<frame_source *> &inputs,
+                         source_mover move)
+    : headroom(headroom_for(scene).gain), mover(std::move(move)) {
+    if (!mover) mover = scene_mover(scene);
     for (std::size_t k = 0; k < inputs.size(); ++k)
         chains.emplace_back(scene.sources[k], scene.listener, *inputs[k], headroom);
     for (source_chain &chain : chains) sources.push_back(&chain);
 }
 
 scene_stream::scene_stream(const scene &scene, const std::vector<frame_source *> &inputs,
-                           binaural_engine &engine)
-    : scene_stream(scene, inputs, engine, scene_mover(scene)) {}
-
-scene_stream::scene_stream(const scene &scene, const std::vector<frame_source *> &inputs,
                            binaural_engine &engine, source_mover move)
-    : scene_parts(scene, inputs), binaural_stream(engine, sources, std::move(move), headroom) {
+    : scene_parts(scene, inputs, std::move(move)),
+      binaural_stream(engine, sources, mover, headroom) {
     if (scene.duration) set_duration(*scene.duration);
 }
 

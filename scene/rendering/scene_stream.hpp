@@ -24,9 +24,11 @@ scene_headroom headroom_for(const scene &scene);
 
 // What a stream of a scene is made of, before there is a stream.
 struct scene_parts {
-    scene_parts(const scene &scene, const std::vector<frame_source *> &inputs);
+    // move: where the sources are, if not where the scene says.
+    scene_parts(const scene &scene, const std::vector<frame_source *> &inputs, source_mover move);
 
     int headroom; // bits
+    source_mover mover;
     std::deque<source_chain> chains;
     std::vector<frame_source *> sources; // the chains
 };
@@ -44,11 +46,7 @@ class scene_stream : private scene_parts, public binaural_stream {
     //
     // Where all sources loop and the scene has no duration, the stream does not end.
     scene_stream(const scene &scene, const std::vector<frame_source *> &inputs,
-                 binaural_engine &engine);
-
-    // The same with sources that are where something else than the scene says.
-    scene_stream(const scene &scene, const std::vector<frame_source *> &inputs,
-                 binaural_engine &engine, source_mover move);
+                 binaural_engine &engine, source_mover move = {});
 };
 
 } // namespace earshot_scene

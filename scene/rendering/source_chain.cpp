@@ -22,7 +22,7 @@ s64 growth_of(const scene_source &source) {
 
 source_chain::source_chain(const scene_source &source, const scene_listener &listener,
                            frame_source &input, int headroom)
-    : source_(source), input_(input), silence_(source.start),
+    : source_(source), input_(input),
       level_(output_level::decibels(source.gain).raised((source.dc_block ? 1 : 0) - headroom)),
       block_(blocks * distance_gain::block_length) {
     if (source.dc_block) blocker_.emplace();
@@ -75,8 +75,7 @@ s64 source_chain::use(s64 frames) {
 s64 source_chain::skip_blocks(s64 count) {
     if (blocker_ || ended_) return 0;
     const s64 frames = count * static_cast<s64>(block_.size());
-    const s64 waited = std::min(silence_, frames);
-    silence_ -= waited;
+    const s64 waited = std::min(silence(), frames);
     const s64 done = waited + input_.skip(frames - waited);
     ended_ = done < frames;
     position_ += done;
@@ -110,10 +109,12 @@ bool source_chain::fill() {
     return made_ > 0;
 }
 
+// What is left of it before the start.
+s64 source_chain::silence() const { return std::max<s64>(source_.start - position_, 0); }
+
 void source_chain::wait() {
-    const s64 count = std::min(silence_, static_cast<s64>(block_.size()));
+    const s64 count = std::min(silence(), static_cast<s64>(block_.size()));
     std::fill_n(block_.data(), count, 0);
-    silence_ -= count;
     made_ = static_cast<std::size_t>(count);
 }
 

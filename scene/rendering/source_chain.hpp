@@ -36,12 +36,12 @@ class source_chain : public frame_source {
     s64 use(s64 frames);
     s64 skip_blocks(s64 count);
     std::optional<s64> left() const;
+    s64 silence() const;
     void wait();
     void condition(s32 *mono, std::size_t frames);
 
     const scene_source &source_;
     frame_source &input_;
-    s64 silence_; // left before the start
     std::optional<dc_blocker> blocker_;
     output_level level_;
     std::optional<distance_gain> rolloff_;

@@ -79,9 +79,9 @@ class stream_writer : public sample_writer {
   private:
     // Many readers take the length for a signed number.
     u32 data_length(std::optional<s64> frames) const {
-        const s64 frame_bytes = s64{format_.channels} * (format_.width / 8);
-        if (!frames || *frames > INT32_MAX / frame_bytes) return au_unknown_length;
-        return static_cast<u32>(*frames * frame_bytes);
+        const s64 each = frame_bytes(format_);
+        if (!frames || *frames > INT32_MAX / each) return au_unknown_length;
+        return static_cast<u32>(*frames * each);
     }
 
     void write_header() {

@@ -19,15 +19,22 @@ std::string in_words(const bed &layout, const loudspeakers &channels) {
 
 } // namespace
 
-bed bed_of(const audio_input &file) {
+std::optional<bed> known_bed(const audio_input &file) {
     if (!file.speakers().empty()) {
-        if (const auto known = layout_like(file.speakers())) return *known;
-        return {names_of(file.speakers()), file.speakers()};
+        if (const auto known = layout_like(file.speakers())) return known;
+        return bed{names_of(file.speakers()), file.speakers()};
     }
-    const int channels = file.channels();
-    if (channels == 1) return {"mono", {loudspeaker::front_centre}};
-    if (const auto layout = layout_of_channels(static_cast<std::size_t>(channels))) return *layout;
-    if (const int order = order_of_channels(channels))
+    if (file.channels() == 1) return bed{"mono", {loudspeaker::front_centre}};
+    return layout_of_channels(static_cast<std::size_t>(file.channels()));
+}
+
+bool may_be_field(const audio_input &file) {
+    return file.speakers().empty() && order_of_channels(file.channels()) != 0;
+}
+
+bed bed_of(const audio_input &file) {
+    if (auto known = known_bed(file)) return *std::move(known);
+    if (const int order = order_of_channels(file.channels()))
         throw processing_error(file.name(), has_channels(file) + ", as a field of order " +
                                                 std::to_string(order) + "; 'earshot binauralize " +
                                                 file.name() + "' renders fields");

@@ -1,6 +1,7 @@
 // Files whose channels are for the loudspeakers of a layout.
 #pragma once
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -11,7 +12,13 @@
 namespace earshot_tool {
 
 // What a file is without anybody saying more: what its header says, or else what its number of
-// channels means. Throws processing_error where that means nothing, or a field.
+// channels means. Nothing where that means no loudspeakers.
+std::optional<bed> known_bed(const audio_input &file);
+
+// Whether its number of channels is that of a field, and its header does not say otherwise.
+bool may_be_field(const audio_input &file);
+
+// The same bed; throws processing_error where there is none.
 bed bed_of(const audio_input &file);
 
 // The same in words: what it is taken as, why, and what else there is.

@@ -38,12 +38,6 @@ s64 measure(native_profiler &profiler, rendered_stream &stream, const console &o
     }
 }
 
-std::string fixed(double value, int digits) {
-    char text[64];
-    std::snprintf(text, sizeof text, "%.*f", digits, value);
-    return text;
-}
-
 std::string line(const std::string &label, const std::string &value) {
     return label + std::string(14 - label.size(), ' ') + value + "\n";
 }

@@ -6,6 +6,7 @@
 #include <memory>
 
 #include "audio/loudness.hpp"
+#include "commands/bed_file.hpp"
 #include "commands/commands.hpp"
 #include "commands/delivery.hpp"
 #include "commands/ear_differences.hpp"
@@ -27,16 +28,6 @@ struct info_options {
     bool library = false;
     verbosity talk;
 };
-
-// Without a minus before a number that prints as zero.
-std::string fixed(double value, int decimals) {
-    char text[64];
-    std::snprintf(text, sizeof text, "%.*f", decimals, value);
-    const std::string result = text;
-    return result.find_first_of("123456789") == std::string::npos && result[0] == '-'
-               ? result.substr(1)
-               : result;
-}
 
 std::string level_text(double decibels) {
     return std::isfinite(decibels) ? fixed(decibels, 2) : "";
@@ -155,14 +146,10 @@ std::string loudness_text(const loudness_meter &meter) {
            line("true peak", measured(meter.true_peak(), " dBTP", "silent"));
 }
 
-// For whose channels a loudness is defined: where the file says so, or there is no doubt. Four or
-// more are rather those of a field.
-loudspeakers loudspeakers_of(const audio_input &in) {
-    if (!in.speakers().empty()) return in.speakers();
-    if (in.channels() == 1) return {loudspeaker::front_centre};
-    if (in.channels() == 4) return {};
-    const auto layout = layout_of_channels(static_cast<std::size_t>(in.channels()));
-    return layout ? layout->speakers : loudspeakers{};
+// For whose channels a loudness is defined: where the file says so, or there is no doubt.
+std::optional<bed> heard_as(const audio_input &in) {
+    if (may_be_field(in)) return std::nullopt;
+    return known_bed(in);
 }
 
 void print_summary(audio_input &in, const info_options &options, const console &out) {
@@ -171,8 +158,7 @@ void print_summary(audio_input &in, const info_options &options, const console &
     s64 peak = 0;
     sound_direction sound(options.layout);
     std::optional<loudness_meter> meter;
-    const loudspeakers heard_from = loudspeakers_of(in);
-    if (!heard_from.empty()) meter.emplace(heard_from, in.rate(), 0x1p-31);
+    if (const auto known = heard_as(in)) meter.emplace(known->speakers, in.rate(), 0x1p-31);
     drain(in, out, [&](const s32 *block, std::size_t frames) {
         peak = std::max(peak, extremes_of(block, frames * channels).peak());
         if (meter) meter->add(block, frames);

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstdio>
 
 #include "audio/loudness.hpp"
 #include "commands/delivery.hpp"
@@ -15,11 +14,8 @@ namespace {
 // A measurement must not clip: 48 dB above full scale are left.
 constexpr int lowered_bits = 8;
 
-std::string fixed(double value) {
-    char text[64];
-    std::snprintf(text, sizeof text, "%.2f", value);
-    return text;
-}
+// As levels are told.
+std::string hundredths(double value) { return fixed(value, 2); }
 
 // Any gain, in hundredths of a decibel.
 output_level level_of(s32 hundredths) {
@@ -85,9 +81,9 @@ std::optional<s32> gain_for(const level_goal &goal, const loudness_meter &meter,
     if (!goal.loudness) return static_cast<s32>(to_peak);
     const double to_loudness = std::round((*goal.loudness - *loudness) * 100);
     if (!goal.true_peak || to_loudness <= to_peak) return static_cast<s32>(to_loudness);
-    out.note("the sound becomes " + fixed(*loudness + to_peak / 100) + " LUFS and not " +
-             fixed(*goal.loudness) + ": more would take its true peak above " +
-             fixed(*goal.true_peak) + " dBTP");
+    out.note("the sound becomes " + hundredths(*loudness + to_peak / 100) + " LUFS and not " +
+             hundredths(*goal.loudness) + ": more would take its true peak above " +
+             hundredths(*goal.true_peak) + " dBTP");
     return static_cast<s32>(to_peak);
 }
 
@@ -100,11 +96,11 @@ output_level reaching_loudness(const level_goal &goal, rendered_stream &stream, 
     const auto gain = gain_for(goal, meter, out);
     if (!gain) return {};
     const auto told = [](std::optional<double> value, const char *unit) {
-        return value ? fixed(*value) + unit : std::string("not measurable");
+        return value ? hundredths(*value) + unit : std::string("not measurable");
     };
     out.detail("loudness " + told(meter.integrated(), " LUFS") + ", range " +
                told(meter.range(), " LU") + ", true peak " + told(meter.true_peak(), " dBTP") +
-               "; the level changes by " + fixed(*gain / 100.0) + " dB");
+               "; the level changes by " + hundredths(*gain / 100.0) + " dB");
     return level_of(*gain);
 }
 
@@ -160,10 +156,10 @@ std::string clip_text(const level_goal &goal, const leveled_sound &sound,
     const double excess = 20 * std::log10(sound.peak() / static_cast<double>(full_scale.high));
     const double given = gain.value_or(0) / 1000.0;
     const double cure = std::floor((given - excess - 1e-5) * 100) / 100;
-    return "at full scale, by up to " + fixed(excess) + " dB; " +
+    return "at full scale, by up to " + hundredths(excess) + " dB; " +
            (goal.measures_loudness() ? "--true-peak -1"
             : goal.normalize         ? "--normalize without --gain"
-                                     : "--gain " + fixed(cure) + " (or --normalize)") +
+                                     : "--gain " + hundredths(cure) + " (or --normalize)") +
            " avoids it";
 }
 

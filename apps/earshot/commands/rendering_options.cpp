@@ -34,7 +34,7 @@ void add_rendering_options(CLI::App &command, rendering_options &options) {
             "--gain",
             [&options](const std::string &text) {
                 options.gain =
-                    static_cast<s32>(std::llround(number_in("--gain", text, {-120, 60}) * 1000));
+                    static_cast<s32>(std::llround(number_in("--gain", text, gain_range) * 1000));
             },
             "Change the output level by -120 to 60 decibels")
         ->type_name("DB");

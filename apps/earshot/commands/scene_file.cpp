@@ -8,7 +8,6 @@
 #include "error.hpp"
 #include "scene/description/scene_json.hpp"
 #include "scene/rendering/field_stream.hpp"
-#include "scene/rendering/scene_mover.hpp"
 #include "scene/rendering/scene_stream.hpp"
 #include "text_file.hpp"
 
@@ -105,8 +104,7 @@ std::unique_ptr<rendering> open_scene(const scene_file &scene, const engine_choi
     const std::vector<frame_source *> sounds = open_sounds(scene, *work);
     work->safe_guard = guard.safe;
     work->engine = engine.for_directions(sounds.size(), frame_length, guard);
-    work->stream = std::make_unique<scene_stream>(scene.content, sounds, *work->engine,
-                                                  move ? move : scene_mover(scene.content));
+    work->stream = std::make_unique<scene_stream>(scene.content, sounds, *work->engine, move);
     return work;
 }
 
@@ -114,8 +112,7 @@ std::unique_ptr<rendering> open_field(const scene_file &scene, int order,
                                       const source_mover &move) {
     auto work = std::make_unique<rendering>();
     const std::vector<frame_source *> sounds = open_sounds(scene, *work);
-    work->stream = std::make_unique<field_stream>(scene.content, sounds, order,
-                                                  move ? move : scene_mover(scene.content));
+    work->stream = std::make_unique<field_stream>(scene.content, sounds, order, move);
     return work;
 }
 
