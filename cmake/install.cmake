@@ -1,7 +1,7 @@
 # cmake --install, find_package(earshot) and pkg-config.
 
 install(TARGETS earshot EXPORT earshot-targets)
-install(DIRECTORY include/earshot TYPE INCLUDE)
+install(DIRECTORY include/earshot TYPE INCLUDE PATTERN scene.h EXCLUDE) # of a library of its own
 install(FILES LICENSE NOTICE TYPE DOC)
 
 set(EARSHOT_CMAKE_DIR ${CMAKE_INSTALL_LIBDIR}/cmake/earshot)
@@ -19,5 +19,9 @@ foreach(dir INCLUDEDIR LIBDIR)
     set(EARSHOT_PC_${dir} "\${prefix}/${CMAKE_INSTALL_${dir}}")
   endif()
 endforeach()
-configure_file(cmake/earshot.pc.in earshot.pc @ONLY)
-install(FILES ${PROJECT_BINARY_DIR}/earshot.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+function(earshot_install_pkg_config name)
+  configure_file(${PROJECT_SOURCE_DIR}/cmake/${name}.pc.in ${PROJECT_BINARY_DIR}/${name}.pc @ONLY)
+  install(FILES ${PROJECT_BINARY_DIR}/${name}.pc
+    DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+endfunction()
+earshot_install_pkg_config(earshot)

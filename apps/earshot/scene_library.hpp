@@ -10,6 +10,6 @@
 
 namespace earshot_tool {
 
-using namespace earshot_scene;
+using namespace earshot_scenes;
 
 } // namespace earshot_tool

@@ -2,7 +2,7 @@
 
 #include "scene/description/scene_table.hpp"
 
-namespace earshot_scene {
+namespace earshot_scenes {
 
 orientation_track parse_head_track(std::string_view text, const std::string &name) {
     number_table table({&layout_of<head_angles>(), &layout_of<quaternion>()},
@@ -12,4 +12,4 @@ orientation_track parse_head_track(std::string_view text, const std::string &nam
     return table.rows<quaternion>();
 }
 
-} // namespace earshot_scene
+} // namespace earshot_scenes

@@ -6,7 +6,7 @@
 
 #include "scene/description/quote.hpp"
 
-namespace earshot_scene {
+namespace earshot_scenes {
 
 namespace {
 
@@ -221,4 +221,4 @@ std::optional<std::string> json_place::only_one_of(std::initializer_list<const c
     return found;
 }
 
-} // namespace earshot_scene
+} // namespace earshot_scenes

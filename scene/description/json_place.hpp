@@ -12,7 +12,7 @@
 #include "scene/description/parse.hpp"
 #include "scene/description/scene.hpp"
 
-namespace earshot_scene {
+namespace earshot_scenes {
 
 using json = nlohmann::json;
 
@@ -68,4 +68,4 @@ class json_place {
     std::string name_;
 };
 
-} // namespace earshot_scene
+} // namespace earshot_scenes

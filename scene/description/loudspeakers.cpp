@@ -5,7 +5,7 @@
 
 #include "scene/description/parse.hpp"
 
-namespace earshot_scene {
+namespace earshot_scenes {
 
 namespace {
 
@@ -194,4 +194,4 @@ void add_bed(scene &scene, const scene_source &common, const bed &layout, std::o
     scene.beds.push_back(layout);
 }
 
-} // namespace earshot_scene
+} // namespace earshot_scenes

@@ -14,7 +14,7 @@
 
 #include "scene/description/scene.hpp"
 
-namespace earshot_scene {
+namespace earshot_scenes {
 
 // The name of a layout, and its channels in the order of WAV files. Nothing for other names.
 std::optional<bed> layout_called(std::string_view name);
@@ -53,4 +53,4 @@ inline constexpr s32 standard_lfe_gain = 10000; // thousandths of a decibel
 // the LFE channel on top, if that is heard at all. Throws scene_error for a gain out of range.
 void add_bed(scene &scene, const scene_source &common, const bed &layout, std::optional<s32> lfe);
 
-} // namespace earshot_scene
+} // namespace earshot_scenes

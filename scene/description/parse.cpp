@@ -4,7 +4,7 @@
 #include <charconv>
 #include <cmath>
 
-namespace earshot_scene {
+namespace earshot_scenes {
 
 std::string_view trimmed(std::string_view text) {
     constexpr std::string_view blank = " \t\r";
@@ -55,4 +55,4 @@ std::string number_range::violation(double value) const {
     return number_text(value) + " is outside " + number_text(low) + " to " + number_text(high);
 }
 
-} // namespace earshot_scene
+} // namespace earshot_scenes

@@ -9,7 +9,7 @@
 
 #include <earshot/types.h>
 
-namespace earshot_scene {
+namespace earshot_scenes {
 
 // The whole text as a finite decimal number, spaces around it allowed; nothing for anything else.
 std::optional<double> parse_number(std::string_view text);
@@ -45,4 +45,4 @@ inline constexpr number_range pitch_range{-90, 90};
 inline constexpr number_range elevation_range{-90, 90};
 inline constexpr number_range gain_range{-120, 60}; // decibels
 
-} // namespace earshot_scene
+} // namespace earshot_scenes

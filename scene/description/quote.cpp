@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-namespace earshot_scene {
+namespace earshot_scenes {
 
 namespace {
 
@@ -77,4 +77,4 @@ std::string message_line(std::string_view text) {
            printable(ending(text, most_in_message / 2));
 }
 
-} // namespace earshot_scene
+} // namespace earshot_scenes

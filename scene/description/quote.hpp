@@ -5,7 +5,7 @@
 #include <string>
 #include <string_view>
 
-namespace earshot_scene {
+namespace earshot_scenes {
 
 // At most 60 bytes of a text, whole characters of UTF-8, and "..." where there were more.
 std::string shortened(std::string_view text);
@@ -17,4 +17,4 @@ std::string in_quotes(std::string_view text);
 // what is not UTF-8, and of more than 1000 bytes the middle is left out.
 std::string message_line(std::string_view text);
 
-} // namespace earshot_scene
+} // namespace earshot_scenes

@@ -16,7 +16,7 @@
 
 #include <earshot/spatial.h>
 
-namespace earshot_scene {
+namespace earshot_scenes {
 
 inline constexpr int scene_rate = 48000;
 
@@ -84,7 +84,7 @@ template <class Value> using track = std::vector<track_row<Value>>;
 using orientation_track = std::variant<track<head_angles>, track<quaternion>>;
 
 struct scene_listener {
-    track<earshot_scene::position> position{1};
+    track<earshot_scenes::position> position{1};
     orientation_track orientation = track<head_angles>(1);
 };
 
@@ -149,4 +149,4 @@ struct scene {
     std::vector<bed> beds;             // their sources stand next to each other
 };
 
-} // namespace earshot_scene
+} // namespace earshot_scenes

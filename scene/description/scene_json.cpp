@@ -9,7 +9,7 @@
 #include "scene/description/scene_table.hpp"
 #include "scene/rendering/binaural_engine.hpp"
 
-namespace earshot_scene {
+namespace earshot_scenes {
 
 namespace {
 
@@ -240,4 +240,4 @@ scene parse_scene(std::string_view text, const csv_loader &load_table) {
     return scene;
 }
 
-} // namespace earshot_scene
+} // namespace earshot_scenes

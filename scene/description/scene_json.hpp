@@ -8,7 +8,7 @@
 
 #include "scene/description/scene.hpp"
 
-namespace earshot_scene {
+namespace earshot_scenes {
 
 // What is enough for the text of a scene, in bytes, and for all the tables that it mentions: an
 // hour of a head's quaternion at 1 kHz has 3.6 million lines, and 160 MiB with seven digits.
@@ -59,4 +59,4 @@ using csv_loader = std::function<std::string(const std::string &name)>;
  */
 scene parse_scene(std::string_view text, const csv_loader &load);
 
-} // namespace earshot_scene
+} // namespace earshot_scenes

@@ -6,7 +6,7 @@
 #include "scene/description/quote.hpp"
 #include "scene/motion/geometry.hpp"
 
-namespace earshot_scene {
+namespace earshot_scenes {
 
 namespace {
 
@@ -203,4 +203,4 @@ std::optional<std::string> number_table::add(const std::vector<double> &row) {
     return std::nullopt;
 }
 
-} // namespace earshot_scene
+} // namespace earshot_scenes

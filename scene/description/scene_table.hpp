@@ -9,7 +9,7 @@
 #include "scene/description/json_place.hpp"
 #include "scene/motion/track.hpp"
 
-namespace earshot_scene {
+namespace earshot_scenes {
 
 inline constexpr number_range time_range{0, 365.0 * 24 * 3600}; // seconds
 inline constexpr number_range any_angle{-32767, 32767};         // degrees
@@ -74,4 +74,4 @@ class number_table {
     std::vector<double> numbers_;    // row after row
 };
 
-} // namespace earshot_scene
+} // namespace earshot_scenes

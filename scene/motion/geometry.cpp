@@ -8,7 +8,7 @@
 
 #include "scene/motion/track.hpp"
 
-namespace earshot_scene {
+namespace earshot_scenes {
 
 namespace {
 
@@ -215,4 +215,4 @@ direction roughly_heard_from(const direction &world, const quaternion &head) {
     return seen({point.front, point.left, point.up}, head);
 }
 
-} // namespace earshot_scene
+} // namespace earshot_scenes

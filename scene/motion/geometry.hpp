@@ -3,7 +3,7 @@
 
 #include "scene/description/scene.hpp"
 
-namespace earshot_scene {
+namespace earshot_scenes {
 
 // Yaw, then pitch, then roll.
 quaternion rotation_of(const head_angles &angles);
@@ -32,4 +32,4 @@ direction heard_from(const direction &world, const quaternion &head);
 direction roughly_heard_at(const position &point, const position &ear, const quaternion &head);
 direction roughly_heard_from(const direction &world, const quaternion &head);
 
-} // namespace earshot_scene
+} // namespace earshot_scenes

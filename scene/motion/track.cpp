@@ -2,7 +2,7 @@
 
 #include "scene/motion/geometry.hpp"
 
-namespace earshot_scene {
+namespace earshot_scenes {
 
 namespace {
 
@@ -59,4 +59,4 @@ quaternion between(const quaternion &a, const quaternion &b, const way &way) {
                        between(a.z, end.z, way)});
 }
 
-} // namespace earshot_scene
+} // namespace earshot_scenes

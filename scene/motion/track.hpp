@@ -5,7 +5,7 @@
 
 #include "scene/description/scene.hpp"
 
-namespace earshot_scene {
+namespace earshot_scenes {
 
 // A way between two rows: part of whole, 0 <= part <= whole, whole from 1 to 2^45.
 struct way {
@@ -51,4 +51,4 @@ template <class Value> Value at(const track<Value> &rows, s64 time) {
     return between(last->value, next->value, {time - last->time, next->time - last->time});
 }
 
-} // namespace earshot_scene
+} // namespace earshot_scenes

@@ -12,7 +12,7 @@
 #include "scene/rendering/fixed_point.hpp"
 #include "scene/rendering/source_placer.hpp"
 
-namespace earshot_scene {
+namespace earshot_scenes {
 
 inline constexpr std::size_t window_length = 256;
 inline constexpr std::size_t filter_taps = 128;
@@ -59,4 +59,4 @@ class binaural_engine : public source_placer {
     shape shape_;
 };
 
-} // namespace earshot_scene
+} // namespace earshot_scenes

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <utility>
 
-namespace earshot_scene {
+namespace earshot_scenes {
 
 namespace {
 
@@ -75,4 +75,4 @@ std::optional<s64> binaural_stream::end() const {
     return *longest + tail_frames;
 }
 
-} // namespace earshot_scene
+} // namespace earshot_scenes

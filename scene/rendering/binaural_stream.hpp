@@ -9,7 +9,7 @@
 #include "scene/rendering/rendered_stream.hpp"
 #include "scene/rendering/sliding_window.hpp"
 
-namespace earshot_scene {
+namespace earshot_scenes {
 
 class binaural_stream : public rendered_stream {
   public:
@@ -44,4 +44,4 @@ class binaural_stream : public rendered_stream {
     u64 unsafe_skipped_ = 0;
 };
 
-} // namespace earshot_scene
+} // namespace earshot_scenes

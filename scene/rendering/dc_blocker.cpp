@@ -22,7 +22,7 @@
 
 #include "scene/description/scene.hpp"
 
-namespace earshot_scene {
+namespace earshot_scenes {
 
 namespace {
 
@@ -110,4 +110,4 @@ void dc_blocker::process_both(s32 *samples, std::size_t count) {
     lower_mean_ = lower_mean;
 }
 
-} // namespace earshot_scene
+} // namespace earshot_scenes

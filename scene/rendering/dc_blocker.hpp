@@ -6,7 +6,7 @@
 
 #include <earshot/filters.h>
 
-namespace earshot_scene {
+namespace earshot_scenes {
 
 class dc_blocker {
   public:
@@ -26,4 +26,4 @@ class dc_blocker {
     s64 lower_mean_ = 0;
 };
 
-} // namespace earshot_scene
+} // namespace earshot_scenes

@@ -5,7 +5,7 @@
 #include "scene/motion/geometry.hpp"
 #include "scene/motion/track.hpp"
 
-namespace earshot_scene {
+namespace earshot_scenes {
 
 namespace {
 
@@ -76,4 +76,4 @@ void distance_gain::ramp(s32 *samples, std::size_t count, u32 target) {
     gain_ = target;
 }
 
-} // namespace earshot_scene
+} // namespace earshot_scenes

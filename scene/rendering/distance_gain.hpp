@@ -5,7 +5,7 @@
 
 #include "scene/description/scene.hpp"
 
-namespace earshot_scene {
+namespace earshot_scenes {
 
 // The gain at a distance (metres, Q16), Q31: full, 2^31, up to the minimum, or to one metre where
 // that is farther, and falling from there to nothing at the maximum: with m / distance less what is
@@ -42,4 +42,4 @@ class distance_gain {
     s64 time_ = 0; // of the next sample
 };
 
-} // namespace earshot_scene
+} // namespace earshot_scenes

@@ -4,7 +4,7 @@
 
 #include "scene/rendering/library_status.hpp"
 
-namespace earshot_scene {
+namespace earshot_scenes {
 
 field_engine::field_engine(shared_head head, std::size_t channels, std::optional<int> guard)
     : following_engine({channels, longest_frame, window_length / 2, false}, guard),
@@ -17,4 +17,4 @@ field_engine::field_engine(shared_head head, std::size_t channels, std::optional
     }
 }
 
-} // namespace earshot_scene
+} // namespace earshot_scenes

@@ -4,7 +4,7 @@
 
 #include "scene/rendering/following_engine.hpp"
 
-namespace earshot_scene {
+namespace earshot_scenes {
 
 class field_engine : public following_engine {
   public:
@@ -19,4 +19,4 @@ class field_engine : public following_engine {
     shared_head head_;
 };
 
-} // namespace earshot_scene
+} // namespace earshot_scenes

@@ -6,7 +6,7 @@
 #include "scene/rendering/fixed_point.hpp"
 #include "scene/rendering/library_status.hpp"
 
-namespace earshot_scene {
+namespace earshot_scenes {
 
 namespace {
 
@@ -136,4 +136,4 @@ void field_mixer::write(int shift, bool rounded, s32 *field) const {
     }
 }
 
-} // namespace earshot_scene
+} // namespace earshot_scenes

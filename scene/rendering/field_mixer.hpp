@@ -15,7 +15,7 @@
 #include "scene/rendering/gliding_placement.hpp"
 #include "scene/rendering/source_placer.hpp"
 
-namespace earshot_scene {
+namespace earshot_scenes {
 
 class field_mixer : public source_placer {
   public:
@@ -65,4 +65,4 @@ class field_mixer : public source_placer {
     std::vector<s64> sums_; // channel after channel
 };
 
-} // namespace earshot_scene
+} // namespace earshot_scenes

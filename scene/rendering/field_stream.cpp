@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <utility>
 
-namespace earshot_scene {
+namespace earshot_scenes {
 
 namespace {
 
@@ -71,4 +71,4 @@ std::size_t field_stream::read_sources() {
     return ends ? longest : frame_length;
 }
 
-} // namespace earshot_scene
+} // namespace earshot_scenes

@@ -7,7 +7,7 @@
 #include "scene/rendering/field_mixer.hpp"
 #include "scene/rendering/scene_stream.hpp"
 
-namespace earshot_scene {
+namespace earshot_scenes {
 
 class field_stream : private scene_parts, public rendered_stream {
   public:
@@ -29,4 +29,4 @@ class field_stream : private scene_parts, public rendered_stream {
     std::vector<s32> samples_; // of a frame, source after source
 };
 
-} // namespace earshot_scene
+} // namespace earshot_scenes

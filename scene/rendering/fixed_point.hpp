@@ -11,7 +11,7 @@
 
 #include <earshot/types.h>
 
-namespace earshot_scene {
+namespace earshot_scenes {
 
 // x * 2^-shift, rounded half up. shift > 0.
 constexpr s64 rounded_shift(s64 x, int shift) { return (x + (s64{1} << (shift - 1))) >> shift; }
@@ -61,4 +61,4 @@ struct sample_lowering {
     }
 };
 
-} // namespace earshot_scene
+} // namespace earshot_scenes

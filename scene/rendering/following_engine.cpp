@@ -6,7 +6,7 @@
 
 #include "scene/rendering/library_status.hpp"
 
-namespace earshot_scene {
+namespace earshot_scenes {
 
 shared_head builtin_head() {
     const auto memory = std::make_shared<library_memory>(memory_of(earshot_head_builtin_size()));
@@ -71,4 +71,4 @@ int following_engine::process(const s32 *const *windows, s32 *ears) {
     return exponent;
 }
 
-} // namespace earshot_scene
+} // namespace earshot_scenes

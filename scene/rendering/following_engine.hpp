@@ -10,7 +10,7 @@
 #include "scene/rendering/binaural_engine.hpp"
 #include "scene/rendering/library_memory.hpp"
 
-namespace earshot_scene {
+namespace earshot_scenes {
 
 // A head and the memory that it lies in.
 using shared_head = std::shared_ptr<const earshot_head>;
@@ -41,4 +41,4 @@ class following_engine : public binaural_engine {
     earshot_binaural *renderer_ = nullptr;
 };
 
-} // namespace earshot_scene
+} // namespace earshot_scenes

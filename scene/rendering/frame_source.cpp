@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <vector>
 
-namespace earshot_scene {
+namespace earshot_scenes {
 
 s64 frame_source::skip(s64 frames) {
     if (frames <= 0) return 0;
@@ -18,4 +18,4 @@ s64 frame_source::skip(s64 frames) {
     return done;
 }
 
-} // namespace earshot_scene
+} // namespace earshot_scenes

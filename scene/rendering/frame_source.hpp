@@ -6,7 +6,7 @@
 
 #include <earshot/types.h>
 
-namespace earshot_scene {
+namespace earshot_scenes {
 
 class frame_source {
   public:
@@ -34,4 +34,4 @@ class frame_source {
 // the second-level cache with a field of 25 channels.
 inline constexpr std::size_t block_frames = 2048;
 
-} // namespace earshot_scene
+} // namespace earshot_scenes

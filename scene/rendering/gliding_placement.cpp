@@ -8,7 +8,7 @@
 
 #include "scene/motion/track.hpp"
 
-namespace earshot_scene {
+namespace earshot_scenes {
 
 namespace {
 
@@ -65,4 +65,4 @@ bool gliding_placement::is_known() const {
     return stays_ || (has_turned_ && calm_frames_ == glide_frames);
 }
 
-} // namespace earshot_scene
+} // namespace earshot_scenes

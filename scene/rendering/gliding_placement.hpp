@@ -5,7 +5,7 @@
 
 #include "scene/description/scene.hpp"
 
-namespace earshot_scene {
+namespace earshot_scenes {
 
 class gliding_placement {
   public:
@@ -42,4 +42,4 @@ class gliding_placement {
     bool has_turned_ = false; // so that the last turn and rise are known
 };
 
-} // namespace earshot_scene
+} // namespace earshot_scenes

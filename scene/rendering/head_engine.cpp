@@ -5,7 +5,7 @@
 
 #include "scene/rendering/library_status.hpp"
 
-namespace earshot_scene {
+namespace earshot_scenes {
 
 head_engine::head_engine(shared_head head, std::size_t sources, std::size_t frame_length,
                          std::optional<int> guard)
@@ -58,4 +58,4 @@ void head_engine::filter(std::size_t source) {
     use(source, pair);
 }
 
-} // namespace earshot_scene
+} // namespace earshot_scenes

@@ -8,7 +8,7 @@
 #include "scene/rendering/following_engine.hpp"
 #include "scene/rendering/gliding_placement.hpp"
 
-namespace earshot_scene {
+namespace earshot_scenes {
 
 class head_engine : public following_engine {
   public:
@@ -40,4 +40,4 @@ class head_engine : public following_engine {
     std::optional<aligned_pair> everywhere_;
 };
 
-} // namespace earshot_scene
+} // namespace earshot_scenes

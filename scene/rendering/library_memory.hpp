@@ -4,7 +4,7 @@
 #include <cstddef>
 #include <vector>
 
-namespace earshot_scene {
+namespace earshot_scenes {
 
 using library_memory = std::vector<std::max_align_t>;
 
@@ -12,4 +12,4 @@ inline library_memory memory_of(std::size_t bytes) {
     return library_memory(bytes / sizeof(std::max_align_t) + 1);
 }
 
-} // namespace earshot_scene
+} // namespace earshot_scenes

@@ -6,11 +6,11 @@
 
 #include <earshot/types.h>
 
-namespace earshot_scene {
+namespace earshot_scenes {
 
 inline void require(u32 status, const char *call) {
     if (status != EARSHOT_OK)
         throw std::logic_error(std::string(call) + " returned " + std::to_string(status));
 }
 
-} // namespace earshot_scene
+} // namespace earshot_scenes

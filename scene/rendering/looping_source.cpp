@@ -1,6 +1,6 @@
 #include "scene/rendering/looping_source.hpp"
 
-namespace earshot_scene {
+namespace earshot_scenes {
 
 std::size_t looping_source::read(s32 *interleaved, std::size_t frames) {
     const auto width = static_cast<std::size_t>(channels());
@@ -28,4 +28,4 @@ s64 looping_source::skip(s64 frames) {
     return frames;
 }
 
-} // namespace earshot_scene
+} // namespace earshot_scenes

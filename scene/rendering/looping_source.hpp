@@ -3,7 +3,7 @@
 
 #include "scene/rendering/frame_source.hpp"
 
-namespace earshot_scene {
+namespace earshot_scenes {
 
 // What can be read from its beginning again.
 class rewindable_source : public frame_source {
@@ -28,4 +28,4 @@ class looping_source : public frame_source {
     rewindable_source &source_;
 };
 
-} // namespace earshot_scene
+} // namespace earshot_scenes

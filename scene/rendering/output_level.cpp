@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-namespace earshot_scene {
+namespace earshot_scenes {
 
 namespace {
 
@@ -129,4 +129,4 @@ void output_level::apply(const s32 *in, s32 *out, std::size_t count,
     }
 }
 
-} // namespace earshot_scene
+} // namespace earshot_scenes

@@ -10,7 +10,7 @@
 
 #include "scene/rendering/fixed_point.hpp"
 
-namespace earshot_scene {
+namespace earshot_scenes {
 
 // Samples from low to high.
 struct sample_range {
@@ -54,4 +54,4 @@ class output_level {
     int exponent_ = 0;
 };
 
-} // namespace earshot_scene
+} // namespace earshot_scenes

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-namespace earshot_scene {
+namespace earshot_scenes {
 
 std::optional<s64> longest_of(const std::vector<frame_source *> &sources) {
     std::optional<s64> longest;
@@ -80,4 +80,4 @@ void rendered_stream::note_peak(s64 peak) {
     peak_ = std::max(peak_, peak > most >> shift ? most : peak << shift);
 }
 
-} // namespace earshot_scene
+} // namespace earshot_scenes

@@ -7,7 +7,7 @@
 #include "scene/rendering/frame_source.hpp"
 #include "scene/rendering/output_level.hpp"
 
-namespace earshot_scene {
+namespace earshot_scenes {
 
 // Frames of the longest of several sources, endless ones left aside, where that is known.
 std::optional<s64> longest_of(const std::vector<frame_source *> &sources);
@@ -72,4 +72,4 @@ class rendered_stream : public frame_source {
     u64 clipped_ = 0;
 };
 
-} // namespace earshot_scene
+} // namespace earshot_scenes

@@ -3,7 +3,7 @@
 #include "scene/motion/geometry.hpp"
 #include "scene/motion/track.hpp"
 
-namespace earshot_scene {
+namespace earshot_scenes {
 
 namespace {
 
@@ -41,21 +41,21 @@ void scene_mover::place(source_placer &placer, std::size_t k, const position &ea
         placer.place_everywhere(k);
         return;
     }
-    const direction now = heard(source, ear, time, placer.is_continuous());
+    const direction now = heard_direction(source, ear, head_, time, placer.is_continuous());
     if (started_ && now == placed_[k]) return;
     placed_[k] = now;
     const s32 azimuth = now.azimuth % turn;
     placer.place(k, azimuth < 0 ? azimuth + turn : azimuth, now.elevation);
 }
 
-direction scene_mover::heard(const scene_source &source, const position &ear, s64 time,
-                             bool exactly) const {
+direction heard_direction(const scene_source &source, const position &ear, const quaternion &head,
+                          s64 time, bool exactly) {
     if (const auto *positions = std::get_if<track<position>>(&source.place)) {
         const position point = at(*positions, time);
-        return exactly ? heard_at(point, ear, head_) : roughly_heard_at(point, ear, head_);
+        return exactly ? heard_at(point, ear, head) : roughly_heard_at(point, ear, head);
     }
     const direction world = at(std::get<track<direction>>(source.place), time);
-    return exactly ? heard_from(world, head_) : roughly_heard_from(world, head_);
+    return exactly ? heard_from(world, head) : roughly_heard_from(world, head);
 }
 
-} // namespace earshot_scene
+} // namespace earshot_scenes

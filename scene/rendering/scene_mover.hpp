@@ -6,7 +6,7 @@
 #include "scene/description/scene.hpp"
 #include "scene/rendering/source_placer.hpp"
 
-namespace earshot_scene {
+namespace earshot_scenes {
 
 class scene_mover {
   public:
@@ -19,7 +19,6 @@ class scene_mover {
   private:
     bool may_move(const scene_source &source) const;
     void place(source_placer &placer, std::size_t k, const position &ear, s64 time);
-    direction heard(const scene_source &source, const position &ear, s64 time, bool exactly) const;
 
     const scene &scene_;
     std::vector<direction> placed_;
@@ -29,4 +28,9 @@ class scene_mover {
     bool started_ = false;
 };
 
-} // namespace earshot_scene
+// Where a listener with ears and head like these hears a source that is somewhere. exactly: or as
+// well as the library's geometry does.
+direction heard_direction(const scene_source &source, const position &ear, const quaternion &head,
+                          s64 time, bool exactly);
+
+} // namespace earshot_scenes

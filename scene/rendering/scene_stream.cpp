@@ -6,7 +6,7 @@
 #include "scene/rendering/scene_mover.hpp"
 #include "scene/rendering/table_engine.hpp"
 
-namespace earshot_scene {
+namespace earshot_scenes {
 
 namespace {
 
@@ -52,4 +52,4 @@ scene_stream::scene_stream(const scene &scene, const std::vector<frame_source *>
     if (scene.duration) set_duration(*scene.duration);
 }
 
-} // namespace earshot_scene
+} // namespace earshot_scenes

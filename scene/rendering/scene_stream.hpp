@@ -9,7 +9,7 @@
 #include "scene/rendering/binaural_stream.hpp"
 #include "scene/rendering/source_chain.hpp"
 
-namespace earshot_scene {
+namespace earshot_scenes {
 
 // Bits by which samples of a scene have to be lowered, whatever its sounds are.
 struct scene_headroom {
@@ -49,4 +49,4 @@ class scene_stream : private scene_parts, public binaural_stream {
                  binaural_engine &engine, source_mover move = {});
 };
 
-} // namespace earshot_scene
+} // namespace earshot_scenes

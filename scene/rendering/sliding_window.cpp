@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-namespace earshot_scene {
+namespace earshot_scenes {
 
 // As if there had been a window before the first, so that every advance is alike.
 sliding_window::sliding_window(frame_source &source, std::size_t length, std::size_t lead,
@@ -70,4 +70,4 @@ std::size_t sliding_window::read(std::size_t at) {
     return got;
 }
 
-} // namespace earshot_scene
+} // namespace earshot_scenes

@@ -8,7 +8,7 @@
 #include "scene/rendering/fixed_point.hpp"
 #include "scene/rendering/frame_source.hpp"
 
-namespace earshot_scene {
+namespace earshot_scenes {
 
 class sliding_window {
   public:
@@ -46,4 +46,4 @@ class sliding_window {
     bool source_ended_ = false;
 };
 
-} // namespace earshot_scene
+} // namespace earshot_scenes

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cstdint>
 
-namespace earshot_scene {
+namespace earshot_scenes {
 
 namespace {
 
@@ -124,4 +124,4 @@ void source_chain::condition(s32 *mono, std::size_t frames) {
     level_.apply(mono, mono, frames, {INT32_MIN, INT32_MAX}, {}, clipped);
 }
 
-} // namespace earshot_scene
+} // namespace earshot_scenes

@@ -10,7 +10,7 @@
 #include "scene/rendering/frame_source.hpp"
 #include "scene/rendering/output_level.hpp"
 
-namespace earshot_scene {
+namespace earshot_scenes {
 
 // The largest factor by which a source's samples grow, Q20, rounded up: its gain, times two where a
 // DC blocker is in its way.
@@ -53,4 +53,4 @@ class source_chain : public frame_source {
     bool ended_ = false;
 };
 
-} // namespace earshot_scene
+} // namespace earshot_scenes

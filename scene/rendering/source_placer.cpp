@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-namespace earshot_scene {
+namespace earshot_scenes {
 
 namespace {
 
@@ -32,4 +32,4 @@ void skip_places(source_placer &placer, source_mover &move, s64 from, s64 until,
     }
 }
 
-} // namespace earshot_scene
+} // namespace earshot_scenes

@@ -7,7 +7,7 @@
 
 #include <earshot/types.h>
 
-namespace earshot_scene {
+namespace earshot_scenes {
 
 class source_placer {
   public:
@@ -49,4 +49,4 @@ using source_mover = std::function<void(source_placer &, s64 time)>;
 void skip_places(source_placer &placer, source_mover &move, s64 from, s64 until,
                  std::size_t frame_length);
 
-} // namespace earshot_scene
+} // namespace earshot_scenes

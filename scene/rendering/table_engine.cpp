@@ -5,7 +5,7 @@
 #include "scene/rendering/following_engine.hpp"
 #include "scene/rendering/library_status.hpp"
 
-namespace earshot_scene {
+namespace earshot_scenes {
 
 namespace {
 
@@ -16,7 +16,7 @@ constexpr u32 bins = window_length / 2 + 1;
 table_engine::table_engine(filter_tables tables, std::size_t sources, std::size_t frame_length,
                            int guard)
     : binaural_engine({sources, frame_length, window_length / 2, false}), guard_(guard),
-      safe_guard_(earshot_scene::safe_guard(tables, sources)),
+      safe_guard_(earshot_scenes::safe_guard(tables, sources)),
       filter_gain_bits_(filter_gain_bits(tables)), spectra_(2 * 2 * bins) {
     make_front(tables, static_cast<u32>(sources));
     make_back(static_cast<u32>(frame_length));
@@ -105,4 +105,4 @@ void table_engine::skip_frame() {
     started_ = true;
 }
 
-} // namespace earshot_scene
+} // namespace earshot_scenes

@@ -16,7 +16,7 @@
 #include "scene/rendering/binaural_engine.hpp"
 #include "scene/rendering/library_memory.hpp"
 
-namespace earshot_scene {
+namespace earshot_scenes {
 
 // The filter tables of the library by their selectors.
 enum class filter_tables : u32 {
@@ -76,4 +76,4 @@ class table_engine : public binaural_engine {
     std::optional<earshot_filter_pair> everywhere_;
 };
 
-} // namespace earshot_scene
+} // namespace earshot_scenes

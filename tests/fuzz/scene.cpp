@@ -13,7 +13,7 @@
 
 namespace {
 
-using namespace earshot_scene;
+using namespace earshot_scenes;
 
 constexpr std::size_t most_played = 12, frames = 4, length = scene_stream::frame_length;
 

@@ -10,7 +10,7 @@
 #include <array>
 #include <cmath>
 
-namespace earshot_scene::test {
+namespace earshot_scenes::test {
 namespace {
 
 using gains = std::array<s32, EARSHOT_FIELD_CHANNELS>;
@@ -31,7 +31,7 @@ direction degrees(double azimuth, double elevation) {
 
 /* A scene with its sounds, one for each source, as a field. */
 struct field_of {
-    field_of(earshot_scene::scene played, const std::vector<samples> &sounds, int order)
+    field_of(earshot_scenes::scene played, const std::vector<samples> &sounds, int order)
         : scene(std::move(played)) {
         std::vector<frame_source *> inputs;
         for (std::size_t k = 0; k < scene.sources.size(); ++k) {
@@ -53,7 +53,7 @@ struct field_of {
         return out;
     }
 
-    earshot_scene::scene scene;
+    earshot_scenes::scene scene;
     std::deque<memory_source> files;
     std::deque<looping_source> loops;
     std::optional<field_stream> stream;
@@ -254,4 +254,4 @@ TEST(SceneField, FieldsHaveTheirDigests) {
 }
 
 } // namespace
-} // namespace earshot_scene::test
+} // namespace earshot_scenes::test

@@ -7,7 +7,7 @@
 
 #include <cmath>
 
-namespace earshot_scene::test {
+namespace earshot_scenes::test {
 namespace {
 
 using earshot::test::operand_source;
@@ -216,4 +216,4 @@ TEST(SceneTracks, QuaternionsTakeTheShorterArc) {
 }
 
 } // namespace
-} // namespace earshot_scene::test
+} // namespace earshot_scenes::test

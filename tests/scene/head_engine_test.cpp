@@ -5,7 +5,7 @@
 
 #include <cmath>
 
-namespace earshot_scene::test {
+namespace earshot_scenes::test {
 namespace {
 
 constexpr s32 q16 = 65536;
@@ -134,4 +134,4 @@ TEST(HeadEngine, EverywhereIsAsLateAndLoudAsTheFront) {
 }
 
 } // namespace
-} // namespace earshot_scene::test
+} // namespace earshot_scenes::test

@@ -6,7 +6,7 @@
 
 #include <gtest/gtest.h>
 
-namespace earshot_scene::test {
+namespace earshot_scenes::test {
 namespace {
 
 constexpr s32 q16 = 65536;
@@ -316,4 +316,4 @@ TEST(SceneJson, WrongListenersAreRefused) {
 }
 
 } // namespace
-} // namespace earshot_scene::test
+} // namespace earshot_scenes::test

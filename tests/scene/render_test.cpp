@@ -7,7 +7,7 @@
 #include <cmath>
 #include <cstdio>
 
-namespace earshot_scene::test {
+namespace earshot_scenes::test {
 namespace {
 
 constexpr double pi = 3.14159265358979323846;
@@ -340,4 +340,4 @@ TEST(SceneRender, SkippedFramesLeaveNoTrace) {
 }
 
 } // namespace
-} // namespace earshot_scene::test
+} // namespace earshot_scenes::test

@@ -13,7 +13,7 @@
 #include <string>
 #include <vector>
 
-namespace earshot_scene::test {
+namespace earshot_scenes::test {
 
 using samples = std::vector<s32>;
 
@@ -57,7 +57,7 @@ inline const shared_head &own_head() {
 
 /* A scene with its sounds, one for each source. */
 struct performance {
-    performance(earshot_scene::scene played, const std::vector<samples> &sounds,
+    performance(earshot_scenes::scene played, const std::vector<samples> &sounds,
                 placement where = placement::continuous)
         : scene(std::move(played)) {
         std::vector<frame_source *> inputs;
@@ -87,7 +87,7 @@ struct performance {
         return out;
     }
 
-    earshot_scene::scene scene;
+    earshot_scenes::scene scene;
     std::deque<memory_source> files;
     std::deque<looping_source> loops;
     std::unique_ptr<binaural_engine> engine;
@@ -100,6 +100,6 @@ inline std::string scene_text(const std::string &source, const std::string &top 
            R"("sources": [{"file": "a", )" + source + "}]}";
 }
 
-} // namespace earshot_scene::test
+} // namespace earshot_scenes::test
 
 #endif

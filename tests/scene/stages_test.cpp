@@ -9,7 +9,7 @@
 #include <algorithm>
 #include <cmath>
 
-namespace earshot_scene::test {
+namespace earshot_scenes::test {
 namespace {
 
 constexpr s32 q16 = 65536;
@@ -233,4 +233,4 @@ TEST(SceneStages, GainsRamp) {
 }
 
 } // namespace
-} // namespace earshot_scene::test
+} // namespace earshot_scenes::test

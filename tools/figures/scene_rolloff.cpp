@@ -11,7 +11,7 @@ s32 q16(double metres) { return static_cast<s32>(std::lround(metres * 65536)); }
 
 // Nothing, which has no decibels, is an empty cell.
 void print_gain(double distance, u32 model, double minimum, double maximum) {
-    const u32 gain = earshot_scene::rolled_off(q16(distance), {model, q16(minimum), q16(maximum)});
+    const u32 gain = earshot_scenes::rolled_off(q16(distance), {model, q16(minimum), q16(maximum)});
     if (gain > 0) std::printf(",%.3f", 20 * std::log10(gain / 0x1p31));
     if (gain == 0) std::printf(",");
 }

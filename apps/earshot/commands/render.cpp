@@ -45,7 +45,7 @@ void render_placed(const render_options &options) {
     rendering_plan plan(options);
     const placed_scene scene = placed(options);
     const std::size_t length = frame_length(options);
-    const earshot_scene::scene &content = scene.file.content;
+    const earshot_scenes::scene &content = scene.file.content;
     const guard_choice guard =
         guard_for(options, headroom_for(content).guard, content.sources.size());
     const engine_choice engine(options, plan.out);

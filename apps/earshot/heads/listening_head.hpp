@@ -11,7 +11,7 @@ namespace earshot_tool {
 class console;
 
 struct listening_head {
-    earshot_scene::shared_head head;
+    earshot_scenes::shared_head head;
     std::string text; // what it is, in a line
 };
 
