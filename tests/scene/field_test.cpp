@@ -29,33 +29,17 @@ direction degrees(double azimuth, double elevation) {
             static_cast<s32>(std::lround(elevation * 65536))};
 }
 
-/* A scene with its sounds, one for each source, as a field. */
-struct field_of {
+/* A scene with its sounds as a field. */
+struct field_of : opened_scene {
     field_of(earshot_scenes::scene played, const std::vector<samples> &sounds, int order)
-        : scene(std::move(played)) {
-        std::vector<frame_source *> inputs;
-        for (std::size_t k = 0; k < scene.sources.size(); ++k) {
-            memory_source &once = files.emplace_back(sounds[k % sounds.size()]);
-            inputs.push_back(&once);
-            if (scene.sources[k].loop) inputs.back() = &loops.emplace_back(once);
-        }
+        : opened_scene(std::move(played), sounds) {
         stream.emplace(scene, inputs, order);
     }
     field_of(const std::string &text, const std::vector<samples> &sounds, int order)
         : field_of(parse_scene(text, {}), sounds, order) {}
 
-    samples play(std::size_t step = 1000) {
-        const auto channels = static_cast<std::size_t>(stream->channels());
-        samples out, block(channels * step);
-        while (const std::size_t got = stream->read(block.data(), step))
-            out.insert(out.end(), block.begin(),
-                       block.begin() + static_cast<std::ptrdiff_t>(channels * got));
-        return out;
-    }
+    samples play(std::size_t step = 1000) { return all_of(*stream, step); }
 
-    earshot_scenes::scene scene;
-    std::deque<memory_source> files;
-    std::deque<looping_source> loops;
     std::optional<field_stream> stream;
 };
 

@@ -56,16 +56,37 @@ inline const shared_head &own_head() {
 }
 
 /* A scene with its sounds, one for each source. */
-struct performance {
-    performance(earshot_scenes::scene played, const std::vector<samples> &sounds,
-                placement where = placement::continuous)
+struct opened_scene {
+    opened_scene(earshot_scenes::scene played, const std::vector<samples> &sounds)
         : scene(std::move(played)) {
-        std::vector<frame_source *> inputs;
         for (std::size_t k = 0; k < scene.sources.size(); ++k) {
             memory_source &once = files.emplace_back(sounds[k % sounds.size()]);
             inputs.push_back(&once);
             if (scene.sources[k].loop) inputs.back() = &loops.emplace_back(once);
         }
+    }
+
+    earshot_scenes::scene scene;
+    std::deque<memory_source> files;
+    std::deque<looping_source> loops;
+    std::vector<frame_source *> inputs;
+};
+
+/* All that is left of a stream, in reads of so many frames. */
+inline samples all_of(frame_source &stream, std::size_t step = 1000) {
+    const auto channels = static_cast<std::size_t>(stream.channels());
+    samples out, block(channels * step);
+    while (const std::size_t got = stream.read(block.data(), step))
+        out.insert(out.end(), block.begin(),
+                   block.begin() + static_cast<std::ptrdiff_t>(channels * got));
+    return out;
+}
+
+/* For two ears. */
+struct performance : opened_scene {
+    performance(earshot_scenes::scene played, const std::vector<samples> &sounds,
+                placement where = placement::continuous)
+        : opened_scene(std::move(played), sounds) {
         const std::size_t count = inputs.size(), length = scene_stream::frame_length;
         if (where == placement::measured)
             engine = std::make_unique<table_engine>(filter_tables::directions, count, length,
@@ -78,18 +99,8 @@ struct performance {
                 placement where = placement::continuous)
         : performance(parse_scene(text, {}), sounds, where) {}
 
-    /* All that is left, in reads of so many frames. */
-    samples play(std::size_t step = 1000) {
-        samples out, block(2 * step);
-        while (const std::size_t got = stream->read(block.data(), step))
-            out.insert(out.end(), block.begin(),
-                       block.begin() + static_cast<std::ptrdiff_t>(2 * got));
-        return out;
-    }
+    samples play(std::size_t step = 1000) { return all_of(*stream, step); }
 
-    earshot_scenes::scene scene;
-    std::deque<memory_source> files;
-    std::deque<looping_source> loops;
     std::unique_ptr<binaural_engine> engine;
     std::optional<scene_stream> stream;
 };
