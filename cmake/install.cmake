@@ -1,7 +1,9 @@
 # cmake --install, find_package(earshot) and pkg-config.
 
 install(TARGETS earshot EXPORT earshot-targets)
-install(DIRECTORY include/earshot TYPE INCLUDE PATTERN scene.h EXCLUDE) # of a library of its own
+# Those of scenes belong to a library of their own.
+install(DIRECTORY include/earshot TYPE INCLUDE
+  PATTERN scene.h EXCLUDE PATTERN scene.hpp EXCLUDE)
 install(FILES LICENSE NOTICE TYPE DOC)
 
 set(EARSHOT_CMAKE_DIR ${CMAKE_INSTALL_LIBDIR}/cmake/earshot)

@@ -21,12 +21,16 @@ if(WAY STREQUAL "pkg_config")
   separate_arguments(flags UNIX_COMMAND "${flags}")
   separate_arguments(sanitizers UNIX_COMMAND "${FLAGS}")
   file(MAKE_DIRECTORY ${WORK}/build)
-  run(${C_COMPILER} -std=c99 -Wall -Wextra -Wpedantic -Werror ${sanitizers} ${source}/main.c
-    -o ${WORK}/build/consumer ${flags} -Wl,-rpath,${libdir})
+  set(warnings -Wall -Wextra -Wpedantic -Werror ${sanitizers})
+  run(${C_COMPILER} -std=c99 ${warnings} ${source}/main.c
+    -o ${WORK}/build/consumer_c ${flags} -Wl,-rpath,${libdir})
+  run(${CXX_COMPILER} -std=c++17 ${warnings} ${source}/main.cpp
+    -o ${WORK}/build/consumer_cpp ${flags} -Wl,-rpath,${libdir})
 else()
   run(${CMAKE_COMMAND} -S ${source} -B ${WORK}/build -D WAY=${WAY} -D EARSHOT_SOURCE=${PROJECT}
     -D CMAKE_PREFIX_PATH=${prefix} -D CMAKE_C_COMPILER=${C_COMPILER}
     -D CMAKE_CXX_COMPILER=${CXX_COMPILER} -D CMAKE_C_FLAGS=${FLAGS} -D CMAKE_CXX_FLAGS=${FLAGS})
   run(${CMAKE_COMMAND} --build ${WORK}/build)
 endif()
-run(${WORK}/build/consumer)
+run(${WORK}/build/consumer_c)
+run(${WORK}/build/consumer_cpp)
