@@ -1,6 +1,7 @@
 #include "console.hpp"
 
 #include <cerrno>
+#include <cmath>
 #include <cstdio>
 
 #include <unistd.h>
@@ -16,10 +17,13 @@ console::console(const verbosity &talk)
         throw usage_error("--quiet and --verbose contradict each other");
 }
 
+void console::error(const std::string &line) const {
+    std::fprintf(stderr, "%searshot: %s\n", progress_ ? "\r\033[K" : "",
+                 message_line(line).c_str());
+}
+
 void console::note(const std::string &line) const {
-    if (!talk_.quiet)
-        std::fprintf(stderr, "%searshot: %s\n", progress_ ? "\r\033[K" : "",
-                     message_line(line).c_str());
+    if (!talk_.quiet) error(line);
 }
 
 void console::detail(const std::string &line) const {
@@ -59,6 +63,49 @@ void progress::show(clock::time_point now) {
     std::fprintf(stderr, "\r%s, %.0f x real time\033[K", line.c_str(), speed);
     std::fflush(stderr);
     shown_ = true;
+}
+
+progress_bar::progress_bar(const console &out, const verbosity &talk, std::string noun,
+                           std::size_t total)
+    : out_(out), active_(!talk.quiet), noun_(std::move(noun)),
+      total_(total), marks_{{clock::now(), 0}}, last_(marks_.front().time) {}
+
+void progress_bar::clear() {
+    if (shown_) std::fputs("\r\033[K", stderr);
+    shown_ = false;
+}
+
+void progress_bar::show(std::size_t done) {
+    using namespace std::chrono_literals;
+    const auto now = clock::now();
+    const auto pause = out_.shows_progress() ? clock::duration(200ms) : clock::duration(1min);
+    done_ = done;
+    if (now - marks_.back().time >= 1s) marks_.push_back({now, done});
+    while (marks_.size() > 2 && now - marks_.front().time > 30s) marks_.pop_front();
+    if (!active_ || now - last_ < pause) return;
+    last_ = now;
+    const std::chrono::duration<double> elapsed = now - marks_.front().time;
+    const std::string line =
+        text(static_cast<double>(done - marks_.front().done) / elapsed.count());
+    if (!out_.shows_progress()) {
+        out_.note(line);
+        return;
+    }
+    std::fprintf(stderr, "\r%s\033[K", line.c_str());
+    std::fflush(stderr);
+    shown_ = true;
+}
+
+std::string progress_bar::text(double rate) const {
+    constexpr std::size_t width = 20;
+    const std::size_t filled = total_ == 0 ? width : width * done_ / total_;
+    std::string line(1, '[');
+    line += std::string(filled, '#') + std::string(width - filled, '.') + "] ";
+    line += std::to_string(done_) + " of " + counted(total_, noun_) + ", " + fixed(rate, 1) + "/s";
+    if (rate > 0)
+        line +=
+            ", " + clock_time(std::llround(static_cast<double>(total_ - done_) / rate)) + " left";
+    return line;
 }
 
 void print(const std::string &text) {

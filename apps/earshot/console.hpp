@@ -2,6 +2,7 @@
 #pragma once
 
 #include <chrono>
+#include <deque>
 #include <optional>
 #include <string>
 
@@ -20,6 +21,7 @@ class console {
 
     void note(const std::string &line) const;   // unless quiet
     void detail(const std::string &line) const; // only when verbose
+    void error(const std::string &line) const;  // always
     void clipped(const std::string &file, u64 samples, const std::string &where) const; // if any
 
     bool shows_progress() const { return progress_; }
@@ -54,6 +56,40 @@ class progress {
     std::optional<s64> total_;
     s64 done_ = 0;
     clock::time_point start_;
+    clock::time_point last_;
+};
+
+// How far a run of many pieces is: a bar with their rate and the time left that is rewritten on a
+// terminal, elsewhere a line of it every minute, and nothing where only errors are wanted.
+class progress_bar {
+  public:
+    progress_bar(const console &out, const verbosity &talk, std::string noun, std::size_t total);
+    ~progress_bar() { clear(); }
+    progress_bar(const progress_bar &) = delete;
+    progress_bar &operator=(const progress_bar &) = delete;
+
+    // Called often, with the pieces that are done by now.
+    void show(std::size_t done);
+
+    // Takes the bar away, before something else is printed.
+    void clear();
+
+  private:
+    using clock = std::chrono::steady_clock;
+    struct mark {
+        clock::time_point time;
+        std::size_t done;
+    };
+
+    std::string text(double rate) const;
+
+    const console &out_;
+    bool active_;
+    bool shown_ = false;
+    std::string noun_;
+    std::size_t total_;
+    std::size_t done_ = 0;
+    std::deque<mark> marks_; // a second apart, of the last half minute, which the rate is of
     clock::time_point last_;
 };
 

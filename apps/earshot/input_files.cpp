@@ -34,4 +34,6 @@ bool is_input(const struct stat &status) {
     return std::find(inputs().begin(), inputs().end(), identity) != inputs().end();
 }
 
+void forget_inputs() { inputs().clear(); }
+
 } // namespace earshot_tool

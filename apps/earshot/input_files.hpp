@@ -13,4 +13,7 @@ void note_input(int descriptor);
 
 bool is_input(const struct stat &status);
 
+// Where the next rendering of the same process begins: what was read before is not its input.
+void forget_inputs();
+
 } // namespace earshot_tool

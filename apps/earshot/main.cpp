@@ -89,6 +89,7 @@ int run(int argc, char **argv) {
     add_render(app, chosen);
     add_binauralize(app, chosen);
     add_join(app, chosen);
+    add_batch(app, chosen);
     add_head(app, chosen);
     add_bench(app, chosen);
     add_info(app, chosen);

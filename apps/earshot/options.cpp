@@ -58,8 +58,7 @@ void add_output_file(CLI::App &command, output_options &options) {
     command.add_flag("--digest", options.digest, "Print the SHA-256 of the output samples");
 }
 
-void add_output_options(CLI::App &command, output_options &options) {
-    add_output_file(command, options);
+void add_sample_options(CLI::App &command, output_options &options) {
     const std::string bits =
         options.default_bits == 0 ? ": as IN" : " " + std::to_string(options.default_bits);
     add_choice(command, "--bits", {16, 24, 32}, options.bits,
@@ -68,6 +67,11 @@ void add_output_options(CLI::App &command, output_options &options) {
     add_quality(command, options.quality);
     command.add_flag("--no-dither", options.no_dither, "Round to the output width without dither");
     add_time_span(command, options.span);
+}
+
+void add_output_options(CLI::App &command, output_options &options) {
+    add_output_file(command, options);
+    add_sample_options(command, options);
 }
 
 void add_time_span(CLI::App &command, time_span &span) {

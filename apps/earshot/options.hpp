@@ -19,8 +19,9 @@ using action = std::function<void()>;
 CLI::App *add_command(CLI::App &app, const std::string &name, const std::string &description);
 
 void add_input(CLI::App &command, std::string &path, const std::string &description);
-// "--output", "--raw" and "--digest"; the second adds what says how samples are written, and which.
+// "--output", "--raw" and "--digest"; what says how samples are written, and which; both.
 void add_output_file(CLI::App &command, output_options &options);
+void add_sample_options(CLI::App &command, output_options &options);
 void add_output_options(CLI::App &command, output_options &options);
 void add_time_span(CLI::App &command, time_span &span);
 void add_input_format(CLI::App &command, channel_layout &layout);

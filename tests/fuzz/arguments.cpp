@@ -34,8 +34,10 @@ std::vector<std::string> lines_of(const std::string &text) {
  * takes most of the time to make, so there is only the one that is named. */
 void parse_command_line(std::vector<std::string> arguments) {
     static const std::map<std::string, void (*)(CLI::App &, action &)> commands = {
-        {"rotate", add_rotate},           {"encode", add_encode}, {"render", add_render},
-        {"binauralize", add_binauralize}, {"bench", add_bench},   {"info", add_info}};
+        {"rotate", add_rotate}, {"encode", add_encode},
+        {"render", add_render}, {"binauralize", add_binauralize},
+        {"bench", add_bench},   {"info", add_info},
+        {"batch", add_batch}};
     const auto named = arguments.empty() ? commands.end() : commands.find(arguments[0]);
     if (named == commands.end()) return;
     CLI::App app("", "earshot");

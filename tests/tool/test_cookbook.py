@@ -48,6 +48,7 @@ sox -D -n -r {RATE} -b 24 click.wav synth 1s square pad 0 0.1
 
 # What may be said on the way; anything else on standard error is a fault of the page.
 NOTES = [r"\S+: converting the sample rate from 44100 to 48000 Hz",
+         r"2 lines, 2 rendered, 0 already there; records in \w+/results.jsonl",
          r"film.wav: taken as 5\.1 \(.*\), as its header says; .*"]
 
 CODECS = {"flac": "flac", "opus": "opus", "mp3": "mp3", "mp4": "aac"}
@@ -110,6 +111,9 @@ class Cookbook(ToolTest):
         self.write("turns.csv", b"0,0,0\n2,%d,0\n" % FIELD_AZIMUTH)
         self.write("tracker.csv", b"time,yaw,pitch,roll\n" + b"".join(
             b"%g,%g,0,0\n" % (k / 100, 90 * k / 100 / LENGTH) for k in range(100 * LENGTH + 1)))
+        form = json.dumps({**SCENE, "sources": [{**SCENE["sources"][1], "direction": ["${az}", 0]}]})
+        self.write("scenes.jsonl", b"""{"scene": "street.json", "output": "street.wav"}
+            {"template": %s, "values": {"az": 90}, "output": "left/rain.wav"}""" % form.encode())
         # The parts that other machines have rendered.
         for name, span in ("part1", "--to 1.5"), ("part3", "--from 3"):
             shell(f"earshot render street.json {span} -o {name}.wav").check_returncode()
@@ -146,7 +150,7 @@ class Cookbook(ToolTest):
                 for line in run.stderr.splitlines():
                     self.assertRegex(line, f"^earshot: ({'|'.join(NOTES)})$")
                 printed[command] = run.stdout
-                if "info" not in words:
+                if not {"info", "batch"} & set(words):
                     files = [b for a, b in zip(words, words[1:]) if a == "-o" and b != "-"]
                     written = (files or words)[-1]
                     self.assertNotIn(written, made)
@@ -186,6 +190,11 @@ class Cookbook(ToolTest):
                        if "--digest" in command]
             self.assertEqual(len(digests), 2)
             self.assertEqual(*digests)
+        with self.subTest("batches"):
+            self.assertEqual(self.read("takes/street.wav"), self.read("street.wav"))
+            self.assertGreater(ears("takes/left/rain.wav")[0], 3)
+            for name in "mine/street.wav", "mine/left/rain.wav":
+                self.assertLess(abs(meter(name)[0] + 20), 0.15)
         with self.subTest("fields"):
             # At azimuth 30 for one who looks to -60: on the left.
             self.assertGreater(min(ears("ears.wav")), 2)

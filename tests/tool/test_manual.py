@@ -9,7 +9,7 @@ import unittest
 from harness import ToolTest, main
 
 PAGE = os.environ["EARSHOT_MANUAL"]
-COMMANDS = ["rotate", "encode", "render", "binauralize", "join", "head", "bench", "info"]
+COMMANDS = ["rotate", "encode", "render", "binauralize", "join", "batch", "head", "bench", "info"]
 
 
 class Manual(ToolTest):

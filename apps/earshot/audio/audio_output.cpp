@@ -38,9 +38,9 @@ u64 narrowed(const s32 *in, s32 *out, std::size_t count, int width, Dither &dith
 } // namespace
 
 audio_output::audio_output(const output_options &options, const output_format &format,
-                           std::optional<s64> frames, s64 first)
+                           std::optional<s64> frames, s64 first, frame_listener written)
     : options_(options), format_(format), file_(options.path),
-      writer_(make_writer(file_, format, frames)) {
+      writer_(make_writer(file_, format, frames)), written_(std::move(written)) {
     if (options.no_dither || format.width >= format.computed_width) return;
     dither_.emplace(format.computed_width - format.width);
     dither_->skip(static_cast<u64>(first) * static_cast<u64>(format.channels));
@@ -50,6 +50,7 @@ void audio_output::write(const s32 *interleaved, std::size_t frames) {
     const std::size_t count = frames * static_cast<std::size_t>(format_.channels);
     const s32 *words = narrow(interleaved, count);
     if (options_.digest) digest_.add(words, count);
+    if (written_) written_(words, frames);
     writer_->write(words, frames);
     frames_ += static_cast<s64>(frames);
 }

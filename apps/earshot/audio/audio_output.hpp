@@ -2,6 +2,7 @@
 // without, counted, digested and written.
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -27,12 +28,15 @@ struct output_options {
     time_span span;
 };
 
+// Gets frames as they are written: words of the output's width, zeros below.
+using frame_listener = std::function<void(const s32 *interleaved, std::size_t frames)>;
+
 class audio_output {
   public:
     // frames: the length, where it is known. first: the number that the first frame has in the
     // sound that it is a part of, which dither goes by. The format has been checked.
     audio_output(const output_options &options, const output_format &format,
-                 std::optional<s64> frames, s64 first = 0);
+                 std::optional<s64> frames, s64 first = 0, frame_listener written = {});
 
     // Any number of interleaved Q31 frames.
     void write(const s32 *interleaved, std::size_t frames);
@@ -54,6 +58,7 @@ class audio_output {
     std::unique_ptr<sample_writer> writer_;
     std::optional<triangular_dither> dither_;
     sample_digest digest_;
+    frame_listener written_;
     std::vector<s32> words_;
     s64 frames_ = 0;
     u64 clipped_ = 0;

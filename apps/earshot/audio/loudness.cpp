@@ -67,10 +67,13 @@ void true_peak_meter::interpolate(std::size_t begin, std::size_t frames) {
     }
 }
 
-loudness_meter::loudness_meter(const loudspeakers &channels, int rate, double unit)
+loudness_meter::loudness_meter(const loudspeakers &channels, int rate, double unit,
+                               loudness_measures measures)
     : channels_(channels.size()), rate_(rate), unit_(unit),
-      state_(make_state(static_cast<int>(channels_), rate, EBUR128_MODE_I | EBUR128_MODE_LRA)),
-      peak_(static_cast<int>(channels_), rate) {
+      state_(make_state(static_cast<int>(channels_), rate,
+                        measures == loudness_measures::all ? EBUR128_MODE_I | EBUR128_MODE_LRA
+                                                           : EBUR128_MODE_I)) {
+    if (measures == loudness_measures::all) peak_.emplace(static_cast<int>(channels_), rate);
     for (unsigned k = 0; k < channels_; ++k)
         ebur128_set_channel(state_.get(), k, counted_as(channels[k], channels));
 }
@@ -80,7 +83,7 @@ void loudness_meter::add(const s32 *interleaved, std::size_t frames) {
     block_.resize(count);
     for (std::size_t i = 0; i < count; ++i) block_[i] = interleaved[i] * unit_;
     add_frames(state_, block_.data(), frames);
-    peak_.add(block_.data(), frames);
+    if (peak_) peak_->add(block_.data(), frames);
     frames_ += static_cast<s64>(frames);
 }
 
@@ -93,14 +96,14 @@ std::optional<double> loudness_meter::integrated() const {
 
 std::optional<double> loudness_meter::range() const {
     double range = 0;
-    if (frames_ < 3 * s64{rate_} || !integrated()) return std::nullopt;
+    if (!peak_ || frames_ < 3 * s64{rate_} || !integrated()) return std::nullopt;
     ebur128_loudness_range(state_.get(), &range);
     return range;
 }
 
 std::optional<double> loudness_meter::true_peak() const {
-    if (peak_.peak() == 0) return std::nullopt;
-    return 20 * std::log10(peak_.peak());
+    if (!peak_ || peak_->peak() == 0) return std::nullopt;
+    return 20 * std::log10(peak_->peak());
 }
 
 } // namespace earshot_tool

@@ -40,16 +40,20 @@ class true_peak_meter {
     double peak_ = 0;
 };
 
+// The range and the true peak take most of the time of a measurement.
+enum class loudness_measures { integrated, all };
+
 class loudness_meter {
   public:
     // Which loudspeakers the channels are for. unit: of a sample; full scale is 1.
-    loudness_meter(const loudspeakers &channels, int rate, double unit);
+    loudness_meter(const loudspeakers &channels, int rate, double unit,
+                   loudness_measures measures = loudness_measures::all);
 
     void add(const s32 *interleaved, std::size_t frames);
 
     std::optional<double> integrated() const; // LUFS; nothing where no 0.4 s are above -70
-    std::optional<double> range() const;      // LU; nothing of less than 3 s
-    std::optional<double> true_peak() const;  // dBTP; nothing of silence
+    std::optional<double> range() const;      // LU; nothing of less than 3 s, or not measured
+    std::optional<double> true_peak() const;  // dBTP; nothing of silence, or not measured
 
   private:
     std::size_t channels_;
@@ -57,7 +61,7 @@ class loudness_meter {
     double unit_;
     s64 frames_ = 0;
     meter_state state_;
-    true_peak_meter peak_;
+    std::optional<true_peak_meter> peak_;
     std::vector<double> block_;
 };
 

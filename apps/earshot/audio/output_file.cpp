@@ -3,6 +3,7 @@
 #include <cerrno>
 #include <csignal>
 #include <cstring>
+#include <filesystem>
 
 #include <fcntl.h>
 #include <limits.h>
@@ -41,7 +42,7 @@ bool ends_program(int number) {
 char unfinished_path[PATH_MAX];
 volatile std::sig_atomic_t unfinished = 0;
 
-extern "C" void remove_unfinished(int signal_number) {
+extern "C" void clean_up(int signal_number) {
     if (unfinished != 0) unlink(unfinished_path);
     // The handler was installed for one call: now the signal ends the program as usual.
     raise(signal_number);
@@ -64,10 +65,10 @@ class signals_held {
 };
 
 // A hidden name in the same directory, cut where it would grow past the limit of file systems.
-std::string name_beside(const std::string &path, int attempt) {
+std::string name_beside(const std::string &path, int process, int attempt) {
     const auto slash = path.rfind('/');
     const auto base = slash == std::string::npos ? 0 : slash + 1;
-    return path.substr(0, base) + "." + path.substr(base, 200) + "." + std::to_string(getpid()) +
+    return path.substr(0, base) + "." + path.substr(base, 200) + "." + std::to_string(process) +
            "." + std::to_string(attempt) + ".part";
 }
 
@@ -80,7 +81,7 @@ std::string cause_beside(int error) {
 
 void prepare_signals() {
     struct sigaction action {};
-    action.sa_handler = remove_unfinished;
+    action.sa_handler = clean_up;
     action.sa_flags = static_cast<int>(SA_RESETHAND | SA_NODEFER);
     sigemptyset(&action.sa_mask);
     for (int number = 1; number <= SIGRTMAX; ++number) {
@@ -92,6 +93,16 @@ void prepare_signals() {
     }
     std::signal(SIGPIPE, SIG_IGN);
     std::signal(SIGXFSZ, SIG_IGN);
+}
+
+void make_directory(const std::string &path) {
+    std::error_code error;
+    std::filesystem::create_directories(path, error);
+    if (error) throw processing_error(path, error.message());
+}
+
+void remove_unfinished(const std::string &path, int process) {
+    unlink(name_beside(path, process, 0).c_str());
 }
 
 output_file::output_file(const std::string &path)
@@ -137,7 +148,7 @@ void output_file::open_beside() {
         throw processing_error(name_, system_cause(errno));
     const signals_held held;
     for (int attempt = 0; descriptor_ < 0; ++attempt) {
-        temporary_ = name_beside(path_, attempt);
+        temporary_ = name_beside(path_, getpid(), attempt);
         descriptor_ = open(temporary_.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
         if (descriptor_ < 0 && errno != EEXIST) throw processing_error(name_, cause_beside(errno));
     }

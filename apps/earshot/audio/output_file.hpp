@@ -43,6 +43,12 @@ class output_file {
     bool committed_ = false;
 };
 
+// With the folders that it is in; it may be there already. Throws processing_error.
+void make_directory(const std::string &path);
+
+// Removes what another process, which has ended in the midst of it, has left of a file.
+void remove_unfinished(const std::string &path, int process);
+
 // Makes signals that end the program remove an unfinished output file before they do, and
 // turns a closed pipe and a file size limit into errors of the write.
 void prepare_signals();

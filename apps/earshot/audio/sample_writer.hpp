@@ -36,4 +36,7 @@ std::unique_ptr<sample_writer> make_stream_writer(output_file &file, const outpu
 // All bytes to the descriptor, or the number of the error. 0 for success.
 int write_all(int descriptor, const void *bytes, std::size_t count);
 
+// The same to a file, which is complete by that. Throws processing_error.
+void complete(output_file &file, const void *bytes, std::size_t count);
+
 } // namespace earshot_tool

@@ -123,4 +123,10 @@ std::unique_ptr<sample_writer> make_stream_writer(output_file &file, const outpu
     return std::make_unique<stream_writer>(file, format, frames);
 }
 
+void complete(output_file &file, const void *bytes, std::size_t count) {
+    if (const int error = write_all(file.descriptor(), bytes, count))
+        throw processing_error(file.name(), system_cause(error));
+    file.commit();
+}
+
 } // namespace earshot_tool

@@ -13,6 +13,7 @@ void add_render(CLI::App &app, action &chosen);
 void add_binauralize(CLI::App &app, action &chosen);
 void add_head(CLI::App &app, action &chosen);
 void add_bench(CLI::App &app, action &chosen);
+void add_batch(CLI::App &app, action &chosen);
 void add_info(CLI::App &app, action &chosen);
 void add_join(CLI::App &app, action &chosen);
 

@@ -39,7 +39,7 @@ output_format format_for(const output_options &options, const audio_input &in, i
 }
 
 delivered deliver(frame_source &source, const output_options &options, const output_format &format,
-                  const console &out) {
+                  const console &out, const frame_listener &written) {
     std::optional<resampler> converted;
     if (source.rate() != format.rate) {
         converted.emplace(source, format.rate);
@@ -51,7 +51,7 @@ delivered deliver(frame_source &source, const output_options &options, const out
         out.detail("converting from the beginning on: the rate conversion has a memory");
     excerpt part(last, options.span, options.path == "-" ? "standard output" : options.path);
     if (const auto frames = part.frames()) check_length(options.path, format, *frames);
-    audio_output output(options, format, part.frames(), part.first());
+    audio_output output(options, format, part.frames(), part.first(), written);
     drain(part, out, [&](const s32 *frames, std::size_t count) { output.write(frames, count); });
     part.require_frames();
     output.finish();

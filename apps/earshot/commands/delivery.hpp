@@ -34,13 +34,15 @@ struct delivered {
     s64 frames;
     u64 clipped;               // samples, on the way to the output's width
     u64 clipped_by_conversion; // of the rate
+
+    u64 all_clipped() const { return clipped + clipped_by_conversion; }
 };
 
 // The source has the channels of the format, and its samples the format's computed width. What is
 // written is the part that the options say. The output is opened at once: whatever else can be
 // checked has been by then.
 delivered deliver(frame_source &source, const output_options &options, const output_format &format,
-                  const console &out);
+                  const console &out, const frame_listener &written = {});
 
 // What there is to say about it at the end: of what was clipped, and what was written.
 void report(const console &out, const delivered &written);

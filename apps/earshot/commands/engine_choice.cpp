@@ -9,8 +9,9 @@ namespace earshot_tool {
 
 namespace {
 
-listening_head chosen_head(const head_options &options, const console &out) {
-    if (!options.measured) return load_head(options.head, out);
+listening_head chosen_head(const head_options &options, const console &out,
+                           const head_loader &load) {
+    if (!options.measured) return load(options.head, out);
     if (!options.head.empty())
         throw usage_error("--head: --placement measured knows the built-in head alone; leave one "
                           "of them out");
@@ -42,8 +43,9 @@ void add_placement(CLI::App &command, head_options &options) {
         ->type_name("continuous|measured");
 }
 
-engine_choice::engine_choice(const head_options &options, const console &out)
-    : head_(chosen_head(options, out)), measured_(options.measured),
+engine_choice::engine_choice(const head_options &options, const console &out,
+                             const head_loader &load)
+    : head_(chosen_head(options, out, load)), measured_(options.measured),
       builtin_(options.head.empty()) {}
 
 std::unique_ptr<binaural_engine> engine_choice::for_directions(std::size_t sources,

@@ -1,6 +1,7 @@
 // What filters the sources of a rendering, and through whose ears.
 #pragma once
 
+#include <functional>
 #include <memory>
 
 #include "commands/rendering_options.hpp"
@@ -19,10 +20,14 @@ struct head_options {
 void add_head(CLI::App &command, head_options &options);
 void add_placement(CLI::App &command, head_options &options);
 
+// Where the heads of files come from: load_head, or what keeps them for the next rendering.
+using head_loader = std::function<listening_head(const std::string &path, const console &out)>;
+
 // Chosen, loaded and checked.
 class engine_choice {
   public:
-    engine_choice(const head_options &options, const console &out);
+    engine_choice(const head_options &options, const console &out,
+                  const head_loader &load = load_head);
 
     // For sources at directions.
     std::unique_ptr<binaural_engine> for_directions(std::size_t sources, std::size_t frame_length,

@@ -28,12 +28,6 @@ struct head_command_options {
     verbosity talk;
 };
 
-void complete(output_file &file, const void *data, std::size_t size) {
-    if (const int error = write_all(file.descriptor(), data, size))
-        throw processing_error(file.name(), system_cause(error));
-    file.commit();
-}
-
 // Whether gnuplot was there and drew.
 bool draw(const std::string &directory) {
     posix_spawn_file_actions_t actions;
@@ -51,12 +45,6 @@ bool draw(const std::string &directory) {
     while (waitpid(child, &status, 0) < 0 && errno == EINTR) {
     }
     return WIFEXITED(status) && WEXITSTATUS(status) == 0;
-}
-
-void make_directory(const std::string &path) {
-    std::error_code error;
-    std::filesystem::create_directories(path, error);
-    if (error) throw processing_error(path, error.message());
 }
 
 void report(const console &out, const preparation::prepared_head &head,

@@ -3,23 +3,18 @@
 
 #include "audio/sound_header.hpp"
 #include "commands/commands.hpp"
-#include "commands/engine_choice.hpp"
 #include "commands/placed_sources.hpp"
-#include "commands/rendering_plan.hpp"
+#include "commands/scene_rendering.hpp"
 #include "error.hpp"
-#include "field/spherical_harmonics.hpp"
 #include "scene/rendering/field_stream.hpp"
-#include "scene/rendering/scene_stream.hpp"
 
 namespace earshot_tool {
 
 namespace {
 
-struct render_options : rendering_options, head_options, placed_options {
-    std::string scene;    // or a sound
-    int frame = 0;        // 0: the longest that is possible
-    int field_order = 0;  // 0: for two ears
-    bool no_head = false; // the listener's turns are left out
+struct render_options : scene_options, placed_options {
+    std::string scene; // or a sound
+    int frame = 0;     // 0: the longest that is possible
 };
 
 std::size_t frame_length(const render_options &options) {
@@ -63,51 +58,12 @@ void check_scene(const render_options &options) {
         throw usage_error("--orbit: a scene says itself how its sources move");
     if (options.lfe_is_set)
         throw usage_error("--lfe: a scene says itself how loud its LFE channels are, with \"lfe\"");
-}
-
-void render_scene(const render_options &options) {
-    check_scene(options);
     if (options.frame != 0) throw usage_error("--frame: the frames of a scene have 96 samples");
-    rendering_plan plan(options);
-    const scene_file scene = read_scene(options.scene);
-    const guard_choice guard =
-        guard_for(options, headroom_for(scene.content).guard, scene.content.sources.size());
-    const engine_choice engine(options, plan.out);
-    plan.head = engine.text();
-    plan.open = [&scene, &engine, guard] {
-        return open_scene(scene, engine, guard, scene_stream::frame_length);
-    };
-    carry_out(plan);
 }
 
-// What belongs to two ears.
-void check_field(const render_options &options) {
-    if (!options.head.empty())
-        throw usage_error("--head: a field is not heard through a head; give it to 'earshot "
-                          "binauralize', which makes two ears of the field");
-    if (options.measured)
-        throw usage_error("--placement: a field has every source exactly where it is; leave it "
-                          "out");
-    if (options.goal.measures_loudness())
-        throw usage_error(options.goal.option() +
-                          ": how loud a field is depends on who plays it; --normalize brings its "
-                          "peak to full scale");
-    if (options.guard) throw usage_error("--guard: no sum of a field can wrap; leave it out");
-    if (options.frame != 0)
-        throw usage_error("--frame: the frames of a field have 96 samples; leave it out");
-}
-
-void render_field(const render_options &options) {
-    check_field(options);
-    const bool is_scene = !options.scene.empty() && !is_sound(options);
-    if (is_scene) check_scene(options);
-    rendering_plan plan(options, channels_of_order(options.field_order));
-    placed_scene scene;
-    if (is_scene)
-        scene.file = read_scene(options.scene);
-    else
-        scene = placed(options);
-    if (options.no_head) scene.file.content.listener.orientation = scene_listener{}.orientation;
+void render_placed_field(const render_options &options) {
+    rendering_plan plan = plan_for(options);
+    placed_scene scene = placed(options);
     plan.open = [&] {
         return open_field(scene.file, options.field_order,
                           orbit_of(scene, options.orbit_seconds, field_mixer::frame_length));
@@ -118,15 +74,19 @@ void render_field(const render_options &options) {
 void render(const render_options &options) {
     if (options.scene.empty() == options.sources.empty())
         throw usage_error("render: name either a scene or sources with -s");
-    if (options.no_head && options.field_order == 0)
-        throw usage_error("--no-head: two ears turn with their head; it is for --field, which a "
-                          "player can turn");
-    if (options.field_order != 0)
-        render_field(options);
-    else if (options.scene.empty() || is_sound(options))
+    check_destination(options);
+    if (options.field_order != 0 && options.frame != 0)
+        throw usage_error("--frame: the frames of a field have 96 samples; leave it out");
+    if (!options.scene.empty() && !is_sound(options)) {
+        check_scene(options);
+        rendering_plan plan = plan_for(options);
+        scene_file scene = read_scene(options.scene);
+        render_scene(plan, scene, options);
+    } else if (options.field_order != 0) {
+        render_placed_field(options);
+    } else {
         render_placed(options);
-    else
-        render_scene(options);
+    }
 }
 
 } // namespace
@@ -145,10 +105,7 @@ void add_render(CLI::App &app, action &chosen) {
     add_placed_sources(*command, *options, "Instead, a source and its direction,");
     add_choice(*command, "--frame", {96, 128}, options->frame,
                "Samples of a frame: 96, or 128 with sources that stand still");
-    add_choice(*command, "--field", {1, 2, 3, 4}, options->field_order,
-               "Instead of two ears, make an ambisonic field of order 1 to 4 (AmbiX)");
-    command->add_flag("--no-head", options->no_head,
-                      "With --field: leave the listener's turns to who plays the field");
+    add_field_options(*command, *options);
     add_placement(*command, *options);
     add_rendering_options(*command, *options);
     command->callback([options, &chosen] { chosen = [options] { render(*options); }; });

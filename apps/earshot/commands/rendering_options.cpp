@@ -29,6 +29,11 @@ void add_rendering_options(CLI::App &command, rendering_options &options) {
             "--guard", [&options](const std::string &text) { options.guard = parse_guard(text); },
             "Keep fewer bits of headroom inside, and say where sums could have wrapped")
         ->type_name("BITS");
+    add_level_options(command, options);
+    add_verbosity(command, options.talk);
+}
+
+void add_level_options(CLI::App &command, rendering_options &options) {
     command
         .add_option_function<std::string>(
             "--gain",
@@ -39,7 +44,6 @@ void add_rendering_options(CLI::App &command, rendering_options &options) {
             "Change the output level by -120 to 60 decibels")
         ->type_name("DB");
     add_level_goal(command, options.goal);
-    add_verbosity(command, options.talk);
 }
 
 guard_choice guard_for(const rendering_options &options, int safe, std::size_t sources) {

@@ -19,7 +19,9 @@ struct rendering_options {
     verbosity talk;
 };
 
+// All of them, and only those for the level of the output.
 void add_rendering_options(CLI::App &command, rendering_options &options);
+void add_level_options(CLI::App &command, rendering_options &options);
 
 // Bits of headroom inside.
 struct guard_choice {

@@ -84,7 +84,7 @@ rendering_plan::rendering_plan(const rendering_options &options, int channels)
     check_level_goal(goal, gain.has_value());
 }
 
-void carry_out(const rendering_plan &plan) {
+u64 carry_out(const rendering_plan &plan) {
     std::unique_ptr<rendering> work = plan.open();
     describe(*work, plan);
     check_length(*work, plan);
@@ -93,7 +93,7 @@ void carry_out(const rendering_plan &plan) {
     output_format format = plan.format;
     if (!plan.single_input.empty())
         format.tags = read_tags(plan.single_input, work->inputs[0]->file());
-    const delivered written = deliver(sound, plan.output, format, plan.out);
+    const delivered written = deliver(sound, plan.output, format, plan.out, plan.written);
     report_inputs(*work, plan.out);
     work->report(plan.out);
     if (sound.clipped() > 0)
@@ -101,6 +101,7 @@ void carry_out(const rendering_plan &plan) {
                          clip_text(plan.goal, sound, plan.full_scale, plan.gain));
     report_unsafe_frames(*work, written.name, plan.out);
     report(plan.out, written);
+    return sound.clipped() + written.all_clipped();
 }
 
 } // namespace earshot_tool

@@ -27,9 +27,11 @@ struct rendering_plan {
 
     // Opens the sounds and what renders them: twice, where the level depends on the sound.
     std::function<std::unique_ptr<rendering>()> open;
+
+    frame_listener written{}; // hears what goes into the output
 };
 
-// Renders to the plan's output.
-void carry_out(const rendering_plan &plan);
+// Renders to the plan's output. Returns how many samples were clipped on the way.
+u64 carry_out(const rendering_plan &plan);
 
 } // namespace earshot_tool

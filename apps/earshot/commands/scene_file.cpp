@@ -15,12 +15,6 @@ namespace earshot_tool {
 
 namespace {
 
-// A file called "-" is a file here: a scene is complete without standard input.
-std::string path_in(const std::string &folder, const std::string &name) {
-    const std::string path = (std::filesystem::path(folder) / name).string();
-    return path == "-" ? "./-" : path;
-}
-
 // A scene's sounds, over and over or once.
 binaural_input &open_sound(const scene_source &source, const std::string &path, rendering &work) {
     work.inputs.push_back(std::make_unique<binaural_input>(path));
@@ -54,23 +48,36 @@ void open_together(const scene_file &scene, rendering &work, std::vector<frame_s
 
 } // namespace
 
-scene_file read_scene(const std::string &path) {
-    scene_file file{text_file_name(path), "with \"channel\", or take all with \"layout\"", {}, {}};
-    const std::string folder =
-        path == "-" ? "" : std::filesystem::path(path).parent_path().string();
+// A file called "-" is a file here: a scene is complete without standard input.
+std::string path_in(const std::string &folder, const std::string &name) {
+    const std::string path = (std::filesystem::path(folder) / name).string();
+    return path == "-" ? "./-" : path;
+}
+
+std::string folder_of(const std::string &path) {
+    return path == "-" ? "" : std::filesystem::path(path).parent_path().string();
+}
+
+std::string read_scene_text(const std::string &path) {
+    if (is_sound_file(path))
+        throw processing_error(text_file_name(path), "is a sound, not a scene; 'earshot render " +
+                                                         path + "' renders it as it is");
+    return read_text(path, most_scene_bytes,
+                     "is larger than 16 MiB; long tracks belong into tables");
+}
+
+scene_file scene_of_text(const std::string &name, const std::string &text,
+                         const std::string &folder, const table_listener &listener) {
+    scene_file file{name, "with \"channel\", or take all with \"layout\"", {}, {}};
     std::size_t left = most_table_bytes;
-    const auto load = [&folder, &left](const std::string &name) {
-        std::string table = read_text(path_in(folder, name), left,
+    const auto load = [&](const std::string &table_name) {
+        std::string table = read_text(path_in(folder, table_name), left,
                                       "brings the tables of the scene to more than 256 MiB; give "
                                       "them fewer rows");
         left -= table.size();
+        if (listener) listener(table);
         return table;
     };
-    if (is_sound_file(path))
-        throw processing_error(file.name, "is a sound, not a scene; 'earshot render " + path +
-                                              "' renders it as it is");
-    const std::string text =
-        read_text(path, most_scene_bytes, "is larger than 16 MiB; long tracks belong into tables");
     try {
         file.content = parse_scene(text, load);
     } catch (const std::runtime_error &error) { // the scene's, or of a table that cannot be read
@@ -79,6 +86,10 @@ scene_file read_scene(const std::string &path) {
     for (const scene_source &source : file.content.sources)
         file.sounds.push_back(path_in(folder, source.file));
     return file;
+}
+
+scene_file read_scene(const std::string &path) {
+    return scene_of_text(text_file_name(path), read_scene_text(path), folder_of(path));
 }
 
 std::vector<frame_source *> open_sounds(const scene_file &scene, rendering &work) {

@@ -1,6 +1,7 @@
 // A scene and the files of its sounds: read from a file, or made of the command line.
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -21,6 +22,21 @@ struct scene_file {
 // Reads the scene and its tables, from standard input for "-", when names in it start from the
 // current folder. Throws processing_error, which tells the place.
 scene_file read_scene(const std::string &path);
+
+// Gets the text of every table that a scene brings, in their order.
+using table_listener = std::function<void(const std::string &text)>;
+
+// The same of a text that was read already, or made. name: for messages. folder: that names in it
+// start from; empty: the current one.
+scene_file scene_of_text(const std::string &name, const std::string &text,
+                         const std::string &folder, const table_listener &listener = {});
+
+// The text of a scene's file. Throws processing_error.
+std::string read_scene_text(const std::string &path);
+
+// The folder that a file is in, in which the names in it are looked for, and such a name there.
+std::string folder_of(const std::string &path);
+std::string path_in(const std::string &folder, const std::string &name);
 
 // Opens the scene's sounds as inputs of the work: mono, at 48000 Hz. The scene has to outlive it.
 std::vector<frame_source *> open_sounds(const scene_file &scene, rendering &work);
