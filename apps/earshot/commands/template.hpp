@@ -9,7 +9,7 @@ namespace earshot_tool {
 // whatever its type; within a longer string it is a text, a number, true or false. "$$" is a
 // dollar. Throws scene_error for a name without a value, for a value that is not used, and for a
 // dollar that is neither.
-earshot_scene::json filled_template(const earshot_scene::json &form,
-                                    const earshot_scene::json &values);
+earshot_scenes::json filled_template(const earshot_scenes::json &form,
+                                    const earshot_scenes::json &values);
 
 } // namespace earshot_tool
