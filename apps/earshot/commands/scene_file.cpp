@@ -15,12 +15,6 @@ namespace earshot_tool {
 
 namespace {
 
-// A file called "-" is a file here: a scene is complete without standard input.
-std::string path_in(const std::string &folder, const std::string &name) {
-    const std::string path = (std::filesystem::path(folder) / name).string();
-    return path == "-" ? "./-" : path;
-}
-
 // A scene's sounds, over and over or once.
 binaural_input &open_sound(const scene_source &source, const std::string &path, rendering &work) {
     work.inputs.push_back(std::make_unique<binaural_input>(path));
@@ -53,6 +47,12 @@ void open_together(const scene_file &scene, rendering &work, std::vector<frame_s
 }
 
 } // namespace
+
+// A file called "-" is a file here: a scene is complete without standard input.
+std::string path_in(const std::string &folder, const std::string &name) {
+    const std::string path = (std::filesystem::path(folder) / name).string();
+    return path == "-" ? "./-" : path;
+}
 
 scene_file read_scene(const std::string &path) {
     scene_file file{text_file_name(path), "with \"channel\", or take all with \"layout\"", {}, {}};

@@ -22,6 +22,9 @@ struct scene_file {
 // current folder. Throws processing_error, which tells the place.
 scene_file read_scene(const std::string &path);
 
+// The path of a file that a scene in the folder names.
+std::string path_in(const std::string &folder, const std::string &name);
+
 // Opens the scene's sounds as inputs of the work: mono, at 48000 Hz. The scene has to outlive it.
 std::vector<frame_source *> open_sounds(const scene_file &scene, rendering &work);
 
