@@ -1,6 +1,7 @@
 #include "input_files.hpp"
 
 #include <algorithm>
+#include <mutex>
 #include <vector>
 
 namespace earshot_tool {
@@ -15,8 +16,33 @@ struct file_identity {
     bool operator==(const file_identity &) const = default;
 };
 
-std::vector<file_identity> &inputs() {
-    static std::vector<file_identity> files;
+// Threads may open files at the same time.
+class file_list {
+  public:
+    void add(const file_identity &file) {
+        const std::lock_guard lock(alone_);
+        if (!holds(file)) files_.push_back(file);
+    }
+    bool contains(const file_identity &file) {
+        const std::lock_guard lock(alone_);
+        return holds(file);
+    }
+    void clear() {
+        const std::lock_guard lock(alone_);
+        files_.clear();
+    }
+
+  private:
+    bool holds(const file_identity &file) const {
+        return std::find(files_.begin(), files_.end(), file) != files_.end();
+    }
+
+    std::mutex alone_;
+    std::vector<file_identity> files_;
+};
+
+file_list &inputs() {
+    static file_list files;
     return files;
 }
 
@@ -25,13 +51,12 @@ std::vector<file_identity> &inputs() {
 void note_input(int descriptor) {
     struct stat status {};
     // A terminal or /dev/null may well be both ends.
-    if (fstat(descriptor, &status) == 0 && !S_ISCHR(status.st_mode) && !is_input(status))
-        inputs().push_back({status.st_dev, status.st_ino});
+    if (fstat(descriptor, &status) == 0 && !S_ISCHR(status.st_mode))
+        inputs().add({status.st_dev, status.st_ino});
 }
 
 bool is_input(const struct stat &status) {
-    const file_identity identity{status.st_dev, status.st_ino};
-    return std::find(inputs().begin(), inputs().end(), identity) != inputs().end();
+    return inputs().contains({status.st_dev, status.st_ino});
 }
 
 void forget_inputs() { inputs().clear(); }

@@ -5,7 +5,9 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <cstdio>
+#include <fstream>
+
+#include <nlohmann/json.hpp>
 
 namespace earshot_scenes::test {
 namespace {
@@ -20,82 +22,31 @@ u64 digest_of(const samples &pairs) {
 
 /* --- The same bits everywhere ------------------------------------------------------------------*/
 
-struct pinned_scene {
-    const char *name;
-    u64 measured; // digests of the two placements
-    u64 continuous;
-    std::string text;
-};
-
-std::string many_sources() {
-    std::string text = R"({"version": 1, "sources": [)";
-    for (int k = 0; k < 20; ++k) {
-        const int first = 18 * k, step = 100 - 12 * k;
-        char source[200];
-        std::snprintf(source, sizeof source,
-                      R"(%s{"file": "a", "gain": %d, "track": [[0, %d, 0], [0.025, %d, 10],
-                         [0.05, %d, 20], [0.075, %d, 30], [0.1, %d, 40]]})",
-                      k == 0 ? "" : ",", -2 * k, first, first + step, first + 2 * step,
-                      first + 3 * step, first + 4 * step);
-        text += source;
-    }
-    return text + "]}";
+const nlohmann::json &pinned() {
+    static const nlohmann::json content = [] {
+        std::ifstream file(EARSHOT_PINNED_SCENES);
+        return nlohmann::json::parse(file);
+    }();
+    return content;
 }
 
-std::string table(const std::string &) {
-    return "time,x,y,z\n0,0.25,0,0\n0.05,3,0,1\n0.1,3,4,0\n0.15,-100,0,0\n";
-}
-
+/* Scenes with the digests of their two placements. What is pinned here is rendered by others as
+ * well, which read the same file. */
 TEST(SceneRender, ScenesHaveTheirDigests) {
-    const pinned_scene scenes[] = {
-        {"direction", 1557485991965005373u, 9261833120985483706u,
-         scene_text(R"("direction": [30, 10])")},
-        {"position", 1595439496050423042u, 14036899538975452508u,
-         scene_text(R"("position": [-3, 4, 1],
-            "rolloff": {"model": "inverse", "minimum": 2, "maximum": 50})")},
-        {"flight", 4736744955344605364u, 8098310314375094057u,
-         scene_text(R"("track": [[0, 2, 20, 1], [0.2, 2, -20, 1]],
-            "rolloff": {"model": "linear", "minimum": 1, "maximum": 30})")},
-        {"turns", 17288586654762934593u, 8745112808993091311u,
-         scene_text(R"("track": [[0, 0, -40], [0.025, 180, -7.5], [0.05, 360, 25],
-            [0.075, 540, 57.5], [0.1, 720, 90], [0.116667, 540, 75], [0.133333, 360, 60],
-            [0.15, 180, 45], [0.166667, 0, 30], [0.183333, -180, 15], [0.2, -360, 0]])")},
-        {"head", 9036979256656448372u, 14891893884760962089u,
-         scene_text(R"("position": [1, 1, 0])", R"("listener": {
-            "position": [0, 0, 1.7], "orientation_track":
-            [[0, 0, 0, 0], [0.1, 90, 45, -30], [0.15, 225, -22.5, 75],
-             [0.2, 360, -90, 180]]})")},
-        {"walk", 15114983726797820744u, 18271184238855594186u,
-         scene_text(R"("position": [1, 1, 0],
-            "rolloff": {"model": "inverse", "minimum": 1, "maximum": 20})",
-                    R"("listener": {
-            "position_track": [[0, 0, 0, 0], [0.2, 2, 2, 0.5]], "orientation_track":
-            [[0, 1, 0, 0, 0], [0.05, 0.5, 0.5, 0.5, 0.5], [0.2, 0, 0, -1, 0]]})")},
-        {"loop", 1726718025555571643u, 2275725578364354637u,
-         scene_text(R"("direction": [-100, 0], "loop": true, "start": 0.0111)",
-                    R"("duration": 0.3)")},
-        {"levels", 5832757741854193876u, 10531788609331929388u, R"({"version": 1, "sources": [
-            {"file": "a", "direction": [0, 0], "gain": 20, "dc_block": true},
-            {"file": "b", "position": [0, -1, 0], "gain": -33.333, "dc_block": true,
-             "start": 0.05},
-            {"file": "c", "direction": [180, 0], "gain": 6.02}]})"},
-        {"many", 9199302991828007885u, 15715328641437461002u, many_sources()},
-        {"table", 5661542379940899182u, 5964344151104032180u,
-         scene_text(R"("track": "table", "gain": -6, "dc_block": true,
-            "start": 0.01, "rolloff": {"model": "none", "minimum": 0.5, "maximum": 60})",
-                    R"("duration": 0.2, "listener": {
-            "orientation": {"quaternion": [0.5, -0.5, 0.5, 0.5]}})")},
-    };
     samples steps(9000);
     for (std::size_t i = 0; i < steps.size(); ++i)
         steps[i] = static_cast<s32>((i / 300 % 7 << 27) + 0x10000000);
-    for (const auto &[name, measured, continuous, text] : scenes) {
-        const std::vector<samples> sounds{noise(9600, 1), steps, noise(4000, 2, 0)};
-        const auto digest = [&, &read = text](placement where) {
-            return digest_of(performance(parse_scene(read, table), sounds, where).play());
+    const std::vector<samples> sounds{noise(9600, 1), steps, noise(4000, 2, 0)};
+    const auto table = [](const std::string &name) {
+        return pinned().at("tables").at(name).get<std::string>();
+    };
+    ASSERT_EQ(10u, pinned().at("scenes").size());
+    for (const auto &[name, entry] : pinned().at("scenes").items()) {
+        const auto digest = [&, &text = entry.at("scene")](placement where) {
+            return digest_of(performance(parse_scene(text.dump(), table), sounds, where).play());
         };
-        EXPECT_EQ(measured, digest(placement::measured)) << name;
-        EXPECT_EQ(continuous, digest(placement::continuous)) << name;
+        EXPECT_EQ(entry.at("measured").get<u64>(), digest(placement::measured)) << name;
+        EXPECT_EQ(entry.at("continuous").get<u64>(), digest(placement::continuous)) << name;
     }
 }
 
@@ -236,7 +187,7 @@ TEST(SceneRender, HeadroomIsAsLargeAsItMustBe) {
     EXPECT_EQ((std::pair{0, 3}), bits(std::vector<s32>(99, -40000)));
     EXPECT_EQ((std::pair{1, 4}), bits({0, 0}, true));
     // Sources at full scale in the worst way stay inside.
-    const std::string text = many_sources();
+    const std::string text = pinned().at("scenes").at("many").at("scene").dump();
     std::vector<samples> steps;
     for (int sign : {1, -1}) steps.emplace_back(4800, sign < 0 ? INT32_MIN : INT32_MAX);
     performance played(text, {steps[0]}, placement::measured);

@@ -2,6 +2,7 @@
 
 #include <cerrno>
 #include <map>
+#include <mutex>
 #include <utility>
 
 #include <fcntl.h>
@@ -43,11 +44,13 @@ class shared_file {
 
 std::shared_ptr<const shared_file> shared_file::open(const std::string &path) {
     if (path == "-") return std::make_shared<shared_file>(STDIN_FILENO);
+    static std::mutex alone; // other threads may open sounds of their own
     static std::map<identity, std::weak_ptr<const shared_file>> files;
     const int descriptor = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
     if (descriptor < 0) throw processing_error(path, system_cause(errno));
     std::shared_ptr<const shared_file> file = std::make_shared<shared_file>(descriptor);
     if (!file->regular()) return file;
+    const std::lock_guard lock(alone);
     auto &known = files[file->identity_];
     if (auto first = known.lock()) return first;
     known = file;
