@@ -71,12 +71,12 @@ def library(compiler, include):
 
 
 def files(compiler, include):
-    header = Header(compiler, include, '#include "files.h"\n')
+    own = '#include "files.h"\n#include "batch.h"\n'
+    header = Header(compiler, include, own)
     module = cffi.FFI()
     module.include(library(compiler, include))
-    module.cdef(header.declarations(lambda name: name.endswith("files.h")))
-    module.set_source("earshot._files", '#include "blocks.h"\n#include "files.h"\n',
-                      py_limited_api=True)
+    module.cdef(header.declarations(lambda name: name.endswith(("files.h", "batch.h"))))
+    module.set_source("earshot._files", '#include "blocks.h"\n' + own, py_limited_api=True)
     return module
 
 

@@ -9,6 +9,7 @@ Every call into the library releases the interpreter's lock, and objects are ind
 other. Errors derive from `earshot.Error` and from the built-in exception that fits.
 """
 
+from ._batch import batch
 from ._binaural import Binaural
 from ._digest import digest
 from ._effect import Effect
@@ -33,6 +34,6 @@ def instruction_set() -> str:
 __all__ = [
     "Binaural", "ClosedError", "Effect", "Error", "Field", "FileError", "Head", "HeadError",
     "Heard", "MissingLibraryError", "Notice", "RangeError", "Rendering", "SampleError",
-    "SampleTypeError", "Scene", "SceneError", "SoundError", "SourceInfo", "digest", "fft",
-    "instruction_set", "open", "render", "scenes",
+    "SampleTypeError", "Scene", "SceneError", "SoundError", "SourceInfo", "batch",
+    "digest", "fft", "instruction_set", "open", "render", "scenes",
 ]
