@@ -1,7 +1,7 @@
 #!/bin/sh
-# Tries the Debian packages of a folder in a fresh Debian: installs them, renders with the tool,
-# builds against the libraries, and removes them; nothing may be left. Run as root, in a mount
-# namespace of its own (unshare --mount), as scripts/package --check does:
+# Tries the Debian packages of a folder in a fresh Debian: installs them, renders with the tool and
+# with Python, builds C and C++ against the libraries, and removes them; nothing may be left. Run as
+# root, in a mount namespace of its own (unshare --mount), as scripts/package --check does:
 #     try.sh FOLDER TOOL
 # FOLDER/system is the fresh Debian, of the release and from the sources of this machine. It is
 # removed; a copy of it as it was in the beginning, and what it downloaded, stay in FOLDER. TOOL is
@@ -122,7 +122,8 @@ build_with_cmake() {
     inside sh -euc 'cd /trial
         cmake -S consumer -B by-cmake -D WAY=find_package
         cmake --build by-cmake
-        by-cmake/consumer'
+        by-cmake/consumer_c
+        by-cmake/consumer_cpp'
 }
 find_manual() { [ "$(inside man -w earshot)" = /usr/share/man/man1/earshot.1.gz ]; }
 # Everything is purged, and what remains that they had or that has their name is told.
@@ -153,8 +154,8 @@ step "installed: $(echo $packages)" install_packages
 step "scene written" write_scene
 step "scene rendered by the tool" render_with_tool
 step "scene rendered by Python" render_with_python
-step "manual and compiler installed" install man-db gcc libc6-dev pkgconf cmake make
+step "manual and compilers installed" install man-db g++ pkgconf cmake make
 step "manual found" find_manual
 step "C program with pkg-config" build_with_pkg_config
-step "C program with CMake" build_with_cmake
+step "C and C++ programs with CMake" build_with_cmake
 step "all removed, nothing left" purge
