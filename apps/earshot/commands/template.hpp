@@ -10,6 +10,6 @@ namespace earshot_tool {
 // dollar. Throws scene_error for a name without a value, for a value that is not used, and for a
 // dollar that is neither.
 earshot_scenes::json filled_template(const earshot_scenes::json &form,
-                                    const earshot_scenes::json &values);
+                                     const earshot_scenes::json &values);
 
 } // namespace earshot_tool
