@@ -18,7 +18,11 @@ fail() {
     echo "try: $*" >&2
     exit 2
 }
-inside() { chroot "$system" "$@"; }
+# In there nothing is known of the settings of who calls this.
+inside() {
+    env -i PATH=/usr/sbin:/usr/bin:/sbin:/bin HOME=/root LC_ALL="$LC_ALL" \
+        DEBIAN_FRONTEND="$DEBIAN_FRONTEND" chroot "$system" "$@"
+}
 # A step, the seconds that it took, and what it said if it failed.
 step() {
     title=$1
