@@ -94,7 +94,8 @@ scene_options parse_options(const option_texts &texts) {
     CLI::App app;
     add_line_options(app, options);
     std::vector<std::string> words;
-    for (const auto &[name, text] : texts) words.push_back("--" + name + "=" + text);
+    for (const auto &[name, text] : texts)
+        words.push_back(std::string("--").append(name).append("=").append(text));
     try {
         app.parse(words);
     } catch (const CLI::ParseError &error) {

@@ -29,7 +29,7 @@ void replace_file(const std::string &path, const std::string &text) {
     complete(file, text.data(), text.size());
 }
 
-std::string without_mark(std::string text) {
+std::string without_mark(const std::string &text) {
     return text.starts_with("\xEF\xBB\xBF") ? text.substr(3) : text;
 }
 
