@@ -47,7 +47,7 @@ struct binaural_kernels {
 };
 
 extern const binaural_kernels binaural_scalar, binaural_sse41, binaural_avx2, binaural_avx512,
-    binaural_neon;
+    binaural_neon, binaural_wasm;
 
 // The kernels of an instruction set that is available.
 const binaural_kernels &binaural_kernels_for(isa i);

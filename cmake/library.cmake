@@ -1,5 +1,13 @@
 # libearshot.so, and its objects for the tests and benchmarks that look inside.
 
+# A WebAssembly module is one piece.
+set(EARSHOT_LIBRARY_KIND SHARED)
+set(EARSHOT_IS_SHARED ON)
+if(EMSCRIPTEN)
+  set(EARSHOT_LIBRARY_KIND STATIC)
+  set(EARSHOT_IS_SHARED OFF)
+endif()
+
 add_library(earshot_objects OBJECT
   binaural/instance.cpp
   binaural/kernels.cpp
@@ -54,12 +62,16 @@ add_library(earshot_objects OBJECT
   math/power.cpp
   math/tables.cpp
   math/trigonometry.cpp
-  profiler/profiler.cpp
   spatial/gain.cpp
   spatial/gain_scalar.cpp
   spatial/geometry.cpp
   spatial/panner.cpp
   spatial/rolloff.cpp)
+
+# It asks the operating system.
+if(NOT EMSCRIPTEN)
+  target_sources(earshot_objects PRIVATE profiler/profiler.cpp)
+endif()
 
 # The assembler takes the binary tables in; it must look for them from the root of the sources.
 set_source_files_properties(hrtf/tables.S PROPERTIES OBJECT_DEPENDS
@@ -76,7 +88,7 @@ target_compile_options(earshot_objects PRIVATE
   $<$<COMPILE_LANGUAGE:CXX>:-fno-exceptions;-fno-rtti;-fno-threadsafe-statics>
   $<$<AND:$<CONFIG:Release>,$<COMPILE_LANGUAGE:CXX>>:-O2>)
 set_target_properties(earshot_objects PROPERTIES
-  POSITION_INDEPENDENT_CODE ON
+  POSITION_INDEPENDENT_CODE ${EARSHOT_IS_SHARED}
   CXX_VISIBILITY_PRESET hidden
   VISIBILITY_INLINES_HIDDEN ON)
 target_link_libraries(earshot_objects PRIVATE $<BUILD_INTERFACE:earshot_options>)
@@ -99,6 +111,11 @@ if(CMAKE_SYSTEM_PROCESSOR MATCHES "^(x86_64|AMD64|i.86)$")
   earshot_add_isa(avx512
     -mavx512f -mavx512dq -mavx512bw -mavx512vl -mavx512vbmi -mprefer-vector-width=512)
   target_compile_definitions(earshot_objects PRIVATE EARSHOT_HAVE_X86)
+elseif(EMSCRIPTEN)
+  if(EARSHOT_WASM_SIMD)
+    earshot_add_isa(wasm -msimd128)
+    target_compile_definitions(earshot_objects PRIVATE EARSHOT_HAVE_WASM)
+  endif()
 elseif(CMAKE_SYSTEM_PROCESSOR MATCHES "^(aarch64|arm64)$")
   earshot_add_isa(neon -march=armv8-a)
   target_compile_definitions(earshot_objects PRIVATE EARSHOT_HAVE_NEON)
@@ -107,7 +124,7 @@ elseif(CMAKE_SYSTEM_PROCESSOR MATCHES "^arm")
   target_compile_definitions(earshot_objects PRIVATE EARSHOT_HAVE_NEON)
 endif()
 
-add_library(earshot SHARED $<TARGET_OBJECTS:earshot_objects>)
+add_library(earshot ${EARSHOT_LIBRARY_KIND} $<TARGET_OBJECTS:earshot_objects>)
 add_library(earshot::earshot ALIAS earshot)
 target_include_directories(earshot INTERFACE
   $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include>

@@ -49,7 +49,7 @@ struct fft_kernels {
     void (*recombine[variant_count][form_count])(s32 *spec, s32 n, const recombine_rows &recombine);
 };
 
-extern const fft_kernels fft_scalar, fft_sse41, fft_avx2, fft_avx512, fft_neon;
+extern const fft_kernels fft_scalar, fft_sse41, fft_avx2, fft_avx512, fft_neon, fft_wasm;
 
 // The kernels for n complex values, of an instruction set that is available or, where its vectors
 // are too wide for so few, of a narrower one.

@@ -22,7 +22,8 @@ struct field_kernels {
                                      s32 *const *channels, u32 begin, s32 count);
 };
 
-extern const field_kernels field_scalar, field_sse41, field_avx2, field_avx512, field_neon;
+extern const field_kernels field_scalar, field_sse41, field_avx2, field_avx512, field_neon,
+    field_wasm;
 
 // The kernels of an instruction set that is available.
 const field_kernels &field_kernels_for(isa i);

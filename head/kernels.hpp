@@ -20,7 +20,7 @@ struct head_kernels {
     void (*make_filters)(s32 (*ears)[filter_words], const head_blend &blend);
 };
 
-extern const head_kernels head_scalar, head_sse41, head_avx2, head_avx512, head_neon;
+extern const head_kernels head_scalar, head_sse41, head_avx2, head_avx512, head_neon, head_wasm;
 
 // The kernels of an instruction set that is available.
 const head_kernels &head_kernels_for(isa i);

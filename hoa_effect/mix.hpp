@@ -30,7 +30,7 @@ struct mix_kernels {
     mix_loops<s32> wide;
 };
 
-extern const mix_kernels mix_scalar, mix_sse41, mix_avx2, mix_avx512, mix_neon;
+extern const mix_kernels mix_scalar, mix_sse41, mix_avx2, mix_avx512, mix_neon, mix_wasm;
 
 // The kernels of an instruction set that is available.
 const mix_kernels &mix_kernels_for(isa i);

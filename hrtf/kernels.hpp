@@ -30,7 +30,7 @@ struct hrtf_kernels {
     void (*interleave_narrow)(s16 *out, const s32 *first, const s32 *second, s32 count);
 };
 
-extern const hrtf_kernels hrtf_scalar, hrtf_sse41, hrtf_avx2, hrtf_avx512, hrtf_neon;
+extern const hrtf_kernels hrtf_scalar, hrtf_sse41, hrtf_avx2, hrtf_avx512, hrtf_neon, hrtf_wasm;
 
 // The kernels of an instruction set that is available.
 const hrtf_kernels &hrtf_kernels_for(isa i);

@@ -8,13 +8,14 @@
  *
  * The library uses the hidden names; the exported ones are aliases (kernel/export_table.hpp).
  */
+#include "kernel/table_sections.inc"
 
 .macro begin_table name
     .global earshot_table_\name
     .hidden earshot_table_\name
-    .type earshot_table_\name, %object
+    .type earshot_table_\name, OBJECT
     .global \name
-    .type \name, %object
+    .type \name, OBJECT
 earshot_table_\name:
 \name:
 .endm
@@ -29,8 +30,8 @@ earshot_table_\name:
     .long (\elevation)*65536, (\record)*256, \step
 .endm
 
-    .section .rodata.earshot_hrtf, "a", %progbits
-    .balign 16
+    CONSTANTS(earshot_hrtf)
+    .p2align 4
 
 begin_table hrtf_kemar_diffuse_rfft256
     .incbin "hrtf/generated/diffuse.bin"
@@ -67,4 +68,4 @@ begin_table hrtf_kemar_amb_table_info
     row 0, 0, 65536
 end_table hrtf_kemar_amb_table_info
 
-    .section .note.GNU-stack, "", %progbits
+    END_OF_FILE

@@ -81,6 +81,8 @@ const char *name_of(isa i) {
         return "avx512";
     case isa::neon:
         return "neon";
+    case isa::wasm:
+        return "wasm";
     case isa::scalar:
         break;
     }
@@ -100,6 +102,10 @@ bool is_available(isa i) {
 #if defined(EARSHOT_HAVE_NEON)
     case isa::neon:
         return processor_has_neon();
+#endif
+#if defined(EARSHOT_HAVE_WASM)
+    case isa::wasm: // a module with vectors is refused where they cannot be run
+        return true;
 #endif
     case isa::scalar:
         return true;

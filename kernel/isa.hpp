@@ -8,9 +8,10 @@
 namespace earshot {
 
 // In ascending order on every target.
-enum class isa : u32 { scalar, sse41, avx2, avx512, neon };
+enum class isa : u32 { scalar, sse41, avx2, avx512, neon, wasm };
 
-inline constexpr isa all_isas[] = {isa::scalar, isa::sse41, isa::avx2, isa::avx512, isa::neon};
+inline constexpr isa all_isas[] = {isa::scalar, isa::sse41, isa::avx2,
+                                   isa::avx512, isa::neon,  isa::wasm};
 
 const char *name_of(isa i);
 

@@ -22,7 +22,7 @@ struct gain_kernels {
     gain_loops q28; // (low 32 bits of in x gain + 2^27) >> 28
 };
 
-extern const gain_kernels gain_scalar, gain_sse41, gain_avx2, gain_avx512, gain_neon;
+extern const gain_kernels gain_scalar, gain_sse41, gain_avx2, gain_avx512, gain_neon, gain_wasm;
 
 const gain_kernels &gain_kernels_for(isa i);
 

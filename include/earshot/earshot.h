@@ -24,8 +24,8 @@ EARSHOT_API const char *earshot_version(void);
 
 /*
  * The instruction set that the processing kernels use on this processor: "scalar", "sse41", "avx2",
- * "avx512" or "neon". It is found once, when the library is loaded. It changes how fast a call is
- * and never what it computes. The string is constant.
+ * "avx512", "neon" or "wasm". It is found once, when the library is loaded. It changes how fast a
+ * call is and never what it computes. The string is constant.
  */
 EARSHOT_API const char *earshot_instruction_set(void);
 

@@ -3,8 +3,55 @@
 #include <algorithm>
 #include <charconv>
 #include <cmath>
+#include <cstdio>
+#include <cstdlib>
 
 namespace earshot_scenes {
+
+namespace {
+
+#if defined(__cpp_lib_to_chars)
+
+// Where a decimal number at the beginning of a text ends, or null where there is none that a
+// double holds.
+const char *read_number(std::string_view text, double &value) {
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
+    return error == std::errc{} ? end : nullptr;
+}
+
+std::string shortest_text(double value) {
+    char text[64];
+    auto result = std::to_chars(text, text + sizeof text, value, std::chars_format::fixed);
+    // Numbers of hundreds of digits are not written out.
+    if (result.ec != std::errc{}) result = std::to_chars(text, text + sizeof text, value);
+    return {text, result.ptr};
+}
+
+#else // the library of WebAssembly, where there is one locale only
+
+const char *read_number(std::string_view text, double &value) {
+    const std::string number(text.substr(0, text.find_first_not_of("+-.0123456789eE")));
+    const bool begins = !number.empty() && number[0] != '+';
+    char *end = nullptr;
+    value = std::strtod(number.c_str(), &end);
+    return begins && end != number.c_str() ? text.data() + (end - number.c_str()) : nullptr;
+}
+
+std::string shortest_text(double value) {
+    constexpr int longest = 63;
+    char text[longest + 1];
+    for (int decimals = 0; decimals < longest; ++decimals) {
+        const int length = std::snprintf(text, sizeof text, "%.*f", decimals, value);
+        if (length > longest) break;
+        if (std::strtod(text, nullptr) == value) return text;
+    }
+    std::snprintf(text, sizeof text, "%.17g", value);
+    return text;
+}
+
+#endif
+
+} // namespace
 
 std::string_view trimmed(std::string_view text) {
     constexpr std::string_view blank = " \t\r";
@@ -18,8 +65,7 @@ std::optional<double> parse_number(std::string_view text) {
     // from_chars knows no plus sign; "+-1" stays an error.
     if (text.size() > 1 && text[0] == '+' && text[1] != '-') text.remove_prefix(1);
     double value = 0;
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
-    if (error != std::errc{} || end != text.data() + text.size() || !std::isfinite(value))
+    if (read_number(text, value) != text.data() + text.size() || !std::isfinite(value))
         return std::nullopt;
     return value;
 }
@@ -43,13 +89,7 @@ std::vector<std::string_view> split_at_commas(std::string_view text) {
 
 s64 degrees_q16(double degrees) { return std::llround(degrees * 65536); }
 
-std::string number_text(double value) {
-    char text[64];
-    auto result = std::to_chars(text, text + sizeof text, value, std::chars_format::fixed);
-    // Numbers of hundreds of digits are not written out.
-    if (result.ec != std::errc{}) result = std::to_chars(text, text + sizeof text, value);
-    return {text, result.ptr};
-}
+std::string number_text(double value) { return shortest_text(value); }
 
 std::string number_range::violation(double value) const {
     return number_text(value) + " is outside " + number_text(low) + " to " + number_text(high);

@@ -5,10 +5,10 @@
  *
  * Pointers are addresses in the module's memory, for whom earshot_web_allocate finds the place. A
  * call that allocates may grow the memory: views of it are made anew afterwards. The calls for
- * blocks and frames allocate nothing.
+ * blocks and frames allocate nothing. Exported are also earshot_version and earshot_instruction_set.
  *
  * Angles are degrees, azimuth counter-clockwise, elevation upwards. Samples are Q31 at 48000 Hz;
- * floats are full scale at 1, rounded half away from zero and clipped. What fails returns null, or
+ * floats are full scale at 1, rounded to the nearest and clipped. What fails returns null, or
  * what is told, and earshot_web_error says why.
  */
 #ifndef EARSHOT_WEB_H
@@ -39,8 +39,7 @@ const char *earshot_web_head_name(const earshot_head *head);
 
 typedef struct earshot_live earshot_live;
 
-/* 1 to 256 sources, all in front, their gains 0 until they are placed: what is placed for the first
- * time is there at once. */
+/* 1 to 256 sources, all in front and their gains 0. */
 earshot_live *earshot_live_create(u32 sources, const earshot_head *head);
 void earshot_live_destroy(earshot_live *live);
 
@@ -56,8 +55,10 @@ float *earshot_live_input(earshot_live *live, u32 source);
 s32 *earshot_live_input_words(earshot_live *live, u32 source);
 
 /* azimuth, elevation and gain (a factor, 0 to 16) of every source, one after the other. Read at the
- * beginning of every frame of 96 samples; sources move there within the frame, or within five if
- * they jump, and gains ramp within the frame. What is not finite leaves things as they are. */
+ * beginning of every block; the first ones hold at once. Later sources go to another place in 128
+ * samples, the shorter way round, and their gains ramp as long, so that one who places them every
+ * 128 samples has them move in straight lines; what jumps by more than 10 degrees in a frame of 96
+ * samples takes five frames. What is not finite leaves a source as it is. */
 float *earshot_live_places(earshot_live *live);
 
 /* The ears after a call: left, then right, each with room for the longest block. */

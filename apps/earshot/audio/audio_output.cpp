@@ -1,6 +1,5 @@
 #include "audio/audio_output.hpp"
 
-#include <cstdint>
 #include <cstdio>
 
 #include "console.hpp"
@@ -17,33 +16,15 @@ std::unique_ptr<sample_writer> make_writer(output_file &file, const output_forma
     return make_sndfile_writer(file, format, frames);
 }
 
-// Dither, round half up, clip; returns how many were clipped.
-template <class Dither>
-u64 narrowed(const s32 *in, s32 *out, std::size_t count, int width, Dither &dither) {
-    Dither noise = dither; // a copy stays in registers
-    const s64 step = s64{1} << (32 - width);
-    u64 clipped = 0;
-    for (std::size_t i = 0; i < count; ++i) {
-        s64 rounded = (in[i] + s64{noise.next()} + step / 2) & -step;
-        if (rounded != static_cast<s32>(rounded)) {
-            ++clipped;
-            rounded = rounded < 0 ? INT32_MIN : (s64{1} << 31) - step;
-        }
-        out[i] = static_cast<s32>(rounded);
-    }
-    dither = noise;
-    return clipped;
-}
-
 } // namespace
 
 audio_output::audio_output(const output_options &options, const output_format &format,
                            std::optional<s64> frames, s64 first, frame_listener written)
     : options_(options), format_(format), file_(options.path),
-      writer_(make_writer(file_, format, frames)), written_(std::move(written)) {
-    if (options.no_dither || format.width >= format.computed_width) return;
-    dither_.emplace(format.computed_width - format.width);
-    dither_->skip(static_cast<u64>(first) * static_cast<u64>(format.channels));
+      writer_(make_writer(file_, format, frames)),
+      narrower_(format.width, options.no_dither ? 0 : format.computed_width - format.width),
+      written_(std::move(written)) {
+    narrower_.skip(static_cast<u64>(first) * static_cast<u64>(format.channels));
 }
 
 void audio_output::write(const s32 *interleaved, std::size_t frames) {
@@ -57,11 +38,9 @@ void audio_output::write(const s32 *interleaved, std::size_t frames) {
 
 // Words of the output's width, zeros below.
 const s32 *audio_output::narrow(const s32 *interleaved, std::size_t count) {
-    if (format_.width == 32) return interleaved;
+    if (!narrower_.changes()) return interleaved;
     words_.resize(count);
-    no_dither none;
-    clipped_ += dither_ ? narrowed(interleaved, words_.data(), count, format_.width, *dither_)
-                        : narrowed(interleaved, words_.data(), count, format_.width, none);
+    narrower_.narrow(interleaved, words_.data(), count);
     return words_.data();
 }
 

@@ -9,9 +9,9 @@
 #include <vector>
 
 #include "audio/digest.hpp"
-#include "audio/dither.hpp"
 #include "audio/excerpt.hpp"
 #include "audio/sample_writer.hpp"
+#include "scene/delivery/sample_narrower.hpp"
 
 namespace earshot_tool {
 
@@ -46,7 +46,7 @@ class audio_output {
 
     const std::string &name() const { return file_.name(); }
     s64 frames() const { return frames_; }
-    u64 clipped() const { return clipped_; }
+    u64 clipped() const { return narrower_.clipped(); }
 
   private:
     const s32 *narrow(const s32 *interleaved, std::size_t count);
@@ -56,12 +56,11 @@ class audio_output {
     output_format format_;
     output_file file_;
     std::unique_ptr<sample_writer> writer_;
-    std::optional<triangular_dither> dither_;
+    sample_narrower narrower_;
     sample_digest digest_;
     frame_listener written_;
     std::vector<s32> words_;
     s64 frames_ = 0;
-    u64 clipped_ = 0;
 };
 
 } // namespace earshot_tool

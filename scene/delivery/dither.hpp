@@ -4,7 +4,7 @@
 
 #include <earshot/types.h>
 
-namespace earshot_tool {
+namespace earshot_scenes {
 
 class triangular_dither {
   public:
@@ -46,4 +46,4 @@ struct no_dither {
     static s32 next() { return 0; }
 };
 
-} // namespace earshot_tool
+} // namespace earshot_scenes
