@@ -269,7 +269,7 @@ TEST(HrtfRender, FramesAreConvolutions) {
                                           response(host.front->state->sources[0].filter[1])};
         double signal = 0, noise = 0;
         for (u32 start = 0; start + n <= stream.size(); start += 96) {
-            std::copy_n(stream.begin() + start, n, host.inputs[0].begin());
+            std::copy_n(stream.data() + start, n, host.inputs[0].begin());
             host.clear_spectra();
             ASSERT_EQ(0u, host.play_front());
             ASSERT_EQ(0u, host.play_back());

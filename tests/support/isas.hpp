@@ -22,6 +22,8 @@ inline bool processor_has(isa i) {
                __builtin_cpu_supports("avx512vbmi");
 #elif defined(__arm__) || defined(__aarch64__)
     if (i == isa::neon) return true; /* of the processors that tests run on */
+#elif defined(EARSHOT_WASM_SIMD)
+    if (i == isa::wasm) return true;
 #endif
     return i == isa::scalar;
 }
