@@ -16,6 +16,7 @@
 #include <bit>
 #include <cmath>
 #include <complex>
+#include <numbers>
 #include <vector>
 
 namespace earshot::test {
@@ -131,7 +132,7 @@ struct fft_model {
     }
 };
 
-inline const number pi = std::acos(number{-1});
+inline constexpr number pi = std::numbers::pi;
 /* unit sin(2 pi i / 1024), to the nearest. */
 inline s32 sine(index i, number unit) {
     return static_cast<s32>(clamp(std::llround(unit * std::sin(2 * pi * number(i) / 1024))));

@@ -179,7 +179,7 @@ template <class Sample>
 complex response(const std::vector<Sample> &impulse, double height, double w) {
     complex sum = 0;
     for (std::size_t n = 0; n < impulse.size(); ++n)
-        sum += std::polar(impulse[n] / height, -w * static_cast<double>(n));
+        sum += impulse[n] / height * std::polar(1.0, -w * static_cast<double>(n));
     return sum;
 }
 
