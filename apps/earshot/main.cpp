@@ -8,6 +8,7 @@
 #include <sys/resource.h>
 #include <unistd.h>
 
+#include <CLI/App.hpp>
 #include <earshot/earshot.h>
 
 #include "audio/output_file.hpp"

@@ -3,6 +3,8 @@
 #include <cmath>
 #include <map>
 
+#include <CLI/CLI.hpp> // the whole parser, compiled here alone
+
 #include "error.hpp"
 
 namespace earshot_tool {

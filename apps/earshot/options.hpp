@@ -3,13 +3,17 @@
 
 #include <functional>
 #include <string>
-
-#include <CLI/CLI.hpp>
+#include <vector>
 
 #include "audio/audio_output.hpp"
 #include "console.hpp"
 #include "field/channel_layout.hpp"
 #include "scene_library.hpp"
+
+// Its header takes a compiler longer than most of the files that would have it by way of this one.
+namespace CLI {
+class App;
+} // namespace CLI
 
 namespace earshot_tool {
 

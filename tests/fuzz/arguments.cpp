@@ -3,6 +3,8 @@
  * what was asked for, within its range. An input is a line for each argument, a line of ====, and a
  * table.
  */
+#include <CLI/App.hpp>
+
 #include "commands/commands.hpp"
 #include "commands/orbit.hpp"
 #include "commands/source_argument.hpp"

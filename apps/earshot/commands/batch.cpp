@@ -8,6 +8,8 @@
 
 #include <sys/types.h>
 
+#include <CLI/App.hpp>
+
 #include "commands/batch_manifest.hpp"
 #include "commands/commands.hpp"
 #include "commands/worker_pool.hpp"

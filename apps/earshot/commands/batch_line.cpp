@@ -9,6 +9,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <CLI/App.hpp>
 #include <earshot/earshot.h>
 
 #include "audio/loudness.hpp"

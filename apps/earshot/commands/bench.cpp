@@ -3,6 +3,7 @@
 #include <cerrno>
 #include <cstdio>
 
+#include <CLI/App.hpp>
 #include <earshot/profiler.h>
 
 #include "commands/commands.hpp"

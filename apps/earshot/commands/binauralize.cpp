@@ -2,6 +2,8 @@
 
 #include <utility>
 
+#include <CLI/App.hpp>
+
 #include "commands/commands.hpp"
 #include "commands/engine_choice.hpp"
 #include "commands/rendering_plan.hpp"

@@ -3,6 +3,8 @@
 #include <cmath>
 #include <memory>
 
+#include <CLI/App.hpp>
+
 #include "audio/channel_picker.hpp"
 #include "commands/commands.hpp"
 #include "commands/placed_sources.hpp"

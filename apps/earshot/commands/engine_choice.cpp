@@ -1,5 +1,7 @@
 #include "commands/engine_choice.hpp"
 
+#include <CLI/App.hpp>
+
 #include "error.hpp"
 #include "scene/rendering/field_engine.hpp"
 #include "scene/rendering/head_engine.hpp"

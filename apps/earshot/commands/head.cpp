@@ -10,6 +10,8 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <CLI/App.hpp>
+
 #include "audio/output_file.hpp"
 #include "audio/sample_writer.hpp"
 #include "commands/commands.hpp"

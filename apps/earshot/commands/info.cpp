@@ -5,6 +5,8 @@
 #include <cstdio>
 #include <memory>
 
+#include <CLI/App.hpp>
+
 #include "audio/loudness.hpp"
 #include "commands/bed_file.hpp"
 #include "commands/commands.hpp"

@@ -3,6 +3,8 @@
 #include <memory>
 #include <vector>
 
+#include <CLI/App.hpp>
+
 #include "commands/commands.hpp"
 #include "commands/delivery.hpp"
 #include "error.hpp"

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cmath>
 
+#include <CLI/App.hpp>
+
 #include "audio/loudness.hpp"
 #include "commands/delivery.hpp"
 #include "error.hpp"

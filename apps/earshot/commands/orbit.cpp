@@ -2,6 +2,8 @@
 
 #include <cmath>
 
+#include <CLI/App.hpp>
+
 #include "error.hpp"
 
 namespace earshot_tool {

@@ -5,6 +5,8 @@
 #include <filesystem>
 #include <utility>
 
+#include <CLI/App.hpp>
+
 #include "commands/bed_file.hpp"
 #include "error.hpp"
 #include "field/spherical_harmonics.hpp"

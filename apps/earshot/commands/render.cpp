@@ -1,6 +1,8 @@
 // earshot render: a scene, a sound for loudspeakers, or sources at directions around the listener,
 // for two ears or into a field.
 
+#include <CLI/App.hpp>
+
 #include "audio/sound_header.hpp"
 #include "commands/commands.hpp"
 #include "commands/placed_sources.hpp"

@@ -2,6 +2,8 @@
 
 #include <cmath>
 
+#include <CLI/App.hpp>
+
 #include "error.hpp"
 #include "scene/rendering/table_engine.hpp"
 

@@ -2,6 +2,8 @@
 
 #include <memory>
 
+#include <CLI/App.hpp>
+
 #include "audio/resampler.hpp"
 #include "commands/commands.hpp"
 #include "commands/delivery.hpp"

@@ -1,5 +1,7 @@
 #include "commands/rotation_options.hpp"
 
+#include <CLI/App.hpp>
+
 #include "error.hpp"
 
 namespace earshot_tool {

@@ -1,5 +1,7 @@
 #include "commands/scene_rendering.hpp"
 
+#include <CLI/App.hpp>
+
 #include "error.hpp"
 #include "field/spherical_harmonics.hpp"
 #include "scene/rendering/scene_stream.hpp"
