@@ -184,10 +184,7 @@ export class Session {
         if (this.selected !== null && !this.chosen) this.selected = null;
         if (!findSource(scene, this.armed)) this.armed = null;
         for (const id of this.#held.keys()) if (!findSource(scene, id)) this.#held.delete(id);
-        if (this.#microphone && !scene.sources.some((s) => s.sound === null)) {
-            this.#microphone.close();
-            this.#microphone = null;
-        }
+        this.#holdMicrophone();
         this.engine?.keep(new Set(scene.sources.map((s) => s.id)));
         void this.#renewNode();
         this.#player.change(scene);
@@ -395,7 +392,29 @@ export class Session {
         if (!source || !this.engine || !this.#microphone) return;
         const input = this.engine.slot(source.id);
         if (input >= this.engine.node.numberOfInputs) return; // until there is a larger node
-        this.#microphone.connect(this.engine.context, this.engine.node, input);
+        try {
+            this.#microphone.connect(this.engine.context, this.engine.node, input);
+        } catch (error) {
+            this.fail("Microphone", error);
+        }
+    }
+
+    /** On while a source wants it: when undo brings one back it is opened anew. */
+    #holdMicrophone(): void {
+        const wanted = this.scene.sources.some((s) => s.sound === null);
+        if (!wanted) {
+            this.#microphone?.close();
+            this.#microphone = null;
+        } else if (!this.#microphone) {
+            Microphone.open()
+                .then((microphone) => {
+                    this.#microphone?.close();
+                    this.#microphone = microphone;
+                    this.#holdMicrophone();
+                    this.#connectMicrophone();
+                })
+                .catch((error: unknown) => this.fail("Microphone", error));
+        }
     }
 
     // --- Sounds, heads and scenes that come in ---

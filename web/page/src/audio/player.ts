@@ -100,10 +100,7 @@ export class Player {
         const { duration } = this.#scene;
         this.#scene = scene;
         this.#position = Math.min(this.#position, scene.duration);
-        if (duration !== scene.duration && this.playing) {
-            this.#changeDuration();
-            return;
-        }
+        if (duration !== scene.duration && this.playing) this.#changeDuration();
         for (const pass of this.#passes) {
             for (const [id, { key }] of pass.playing) {
                 const source = findSource(scene, id);

@@ -192,7 +192,7 @@ export class Export {
             "Download earshot.wav",
         );
         const line = `${UNPACK}\n${command(this.session.head)}`;
-        const copy = button("Copy", { class: "plain" }, () => void this.#copy(line));
+        const copy = button("Copy", { class: "plain" }, () => void this.#copy(line, copy));
         const loud = clipped > 0 ? ` ${clipped} samples are clipped: lower the gains.` : "";
         const megabytes = (wav.length / 1e6).toFixed(1);
         this.#result.append(
@@ -219,10 +219,10 @@ export class Export {
         link.focus();
     }
 
-    async #copy(text: string): Promise<void> {
+    async #copy(text: string, copy: HTMLButtonElement): Promise<void> {
         try {
             await navigator.clipboard.writeText(text);
-            this.session.say("Copied.");
+            setText(copy, "Copied");
         } catch {
             this.#tell("The browser does not let the page copy; select the lines instead.");
         }

@@ -52,6 +52,11 @@ export class HeadPanel {
     });
     readonly #degrees = html("output", { class: "decibels" });
     readonly #follow: HTMLButtonElement;
+    readonly #note = html(
+        "p",
+        { class: "hint" },
+        "It turns by itself. Take its nose, and it is yours.",
+    );
     #follows = false;
     #zero: number | null = null; // the yaw that counts as the front
 
@@ -101,7 +106,7 @@ export class HeadPanel {
             choose,
             this.#builtin,
         );
-        this.element.append(head, turn, buttons);
+        this.element.append(head, turn, this.#note, buttons);
         window.addEventListener("deviceorientation", (event) => this.#device(event));
     }
 
@@ -147,6 +152,7 @@ export class HeadPanel {
         this.#builtin.hidden = head.bytes === null;
         set(this.#follow, "aria-pressed", this.#follows ? "true" : "false");
         this.#yaw.disabled = this.#follows;
+        this.#note.hidden = this.#follows || this.session.scene.headTrack.length === 0;
         this.frame();
     }
 

@@ -160,6 +160,7 @@ export class Plan {
             this.#handles.delete(id);
         }
         this.#drawWays();
+        this.#spoken = 0; // what has been changed is told at once
         this.frame();
     }
 

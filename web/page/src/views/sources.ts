@@ -19,6 +19,7 @@ export class Sources {
     });
     readonly #list = html("ol", { id: "sources" });
     readonly #rows = new Map<number, Row>();
+    #revealed: number | null = null;
     readonly #empty = html(
         "p",
         { class: "hint" },
@@ -57,7 +58,23 @@ export class Sources {
             }
         });
         this.#empty.hidden = sources.length > 0;
+        this.#reveal();
         this.frame();
+    }
+
+    /** Scrolls the list, where it is one that scrolls, to what has been chosen. */
+    #reveal(): void {
+        const { selected } = this.session;
+        if (selected === this.#revealed) return;
+        this.#revealed = selected;
+        const row = selected === null ? undefined : this.#rows.get(selected);
+        if (!row) return;
+        const list = this.#list.getBoundingClientRect();
+        const box = row.element.getBoundingClientRect();
+        const below = box.bottom - list.bottom;
+        const above = list.top - box.top;
+        if (below > 0) this.#list.scrollTop += below;
+        else if (above > 0) this.#list.scrollTop -= above;
     }
 
     frame(): void {
