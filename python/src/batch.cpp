@@ -1,14 +1,13 @@
 #include "batch.h"
 
-#include <cstdio>
-
 #include <nlohmann/json.hpp>
 
 #include "commands/batch_manifest.hpp"
-#include "error.hpp"
+#include "safely.hpp"
 
 using nlohmann::json;
 using namespace earshot_tool;
+using earshot_python::safely;
 
 struct earshot_batch {
     std::vector<batch_job> jobs;
@@ -31,21 +30,6 @@ batch_setting setting_of(const earshot_batch_setting &given) {
     return setting;
 }
 
-template <typename Call> u32 guarded(earshot_scene_error *error, const Call &call) {
-    try {
-        call();
-        return EARSHOT_OK;
-    } catch (const std::bad_alloc &) {
-        return EARSHOT_OUT_OF_MEMORY;
-    } catch (const usage_error &fault) {
-        std::snprintf(error->text, sizeof error->text, "%s", fault.what());
-        return EARSHOT_BAD_VALUE;
-    } catch (const std::exception &fault) {
-        std::snprintf(error->text, sizeof error->text, "%s", fault.what());
-        return EARSHOT_INPUT_FAILED;
-    }
-}
-
 const batch_job &job_of(const earshot_batch &batch, s64 line) {
     return batch.jobs[static_cast<std::size_t>(line)];
 }
@@ -59,10 +43,11 @@ const char *kept(earshot_batch &batch, std::string text) {
 
 u32 earshot_batch_open(const char *manifest, const earshot_batch_setting *given,
                        earshot_batch **batch, earshot_scene_error *error) {
-    return guarded(error, [&] {
+    return safely(error, [&] {
         const batch_setting setting = setting_of(*given);
         check_options(setting.options);
         *batch = new earshot_batch{read_manifest(manifest), batch_results(setting.directory)};
+        return EARSHOT_OK;
     });
 }
 
@@ -101,27 +86,29 @@ const char *earshot_batch_do(const earshot_batch_setting *setting, const char *t
 }
 
 const char *earshot_batch_lost(earshot_batch *batch, s64 line, const char *how) {
-    const batch_job &job = job_of(*batch, line);
-    batch_record record;
-    record.line = job.line;
-    record.output = job.output;
-    record.error = how;
-    return kept(*batch, text_of(record));
+    return kept(*batch, text_of(failed_record(job_of(*batch, line), how)));
 }
 
 u32 earshot_batch_begin(earshot_batch *batch, earshot_scene_error *error) {
-    return guarded(error, [&] { batch->results.begin_run(); });
+    return safely(error, [&] {
+        batch->results.begin_run();
+        return EARSHOT_OK;
+    });
 }
 
 u32 earshot_batch_add(earshot_batch *batch, const char *text, earshot_scene_error *error) {
-    return guarded(error, [&] {
+    return safely(error, [&] {
         const auto record = parse_record(text);
         if (!record) throw processing_error("a worker has answered with what is no record");
         batch->results.add(*record);
         batch->records.push_back(*record);
+        return EARSHOT_OK;
     });
 }
 
 u32 earshot_batch_finish(earshot_batch *batch, earshot_scene_error *error) {
-    return guarded(error, [&] { batch->results.finish_run(batch->records); });
+    return safely(error, [&] {
+        batch->results.finish_run(batch->records);
+        return EARSHOT_OK;
+    });
 }

@@ -9,12 +9,12 @@
 #include <vector>
 
 #include "commands/scene_file.hpp"
-#include "error.hpp"
 #include "heads/listening_head.hpp"
-#include "scene/interface/interface_error.hpp"
+#include "safely.hpp"
 #include "scene/interface/scene_interface.hpp"
 
 using namespace earshot_tool;
+using earshot_python::safely;
 
 namespace {
 
@@ -22,17 +22,6 @@ std::string lines_of(const std::vector<std::string> &notes) {
     std::string text;
     for (const std::string &note : notes) text += note + "\n";
     return text;
-}
-
-// As earshot_scenes::guarded, for what the tool throws.
-template <class Work> u32 safely(earshot_scene_error *error, Work work) noexcept {
-    return earshot_scenes::guarded(error, [&]() -> u32 {
-        try {
-            return work();
-        } catch (const processing_error &fault) {
-            throw earshot_scenes::input_error(fault.what());
-        }
-    });
 }
 
 // What opening sounds needs of a scene: all but the ways of the sources, which may be long.

@@ -154,12 +154,9 @@ class batch_run {
     }
 
     void give_up(const batch_job &job, const std::string &how) {
-        batch_record record;
-        record.line = job.line;
-        record.output = job.output;
-        record.error = "two processes that rendered it ended early, the second by " + how +
-                       "; is there enough memory?";
-        keep(record, true);
+        keep(failed_record(job, "two processes that rendered it ended early, the second by " + how +
+                                    "; is there enough memory?"),
+             true);
     }
 
     void keep(const batch_record &record, bool is_new) {

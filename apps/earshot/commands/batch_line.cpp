@@ -279,7 +279,7 @@ void render(line_request &request, const std::string &path, batch_record &record
     record.channels = plan.format.channels;
     record.rate = plan.format.rate;
     record.clipped = render_scene(
-        plan, request.scene, options,
+        plan, request.scene, options, {},
         [&cache](const std::string &head, const console &out) { return cache.head(head, out); });
     heard.tell(record);
 }
@@ -353,6 +353,14 @@ void check_options(const option_texts &options) {
     check_level_goal(parsed.goal, parsed.gain.has_value());
 }
 
+batch_record failed_record(const batch_job &job, const std::string &why) {
+    batch_record record;
+    record.line = job.line;
+    record.output = job.output;
+    record.error = why;
+    return record;
+}
+
 std::string output_of_line(const std::string &text) {
     const json line = parse_line(text);
     const json_place place = json_place(line).at("output");
@@ -369,17 +377,12 @@ finished_line render_line(const batch_setting &setting, const batch_job &job,
                           const std::vector<batch_record> &before, batch_cache &cache) noexcept {
     static std::mutex one_at_a_time;
     const std::lock_guard lock(one_at_a_time);
-    finished_line finished{};
-    finished.record.line = job.line;
-    finished.record.output = job.output;
-    finished.record.error = job.fault;
-    if (finished.record.failed()) return finished;
+    if (!job.fault.empty()) return {failed_record(job, job.fault), false};
     try {
         return do_line(setting, job, before, cache);
     } catch (const std::exception &error) {
-        finished.record.error = error_text(error.what(), setting, job);
+        return {failed_record(job, error_text(error.what(), setting, job)), false};
     }
-    return finished;
 }
 
 } // namespace earshot_tool

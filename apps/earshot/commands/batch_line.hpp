@@ -72,6 +72,9 @@ struct finished_line {
 finished_line render_line(const batch_setting &setting, const batch_job &job,
                           const std::vector<batch_record> &before, batch_cache &cache) noexcept;
 
+// Of a line that could not be done.
+batch_record failed_record(const batch_job &job, const std::string &why);
+
 // The output's name that a line asks for, in its shortest form. Throws scene_error where the text
 // is no object, or the name does not stay inside the directory.
 std::string output_of_line(const std::string &text);

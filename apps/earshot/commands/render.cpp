@@ -8,7 +8,7 @@
 #include "commands/placed_sources.hpp"
 #include "commands/scene_rendering.hpp"
 #include "error.hpp"
-#include "scene/rendering/field_stream.hpp"
+#include "scene/rendering/field_mixer.hpp"
 
 namespace earshot_tool {
 
@@ -39,20 +39,13 @@ placed_scene placed(const render_options &options) {
 }
 
 void render_placed(const render_options &options) {
-    rendering_plan plan(options);
-    const placed_scene scene = placed(options);
-    const std::size_t length = frame_length(options);
-    const earshot_scenes::scene &content = scene.file.content;
-    const guard_choice guard =
-        guard_for(options, headroom_for(content).guard, content.sources.size());
-    const engine_choice engine(options, plan.out);
-    plan.head = engine.text();
-    plan.single_input = only_file(scene.file);
-    plan.open = [&] {
-        return open_scene(scene.file, engine, guard, length,
-                          orbit_of(scene, options.orbit_seconds, length));
-    };
-    carry_out(plan);
+    rendering_plan plan = plan_for(options);
+    placed_scene scene = placed(options);
+    const bool is_field = options.field_order != 0;
+    const std::size_t length = is_field ? field_mixer::frame_length : frame_length(options);
+    if (!is_field) plan.single_input = only_file(scene.file);
+    render_scene(plan, scene.file, options,
+                 {length, orbit_of(scene, options.orbit_seconds, length)});
 }
 
 void check_scene(const render_options &options) {
@@ -61,16 +54,6 @@ void check_scene(const render_options &options) {
     if (options.lfe_is_set)
         throw usage_error("--lfe: a scene says itself how loud its LFE channels are, with \"lfe\"");
     if (options.frame != 0) throw usage_error("--frame: the frames of a scene have 96 samples");
-}
-
-void render_placed_field(const render_options &options) {
-    rendering_plan plan = plan_for(options);
-    placed_scene scene = placed(options);
-    plan.open = [&] {
-        return open_field(scene.file, options.field_order,
-                          orbit_of(scene, options.orbit_seconds, field_mixer::frame_length));
-    };
-    carry_out(plan);
 }
 
 void render(const render_options &options) {
@@ -84,8 +67,6 @@ void render(const render_options &options) {
         rendering_plan plan = plan_for(options);
         scene_file scene = read_scene(options.scene);
         render_scene(plan, scene, options);
-    } else if (options.field_order != 0) {
-        render_placed_field(options);
     } else {
         render_placed(options);
     }

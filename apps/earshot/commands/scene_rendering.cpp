@@ -48,17 +48,19 @@ rendering_plan plan_for(const scene_options &options) {
 }
 
 u64 render_scene(rendering_plan &plan, scene_file &scene, const scene_options &options,
-                 const head_loader &load) {
+                 const scene_movement &movement, const head_loader &load) {
     if (options.field_order != 0) {
         if (options.no_head) scene.content.listener.orientation = scene_listener{}.orientation;
-        plan.open = [&] { return open_field(scene, options.field_order); };
+        plan.open = [&] { return open_field(scene, options.field_order, movement.mover); };
         return carry_out(plan);
     }
     const guard_choice guard =
         guard_for(options, headroom_for(scene.content).guard, scene.content.sources.size());
     const engine_choice engine(options, plan.out, load);
     plan.head = engine.text();
-    plan.open = [&] { return open_scene(scene, engine, guard, scene_stream::frame_length); };
+    plan.open = [&] {
+        return open_scene(scene, engine, guard, movement.frame_length, movement.mover);
+    };
     return carry_out(plan);
 }
 

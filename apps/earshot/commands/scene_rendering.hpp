@@ -22,8 +22,14 @@ void check_destination(const scene_options &options);
 // What is going to be done; it is checked as far as it can be before the scene is known.
 rendering_plan plan_for(const scene_options &options);
 
+// How the sources of a scene move, if not as the scene says.
+struct scene_movement {
+    std::size_t frame_length = 96; // of two ears; 128 where nothing moves
+    source_mover mover{};
+};
+
 // Renders to the plan's output. Returns how many samples were clipped on the way.
 u64 render_scene(rendering_plan &plan, scene_file &scene, const scene_options &options,
-                 const head_loader &load = load_head);
+                 const scene_movement &movement = {}, const head_loader &load = load_head);
 
 } // namespace earshot_tool
