@@ -65,7 +65,8 @@ std::optional<double> parse_number(std::string_view text) {
     // from_chars knows no plus sign; "+-1" stays an error.
     if (text.size() > 1 && text[0] == '+' && text[1] != '-') text.remove_prefix(1);
     double value = 0;
-    if (read_number(text, value) != text.data() + text.size() || !std::isfinite(value))
+    const char *end = read_number(text, value);
+    if (end == nullptr || end != text.data() + text.size() || !std::isfinite(value))
         return std::nullopt;
     return value;
 }
