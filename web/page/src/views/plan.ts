@@ -196,7 +196,7 @@ export class Plan {
         const points: string[] = [];
         track.forEach((row, k) => {
             const next = track[k + 1];
-            const parts = clamp(Math.ceil(192 / track.length), 1, 64);
+            const parts = clamp(Math.ceil(512 / track.length), 1, 256);
             for (let part = 0; part < (next ? parts : 1); ++part) {
                 const along = part / parts;
                 const to = next ?? row;
