@@ -14,6 +14,7 @@ const KEYS: [string, [string, string][]][] = [
             ["Shift", "with these: small steps"],
             ["+ −", "louder, softer"],
             ["M, S", "mute, solo"],
+            ["Enter", "choose it, as every key here does"],
             ["Delete", "remove it"],
         ],
     ],

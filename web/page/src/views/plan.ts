@@ -196,7 +196,7 @@ export class Plan {
         const points: string[] = [];
         track.forEach((row, k) => {
             const next = track[k + 1];
-            const parts = clamp(Math.ceil(192 / track.length), 1, 64);
+            const parts = clamp(Math.ceil(512 / track.length), 1, 256);
             for (let part = 0; part < (next ? parts : 1); ++part) {
                 const along = part / parts;
                 const to = next ?? row;
@@ -254,7 +254,6 @@ export class Plan {
             badge,
             html("span", { class: "handle-text" }, name, height),
         );
-        element.addEventListener("focus", () => this.session.choose(id));
         element.addEventListener("keydown", (event) => this.#key(event, id));
         this.#dragging(element, id);
         return { element, badge, name, height, at: "" };
@@ -320,7 +319,10 @@ export class Plan {
             m: () => session.change(id, { mute: !source.mute }),
             s: () => session.change(id, { solo: !source.solo }),
             Delete: () => session.remove(id),
+            Enter: () => {},
         };
+        // Not the focus chooses, which passes by on its way to what is done to the chosen one.
+        if (event.key !== "Tab" && event.key !== "Shift") session.choose(id);
         const act = keys[event.key.length === 1 ? event.key.toLowerCase() : event.key];
         if (!act) return;
         event.preventDefault();
@@ -361,6 +363,8 @@ export class Plan {
     /** Puts the focus on a source, counted from 0. */
     focus(index: number): void {
         const source = this.session.scene.sources[index];
-        if (source) this.#handles.get(source.id)?.element.focus();
+        if (!source) return;
+        this.session.choose(source.id);
+        this.#handles.get(source.id)?.element.focus();
     }
 }

@@ -97,7 +97,7 @@ function makeRow(session: Session, id: number): Row {
     name.addEventListener("change", () =>
         session.change(id, { name: name.value.trim() || source().name }),
     );
-    name.addEventListener("focus", () => session.choose(id));
+    name.addEventListener("input", () => session.choose(id));
     const mute = toggle("M", "Mute", () => session.change(id, { mute: !source().mute }));
     const solo = toggle("S", "Solo", () => session.change(id, { solo: !source().solo }));
     const loop = toggle("", "Loop", () => session.change(id, { loop: !source().loop }));
