@@ -5,7 +5,8 @@
  *
  * Pointers are addresses in the module's memory, for whom earshot_web_allocate finds the place. A
  * call that allocates may grow the memory: views of it are made anew afterwards. The calls for
- * blocks and frames allocate nothing. Exported are also earshot_version and earshot_instruction_set.
+ * blocks and frames allocate nothing. Exported are also earshot_version and
+ * earshot_instruction_set.
  *
  * Angles are degrees, azimuth counter-clockwise, elevation upwards. Samples are Q31 at 48000 Hz;
  * floats are full scale at 1, rounded to the nearest and clipped. What fails returns null, or
@@ -83,7 +84,8 @@ earshot_web_scene *earshot_web_scene_parse(const char *text, u32 size);
 void earshot_web_scene_free(earshot_web_scene *scene);
 
 u32 earshot_web_scene_sources(const earshot_web_scene *scene);
-double earshot_web_scene_duration(const earshot_web_scene *scene); /* seconds, or -1: as its sounds */
+double
+earshot_web_scene_duration(const earshot_web_scene *scene); /* seconds, or -1: as its sounds */
 const char *earshot_web_scene_file(const earshot_web_scene *scene, u32 source);
 /* Counted from 1; 0: the only one. */
 u32 earshot_web_scene_channel(const earshot_web_scene *scene, u32 source);
