@@ -221,7 +221,7 @@ void earshot_live_process_words(earshot_live *live, u32 count) {
 }
 
 double earshot_live_clipped(const earshot_live *live) {
-    return static_cast<double>(const_cast<earshot_live *>(live)->renderer.clipped());
+    return static_cast<double>(live->renderer.clipped());
 }
 
 earshot_web_scene *earshot_web_scene_parse(const char *text, u32 size) {

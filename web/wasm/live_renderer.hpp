@@ -66,6 +66,7 @@ class live_renderer {
 
     // Counts what is clipped, the caller's conversions as well.
     u64 &clipped() { return clipped_; }
+    u64 clipped() const { return clipped_; }
 
   private:
     s32 *window(std::size_t source) { return windows_.data() + source * window_length; }
